@@ -1,0 +1,10 @@
+#pragma once
+
+#include "platform/dispatch/Executor.h"
+
+namespace lumora {
+
+/// The bottom of every queue: runs a task inside its process; an exception that gets here is logged and ends that task only.
+void runTask(Process& process, const Task& task) noexcept;
+
+}

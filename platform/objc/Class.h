@@ -1,0 +1,134 @@
+#pragma once
+
+#include "platform/objc/Object.h"
+#include "platform/process/Lock.h"
+
+#include <deque>
+#include <unordered_map>
+#include <vector>
+
+namespace lumora {
+
+class Process;
+
+/// One entry of a class's method list. Never moves while its class lives, and its implementation is read without a lock.
+struct MethodNode {
+    MethodNode(SEL selector, const IMP& implementation)
+        : name(selector)
+        , types(implementation.types)
+        , function(implementation.function)
+    {
+    }
+
+    SEL name;
+    const TypeEncoding* types;
+    std::atomic<IMP::Function> function;
+};
+using Method = MethodNode*;
+
+/// A class, itself an object: its class is its metaclass, whose methods are the class-level operations. Made by a
+/// ClassRegistry and lives as long as it. Look-up takes no lock once a selector has been seen; changes are serialised.
+class ClassObject final : public Object {
+public:
+    ~ClassObject() override;
+
+    const std::string& name() const { return m_name; }
+    Class superclass() const { return m_superclass; }
+    bool isMetaClass() const { return m_isMetaClass; }
+    ClassRegistry& registry() const { return m_registry; }
+
+    /// The method that answers a selector, inherited ones included; null when nobody does.
+    Method methodFor(SEL selector) const
+    {
+        if (Method cached = cachedMethod(selector))
+            return cached;
+        return slowMethodFor(selector);
+    }
+    bool isSubclassOf(const ClassObject* other) const;
+    std::string description() const override { return m_name; }
+    Value valueForKey(std::string_view key) override;
+
+private:
+    friend class ClassRegistry;
+    friend class ClassBuilder;
+    friend Class objc_allocateClassPair(ClassRegistry&, Class, const std::string&);
+    friend bool class_addMethod(Class, SEL, const IMP&);
+    friend IMP class_replaceMethod(Class, SEL, const IMP&, const TypeEncoding*);
+    friend std::vector<Method> class_copyMethodList(Class);
+    friend std::shared_ptr<Object> class_createInstance(Class);
+    friend bool class_conformsToProtocol(Class, std::string_view);
+    friend const ClassDescription* nearestDescription(Class);
+
+    // An open-addressed table, replaced as a whole when it grows or a method is added. Readers may hold an old one, so
+    // tables are kept until the class dies.
+    struct Cache {
+        explicit Cache(size_t capacity)
+            : mask(capacity - 1)
+            , entries(capacity)
+        {
+        }
+        size_t mask;
+        size_t used { 0 };
+        std::vector<std::atomic<Method>> entries;
+    };
+    static size_t hash(SEL selector) { return reinterpret_cast<uintptr_t>(selector) >> 5; }
+
+    ClassObject(ClassRegistry& registry, std::string name, Class superclass, bool isMetaClass);
+
+    Method cachedMethod(SEL selector) const
+    {
+        const Cache* cache = m_cache.load(std::memory_order_acquire);
+        for (size_t index = hash(selector) & cache->mask;; index = (index + 1) & cache->mask) {
+            Method method = cache->entries[index].load(std::memory_order_acquire);
+            if (!method || method->name == selector)
+                return method;
+        }
+    }
+    Method slowMethodFor(SEL selector) const;
+    Method ownMethodLocked(SEL selector) const;
+    void flushCachesLocked();
+    void fillCacheLocked(Method method) const;
+
+    ClassRegistry& m_registry;
+    std::string m_name;
+    Class m_superclass;
+    bool m_isMetaClass;
+    // Guarded by the registry's lock: methods, protocols and subclasses.
+    std::deque<MethodNode> m_methods;
+    std::vector<std::string> m_protocols;
+    std::vector<Class> m_subclasses;
+    const ClassDescription* m_description { nullptr };
+    mutable std::atomic<Cache*> m_cache;
+    mutable std::vector<std::unique_ptr<Cache>> m_caches;
+};
+
+// The runtime's own operations, with the names and results that are documented for them.
+
+/// The class of that name in the current process; null when there is none.
+Class NSClassFromString(std::string_view name);
+inline std::string NSStringFromClass(Class cls) { return cls ? cls->name() : std::string {}; }
+/// Instance and class methods, inherited ones included.
+Method class_getInstanceMethod(Class cls, SEL selector);
+Method class_getClassMethod(Class cls, SEL selector);
+/// Adds a method to the class itself; fails when the class has its own of that name.
+bool class_addMethod(Class cls, SEL selector, const IMP& implementation);
+/// Replaces the class's own method and answers what it was; adds one, leaves the superclass alone and answers null when the
+/// method was inherited or absent. Raises NSInvalidArgumentException when `types` does not describe the implementation.
+IMP class_replaceMethod(Class cls, SEL selector, const IMP& implementation, const TypeEncoding* types);
+IMP method_getImplementation(Method method);
+inline const TypeEncoding* method_getTypeEncoding(Method method) { return method->types; }
+/// Sets the implementation of one entry and answers the previous one. Raises when the types differ.
+IMP method_setImplementation(Method method, const IMP& implementation);
+/// The class's own methods in order; a selector that stands twice is listed twice, and the first answers.
+std::vector<Method> class_copyMethodList(Class cls);
+bool class_conformsToProtocol(Class cls, std::string_view protocol);
+/// Allocates an instance: a C++ object of the nearest C++ class above. `init...` is the caller's.
+std::shared_ptr<Object> class_createInstance(Class cls);
+
+bool isKindOfClass(const Object* object, const ClassObject* cls);
+/// False for nil, and for an object whose class does not list the protocol.
+bool conformsToProtocol(const Object* object, std::string_view protocol);
+/// False for nil.
+bool respondsToSelector(const Object* object, SEL selector);
+
+}
