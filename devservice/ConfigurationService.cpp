@@ -146,10 +146,10 @@ ServiceAnswer ConfigurationService::exchange(ArrivalKind kind, const ServiceRequ
     const auto body = parseJSON(request.body);
     Arrival arrival { 0, kind, request.receivedAt, request.target, authorizationIn(request.headers),
         request.body, body.has_value(), 0 };
-    const std::string_view fault = complaint(kind, body);
+    const std::string_view objection = complaint(kind, body);
 
     const Locker locker(m_lock);
-    ServiceAnswer answer = judge(arrival, fault);
+    ServiceAnswer answer = judge(arrival, objection);
     if (const auto planned = takeFault(pathOf(request.target)))
         planned->apply(answer);
     arrival.status = answer.ending == Ending::CloseWithoutAnswer ? 0 : answer.status;

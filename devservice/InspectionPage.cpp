@@ -106,10 +106,12 @@ std::string thumbnail(const json::object& fields)
         + std::string(image.starts_with("/9j/") ? "jpeg" : "png") + ";base64," + std::string(image) + "\">";
 }
 
-std::string fieldList(const json::object& fields)
+std::string fieldList(const json::object& fields, bool showsScreenshot)
 {
     std::string rows;
     for (const auto& [name, value] : fields) {
+        if (showsScreenshot && name == "screenshot")
+            continue;
         const bool isText = value.is_string();
         const std::string text = isText ? std::string(value.get_string()) : json::serialize(value);
         if (text.empty())
@@ -142,8 +144,8 @@ std::string card(const Arrival& arrival)
     if (isConfiguration) {
         content = "<code>" + excerpt(arrival.target, longestBody) + "</code>";
     } else if (value && value->is_object()) {
-        content = fieldList(value->get_object());
         picture = thumbnail(value->get_object());
+        content = fieldList(value->get_object(), !picture.empty());
     } else {
         content = "<pre>" + excerpt(arrival.body, longestBody) + "</pre>";
     }

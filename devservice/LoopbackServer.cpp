@@ -23,6 +23,7 @@ namespace {
 constexpr std::chrono::seconds silenceLimit { 30 };
 constexpr std::chrono::seconds farewellLimit { 5 };
 constexpr std::chrono::milliseconds acceptPause { 100 };
+constexpr size_t drainSize = 65536; // bytes
 
 /// One connection. It lives in the handlers of its pending operation and goes with the last of them.
 class Session : public std::enable_shared_from_this<Session> {
@@ -146,7 +147,7 @@ private:
     {
         m_buffer.clear();
         m_stream.async_read_some(
-            m_buffer.prepare(64 * 1024), [self = shared_from_this()](auto error, size_t) {
+            m_buffer.prepare(drainSize), [self = shared_from_this()](auto error, size_t) {
                 if (!error)
                     self->drain();
             });

@@ -17,7 +17,7 @@ class ConfigurationService;
 /// stays silent for 30 seconds is closed.
 class LoopbackServer {
 public:
-    static constexpr size_t bodyLimit = 8 * 1024 * 1024; // bytes
+    static constexpr size_t bodyLimit = 8U << 20; // bytes
 
     /// Port 0 is any free port, chosen at the first start and kept for later ones.
     explicit LoopbackServer(ConfigurationService&, uint16_t port = 0);

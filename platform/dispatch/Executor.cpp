@@ -7,7 +7,7 @@
 
 namespace lumora {
 
-void runTask(Process& process, const Task& task) noexcept
+void runTask(Process& process, Task& task) noexcept
 {
     Process::Scope scope(process);
     try {
@@ -17,6 +17,7 @@ void runTask(Process& process, const Task& task) noexcept
     } catch (...) {
         process.log("uncaught exception ended a task");
     }
+    task = nullptr;
 }
 
 DispatchQueue& dispatch_get_main_queue() { return Process::current().mainQueue(); }

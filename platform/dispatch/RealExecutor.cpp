@@ -249,7 +249,6 @@ void RealExecutor::runWorker()
             queue->waiting.pop_front();
         }
         runTask(m_process, task);
-        task = nullptr;
         Locker hold(m_lock);
         if (queue->kind() != Kind::Serial)
             continue;
@@ -286,22 +285,11 @@ bool RealExecutor::runMainLoop(double seconds, const std::function<bool()>& unti
 
 void RealExecutor::stop()
 {
-    std::multimap<Clock::time_point, Delayed> droppedTimers;
-    std::deque<std::shared_ptr<Queue>> droppedQueues;
-    std::deque<Task> droppedTasks;
     {
         Locker hold(m_lock);
         if (m_stopped)
             return;
         m_stopped = true;
-        droppedTimers.swap(m_delayed);
-        droppedQueues.swap(m_ready);
-        for (const auto& queue : { m_main, m_global })
-            std::move(queue->waiting.begin(), queue->waiting.end(), std::back_inserter(droppedTasks));
-        for (const auto& queue : droppedQueues)
-            std::move(queue->waiting.begin(), queue->waiting.end(), std::back_inserter(droppedTasks));
-        for (const auto& queue : { m_main, m_global })
-            queue->waiting.clear();
     }
     m_mainWork.notify_all();
     m_backgroundWork.notify_all();
@@ -309,6 +297,16 @@ void RealExecutor::stop()
     for (std::thread& thread : m_threads)
         thread.join();
     m_threads.clear();
+
+    // Nothing is added any more. What is left goes after the lock, on this thread.
+    std::multimap<Clock::time_point, Delayed> droppedTimers;
+    std::vector<std::deque<Task>> droppedTasks;
+    Locker hold(m_lock);
+    droppedTimers.swap(m_delayed);
+    m_ready.insert(m_ready.end(), { m_main, m_global });
+    for (const auto& queue : m_ready)
+        droppedTasks.push_back(std::exchange(queue->waiting, {}));
+    m_ready.clear();
 }
 
 }

@@ -5,6 +5,7 @@
 namespace lumora {
 
 /// The bottom of every queue: runs a task inside its process; an exception that gets here is logged and ends that task only.
-void runTask(Process& process, const Task& task) noexcept;
+/// What the task holds is let go inside the process too.
+void runTask(Process& process, Task& task) noexcept;
 
 }

@@ -136,8 +136,6 @@ bool VirtualExecutor::runNext(double until)
     }
     const Queue* outer = m_running.exchange(entry.queue.get(), std::memory_order_acq_rel);
     runTask(m_process, entry.task);
-    // Captured objects go while their queue is still the running one.
-    entry.task = nullptr;
     m_running.store(outer, std::memory_order_release);
     return true;
 }

@@ -20,8 +20,11 @@ std::string textOfDouble(double value)
         return "nan";
     if (std::isinf(value))
         return value < 0 ? "-inf" : "inf";
+    // The shortest digits that read back as the same number; an exponent only where the digits would grow long.
     std::array<char, 32> buffer {};
-    auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
+    const double size = std::fabs(value);
+    const auto form = size != 0 && (size < 1e-4 || size >= 1e17) ? std::chars_format::scientific : std::chars_format::fixed;
+    auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, form);
     return { buffer.data(), result.ptr };
 }
 }
@@ -31,6 +34,13 @@ NSDictionary::NSDictionary(std::initializer_list<Entry> entries)
     m_entries.reserve(entries.size());
     for (const auto& [key, value] : entries)
         set(key, value);
+}
+
+NSDictionary NSDictionary::withDistinctKeys(std::vector<Entry> entries)
+{
+    NSDictionary dictionary;
+    dictionary.m_entries = std::move(entries);
+    return dictionary;
 }
 
 const Value* NSDictionary::find(std::string_view key) const

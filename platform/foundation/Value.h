@@ -51,6 +51,8 @@ public:
 
     NSDictionary() = default;
     NSDictionary(std::initializer_list<Entry> entries);
+    /// From entries whose keys are known to differ, as a reader has them; no search, so thousands cost nothing.
+    static NSDictionary withDistinctKeys(std::vector<Entry> entries);
 
     /// The value under a key, or null when the key is absent.
     const Value* find(std::string_view key) const;

@@ -1,7 +1,10 @@
 #include "devservice/ConfigurationService.h"
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <thread>
 
 namespace lumora {
@@ -29,13 +32,21 @@ std::string header(const ServiceAnswer& answer, std::string_view name)
 
 std::vector<std::string> bodies(const std::vector<Arrival>& arrivals)
 {
-    std::vector<std::string> bodies;
-    for (const Arrival& arrival : arrivals)
-        bodies.push_back((arrival.isJSON ? "" : "not JSON: ") + arrival.body);
+    std::vector<std::string> bodies(arrivals.size());
+    std::transform(arrivals.begin(), arrivals.end(), bodies.begin(),
+        [](const Arrival& arrival) { return (arrival.isJSON ? "" : "not JSON: ") + arrival.body; });
     return bodies;
 }
 
 using Bodies = std::vector<std::string>;
+
+/// A folder of its own for a database and what SQLite puts beside it.
+struct TemporaryFolder {
+    TemporaryFolder() { EXPECT_NE(mkdtemp(path.data()), nullptr); }
+    ~TemporaryFolder() { std::filesystem::remove_all(path); }
+    std::string file(const char* name) const { return path + "/" + name; }
+    std::string path = testing::TempDir() + "/arrivalsXXXXXX";
+};
 
 TEST(ConfigurationService, HandsOutTheRecordAndItsCacheControl)
 {
@@ -201,24 +212,40 @@ TEST(ConfigurationService, PageShowsScreenshotsAndLetsNothingAct)
 
 TEST(ConfigurationService, KeepsArrivalsInAFileAndReportsADatabaseItCannotOpen)
 {
-    const auto file = std::filesystem::path(testing::TempDir()) / "arrivals.db";
-    std::filesystem::remove(file);
+    const TemporaryFolder folder;
+    const std::string file = folder.file("arrivals.db");
     ConfigurationService("key", file).handle(post(ad, "[{}]"));
     ConfigurationService again("key", file);
     EXPECT_EQ(bodies(again.reports()), Bodies { "[{}]" });
     EXPECT_EQ(again.reports().at(0).receivedAt, 1000.5);
-    std::filesystem::remove(file);
-    EXPECT_THROW(ConfigurationService("key", testing::TempDir() + "/missing/arrivals.db"), StoreError);
+    EXPECT_THROW(ConfigurationService("key", folder.file("missing/arrivals.db")), StoreError);
+}
+
+TEST(ConfigurationService, AnswersThatItsStoreFails)
+{
+    const TemporaryFolder folder;
+    const std::string file = folder.file("broken.db");
+    ConfigurationService service("key", file);
+    sqlite3* other = nullptr;
+    ASSERT_EQ(sqlite3_open(file.c_str(), &other), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(other, "DROP TABLE arrivals", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(other);
+
+    const ServiceAnswer answer = service.handle(post(ad, "[{}]"));
+    EXPECT_EQ(answer.status, 500);
+    EXPECT_EQ(answer.body, R"({"error":"arrival store: no such table: arrivals"})");
+    EXPECT_EQ(service.handle(get("/")).status, 500);
+    EXPECT_THROW((void)service.reports(), StoreError);
 }
 
 TEST(ConfigurationService, ManyThreadsLoseNothing)
 {
     ConfigurationService service("key");
     service.addFault({ .times = 10, .status = 500 });
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&service] {
-            for (int j = 0; j < 25; ++j)
+    std::array<std::thread, 4> threads;
+    for (std::thread& thread : threads) {
+        thread = std::thread([&service] {
+            for (int i = 0; i < 25; ++i)
                 service.handle(post(ad, "[{}]"));
         });
     }

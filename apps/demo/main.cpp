@@ -1,0 +1,348 @@
+// The main job from end to end: two networks' banners are shown, get their report button, are reported, and the reports arrive;
+// then the service goes away, an ad is reported all the same, the phone is killed, and after its restart the report arrives.
+
+#include "apps/demo/HostApp.h"
+#include "apps/demo/Story.h"
+#include "devservice/LoopbackServer.h"
+#include "lumora/Lumora.h"
+#include "platform/foundation/NSFileManager.h"
+#include "platform/foundation/NSJSONSerialization.h"
+#include "platform/foundation/NSString.h"
+#include "platform/linux/CurlTransport.h"
+#include "report/LMReportAdView.h"
+#include "report/ReportProtocols.h"
+#include "report/TDReportButtonView.h"
+#include "service/TDAPI.h"
+#include "simulator/Phone.h"
+#include "simulator/networks/GoogleStandIn.h"
+#include "simulator/networks/MoPubStandIn.h"
+#include "support/UIViewExtensions.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace lumora {
+namespace {
+
+constexpr const char* hostKey = "demo-key-of-the-daily-tide-0001";
+// Seconds anything may take before it counts as not happening.
+constexpr double patience = 20;
+
+struct Arguments {
+    bool virtualTime { false };
+    std::filesystem::path folder { "out" };
+    std::vector<std::filesystem::path> creatives;
+};
+
+/// What one network's banner is, and what its report must say.
+struct Ad {
+    std::string network;
+    std::shared_ptr<UIView> banner;
+    std::function<void()> load;
+    std::string reason;
+    std::string creativeId;
+};
+
+class Demo {
+public:
+    explicit Demo(const Arguments& arguments);
+    int run();
+
+private:
+    Ad moPub(const std::filesystem::path& creative, const std::string& reason, const std::string& creativeId);
+    Ad adMob(const std::filesystem::path& creative, const std::string& reason, const std::string& creativeId);
+    void startLibrary();
+    std::shared_ptr<TDReportButtonView> showAd(const Ad& ad);
+    bool reportAd(const Ad& ad, const std::shared_ptr<TDReportButtonView>& button);
+    void checkReport(const Ad& ad, const Arrival& report);
+    void reportAndDeliver(const Ad& ad);
+    void reportWhileServiceIsAway(const Ad& ad);
+    void restartAndDeliver(const Ad& ad);
+    void setServiceAway(bool away);
+
+    Arguments m_arguments;
+    ConfigurationService m_service;
+    LoopbackServer m_server;
+    std::weak_ptr<DirectTransport> m_direct;
+    bool m_away { false };
+    std::unique_ptr<Phone> m_phone;
+    std::unique_ptr<HostApp> m_app;
+    std::unique_ptr<Story> m_story;
+};
+
+Demo::Demo(const Arguments& arguments)
+    : m_arguments(arguments)
+    , m_service(hostKey)
+    , m_server(m_service)
+{
+    m_service.setRecord(R"({"active": true, "ttlConfig": 3600, "buttonTap": "single", "retryAfter": 300, "retryLimit": 5,
+        "sdks": ["MoPub", "AdMob"]})");
+    if (!arguments.virtualTime)
+        m_server.start();
+
+    Phone::Options options;
+    options.virtualTime = arguments.virtualTime;
+    options.onBoot = [] {
+        MoPubStandIn::install();
+        GoogleStandIn::install();
+    };
+    const std::string address = TDAPI::getURLWithType(TDAPI::EndpointType::Configuration);
+    options.makeTransport = [this, address]() -> std::shared_ptr<HTTPTransport> {
+        if (!m_arguments.virtualTime)
+            return std::make_shared<RoutedTransport>(makeCurlTransport(), address, m_server.baseURL());
+        auto direct = std::make_shared<DirectTransport>(m_service, address);
+        direct->setServiceAway(m_away);
+        m_direct = direct;
+        return direct;
+    };
+    m_phone = std::make_unique<Phone>(options);
+    m_story = std::make_unique<Story>(arguments.folder, [this] { return m_phone->process().now(); });
+}
+
+void Demo::setServiceAway(bool away)
+{
+    m_away = away;
+    if (m_arguments.virtualTime) {
+        if (const auto direct = m_direct.lock())
+            direct->setServiceAway(away);
+    } else if (away) {
+        m_server.stop();
+    } else {
+        m_server.start();
+    }
+}
+
+std::string markupOf(const std::filesystem::path& file)
+{
+    const auto content = contentsOfFile(file);
+    return content ? repairedUTF8(content->view()) : std::string {};
+}
+
+Ad Demo::moPub(const std::filesystem::path& creative, const std::string& reason, const std::string& creativeId)
+{
+    auto banner = MoPubStandIn::makeBanner({ 300, 250 });
+    return { "MoPub", banner,
+        [=] { MoPubStandIn::load(*banner, { .html = markupOf(creative), .dspCreativeId = creativeId, .creativeId = "house" }); },
+        reason, creativeId };
+}
+
+Ad Demo::adMob(const std::filesystem::path& creative, const std::string& reason, const std::string& creativeId)
+{
+    auto banner = GoogleStandIn::makeBanner({ 320, 50 });
+    return { "AdMob", banner,
+        [=] { GoogleStandIn::load(*banner, { .html = markupOf(creative), .debugText = "Ad debug\ncrid:" + creativeId + "\n" }); },
+        reason, creativeId };
+}
+
+void Demo::startLibrary()
+{
+    m_app = std::make_unique<HostApp>(m_phone->content());
+    const size_t fetchesBefore = m_service.configurationFetches().size();
+    Lumora::initiateTrackerWithKey(hostKey);
+    m_story->tell("the host calls initiateTrackerWithKey");
+    m_story->expect(m_phone->waitUntil([&] { return m_service.configurationFetches().size() > fetchesBefore; }, patience)
+            && m_service.configurationFetches().back().status == 200,
+        "the configuration is fetched with the host's key");
+    // The answer is on its way back.
+    m_phone->wait(0.2);
+}
+
+std::shared_ptr<TDReportButtonView> buttonIn(UIView& view)
+{
+    for (const auto& subview : view.subviews()) {
+        if (auto button = as<TDReportButtonView>(subview))
+            return button;
+        if (auto button = buttonIn(*subview))
+            return button;
+    }
+    return nullptr;
+}
+
+std::shared_ptr<LMReportAdView> overlayIn(UIView& view)
+{
+    for (const auto& subview : view.subviews()) {
+        if (auto overlay = as<LMReportAdView>(subview))
+            return overlay;
+        if (auto overlay = overlayIn(*subview))
+            return overlay;
+    }
+    return nullptr;
+}
+
+std::shared_ptr<LMReportAdViewRoundedButton> reasonButtonIn(UIView& view, const std::string& reason)
+{
+    for (const auto& subview : view.subviews()) {
+        if (auto button = as<LMReportAdViewRoundedButton>(subview); button && button->userDescription() == reason)
+            return button;
+        if (auto button = reasonButtonIn(*subview, reason))
+            return button;
+    }
+    return nullptr;
+}
+
+std::shared_ptr<TDReportButtonView> Demo::showAd(const Ad& ad)
+{
+    const size_t impressionsBefore = m_service.impressions().size();
+    m_app->show(ad.banner);
+    ad.load();
+    m_story->tell("a " + ad.network + " banner loads");
+    const bool appeared = m_phone->waitUntil(
+        [&] {
+            const auto button = buttonIn(*ad.banner);
+            return button && button->buttonState() == TDReportButtonView::State::Full;
+        },
+        patience);
+    if (!m_story->expect(appeared, "the report button is on the ad"))
+        return nullptr;
+    m_phone->wait(0.1);
+    m_story->picture(m_phone->screen(), ad.network + "-button");
+    if (!m_away) {
+        const bool recorded = m_phone->waitUntil([&] { return m_service.impressions().size() > impressionsBefore; }, patience);
+        m_story->expect(recorded && m_service.impressions().back().status == 200, "an impression is recorded");
+    }
+    return buttonIn(*ad.banner);
+}
+
+bool Demo::reportAd(const Ad& ad, const std::shared_ptr<TDReportButtonView>& button)
+{
+    m_phone->tap(*button);
+    const bool opened = m_phone->waitUntil([&] { return overlayIn(*ad.banner) != nullptr; }, patience);
+    if (!m_story->expect(opened, "a tap on it opens the report overlay"))
+        return false;
+    m_phone->wait(0.5);
+    m_story->picture(m_phone->screen(), ad.network + "-overlay");
+    const auto reason = reasonButtonIn(*ad.banner, ad.reason);
+    if (!m_story->expect(reason != nullptr, "the overlay offers \"" + ad.reason + "\""))
+        return false;
+    m_phone->tap(*reason);
+    m_phone->wait(0.4);
+    m_story->tell("the user chooses \"" + ad.reason + "\"");
+    m_story->picture(m_phone->screen(), ad.network + "-reason");
+    return true;
+}
+
+void Demo::checkReport(const Ad& ad, const Arrival& arrival)
+{
+    const auto body = JSONObjectWithData(arrival.body);
+    const NSArray* reports = body ? body->array() : nullptr;
+    if (!m_story->expect(reports && reports->size() == 1 && reports->front().isDictionary(), "the report is a list of one object"))
+        return;
+    const NSDictionary& report = *reports->front().dictionary();
+    m_story->expect(report["sdk"] == Value { ad.network } && report["creativeId"] == Value { ad.creativeId },
+        "it names " + report["sdk"].description() + " and creative " + report["creativeId"].description());
+    m_story->expect(report["type"] == Value { ad.reason }, "its reason is \"" + report["type"].description() + "\"");
+    const std::string& screenshot = report["screenshot"].stringOrEmpty();
+    m_story->expect(screenshot.starts_with("iVBORw0KGgo"), "it carries a screenshot of " + std::to_string(screenshot.size()) + " characters");
+    NSDictionary readable = report;
+    readable.set("screenshot", "(" + std::to_string(screenshot.size()) + " characters of base64)");
+    m_story->document("report-" + std::to_string(arrival.number) + ".json", dataWithJSONObject(NSArray { readable }).value_or(""));
+}
+
+void Demo::reportAndDeliver(const Ad& ad)
+{
+    m_story->chapter(ad.network + ": shown, reported, delivered");
+    const auto button = showAd(ad);
+    if (!button)
+        return;
+    const auto listener = make<Listener>();
+    send(button, sel::setDelegate, listener);
+    const size_t reportsBefore = m_service.reports().size();
+    if (!reportAd(ad, button))
+        return;
+    const bool arrived = m_phone->waitUntil([&] { return m_service.reports().size() > reportsBefore; }, patience);
+    if (!m_story->expect(arrived, "the report arrives at the service"))
+        return;
+    checkReport(ad, m_service.reports().back());
+    m_story->expect(listener->reasons == std::vector { ad.reason }, "the host's delegate was told");
+    const bool confirmed = m_phone->waitUntil(
+        [&] { return button->buttonState() == TDReportButtonView::State::Reported; }, patience);
+    m_story->expect(confirmed, "the button says \"Ad Reported\"");
+    m_phone->wait(0.3);
+    m_story->picture(m_phone->screen(), ad.network + "-reported");
+    m_story->expect(m_phone->waitUntil([&] { return !buttonIn(*ad.banner); }, patience), "and takes itself off the ad");
+}
+
+void Demo::reportWhileServiceIsAway(const Ad& ad)
+{
+    m_story->chapter("The service goes away");
+    setServiceAway(true);
+    const auto button = showAd(ad);
+    if (!button || !reportAd(ad, button))
+        return;
+    m_story->expect(m_phone->waitUntil([&] { return !buttonIn(*ad.banner); }, patience), "the report fails and the button goes");
+}
+
+void Demo::restartAndDeliver(const Ad& ad)
+{
+    m_story->chapter("The phone is killed, the service comes back, the phone restarts");
+    const size_t reportsBefore = m_service.reports().size();
+    m_app.reset();
+    m_phone->kill();
+    setServiceAway(false);
+    m_phone->boot();
+    startLibrary();
+    const bool arrived = m_phone->waitUntil([&] { return m_service.reports().size() > reportsBefore; }, patience);
+    if (m_story->expect(arrived, "the kept report arrives"))
+        checkReport(ad, m_service.reports().back());
+    m_phone->wait(1);
+    m_story->expect(m_service.reports().size() == reportsBefore + 1, "and arrives once");
+}
+
+int Demo::run()
+{
+    m_story->chapter("The phone boots");
+    m_story->tell(m_arguments.virtualTime ? "the service answers in process, under the virtual clock"
+                                          : "the service answers at " + m_server.baseURL());
+    startLibrary();
+    m_story->picture(m_phone->screen(), "boot");
+    const auto& creatives = m_arguments.creatives;
+    for (size_t i = 0; i < creatives.size(); i += 2) {
+        reportAndDeliver(moPub(creatives[i], "offensive", "dsp-" + std::to_string(7001 + i)));
+        reportAndDeliver(adMob(creatives[std::min(i + 1, creatives.size() - 1)], "fraud", std::to_string(12345 + i)));
+    }
+    Ad last = moPub(creatives.front(), "repetitive", "dsp-7999");
+    reportWhileServiceIsAway(last);
+    last.banner.reset();
+    last.load = nullptr;
+    restartAndDeliver(last);
+    m_story->chapter("The end");
+    m_story->tell(m_story->failures() == 0 ? "everything expected happened" : std::to_string(m_story->failures()) + " expectations failed");
+    m_story->writePage();
+    m_app.reset();
+    std::printf("\npictures and timeline: %s\n", (m_arguments.folder / "index.html").c_str());
+    return m_story->failures() == 0 ? 0 : 1;
+}
+
+Arguments parsed(int argc, char** argv)
+{
+    Arguments arguments;
+    for (int i = 1; i < argc; i++) {
+        const std::string_view argument = argv[i];
+        if (argument == "--virtual")
+            arguments.virtualTime = true;
+        else if (argument == "--out" && i + 1 < argc)
+            arguments.folder = argv[++i];
+        else if (argument.starts_with("--"))
+            throw std::invalid_argument("usage: demo [--virtual] [--out FOLDER] [creative.html ...]");
+        else if (std::filesystem::is_regular_file(argument))
+            arguments.creatives.emplace_back(argument);
+        else
+            throw std::invalid_argument(std::string { argument } + ": no such file");
+    }
+    if (arguments.creatives.empty())
+        arguments.creatives = { LUMORA_DEMO_CREATIVES "/coffee.html", LUMORA_DEMO_CREATIVES "/trail.html" };
+    return arguments;
+}
+
+}
+}
+
+int main(int argc, char** argv)
+{
+    try {
+        return lumora::Demo(lumora::parsed(argc, argv)).run();
+    } catch (const std::exception& exception) {
+        std::fprintf(stderr, "demo: %s\n", exception.what());
+        return 2;
+    }
+}

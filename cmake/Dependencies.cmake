@@ -1,0 +1,13 @@
+# The libraries of this machine; scripts/packages names the Debian packages.
+find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
+find_package(CURL REQUIRED)
+find_package(OpenSSL REQUIRED)
+find_package(ICU REQUIRED COMPONENTS uc i18n)
+find_package(PNG REQUIRED)
+find_package(JPEG REQUIRED)
+find_package(Boost 1.81 REQUIRED COMPONENTS json)
+pkg_check_modules(Pango REQUIRED IMPORTED_TARGET pangocairo pangoft2 fontconfig cairo)
+pkg_check_modules(Plist REQUIRED IMPORTED_TARGET libplist-2.0)
+pkg_check_modules(Deflate REQUIRED IMPORTED_TARGET libdeflate)
+find_package(litehtml REQUIRED)

@@ -1,0 +1,70 @@
+#include "platform/foundation/NSBundle.h"
+
+#include "platform/foundation/NSFileManager.h"
+#include "platform/foundation/NSJSONSerialization.h"
+#include "platform/process/ProcessLocal.h"
+
+namespace lumora {
+
+namespace {
+
+std::optional<NSDictionary> dictionaryInFile(const std::filesystem::path& path)
+{
+    const std::optional<NSData> data = contentsOfFile(path);
+    const std::optional<Value> read = data ? JSONObjectWithData(data->view()) : std::nullopt;
+    return read && read->dictionary() ? std::optional(*read->dictionary()) : std::nullopt;
+}
+
+/// What the library's folder said when it was first asked.
+struct LibraryInfo {
+    std::filesystem::path folder { Process::current().configuration().libraryBundle };
+    std::optional<NSDictionary> read { dictionaryInFile(folder / "Info.json") };
+    std::shared_ptr<const NSDictionary> info { std::make_shared<NSDictionary>(read.value_or(NSDictionary {})) };
+};
+const ProcessLocal<LibraryInfo> s_library;
+
+}
+
+NSBundle NSBundle::mainBundle()
+{
+    // The configuration lives as long as its process.
+    const ProcessConfiguration& configuration = Process::current().configuration();
+    return { configuration.mainBundleIdentifier, { std::shared_ptr<void> {}, &configuration.mainBundleInfo }, {} };
+}
+
+NSBundle NSBundle::bundleForLibrary()
+{
+    const LibraryInfo& library = s_library.get();
+    return { (*library.info)["CFBundleIdentifier"].stringOrEmpty(), library.info, library.folder };
+}
+
+std::optional<NSBundle> NSBundle::bundleWithIdentifier(std::string_view identifier)
+{
+    for (const NSBundle& bundle : { mainBundle(), bundleForLibrary() }) {
+        if (!identifier.empty() && bundle.m_identifier == identifier)
+            return bundle;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::filesystem::path> NSBundle::pathForResource(std::string_view name, std::string_view type) const
+{
+    if (m_folder.empty() || name.empty())
+        return std::nullopt;
+    std::filesystem::path path = m_folder / name;
+    if (!type.empty())
+        path += "." + std::string { type };
+    std::error_code error;
+    return std::filesystem::exists(path, error) ? std::optional(path) : std::nullopt;
+}
+
+std::string NSBundle::localizedString(std::string_view key) const
+{
+    if (const auto path = pathForResource("Localizable", "json")) {
+        if (const auto texts = dictionaryInFile(*path); texts && (*texts)[key].isString())
+            return (*texts)[key].stringOrEmpty();
+    }
+    return std::string { key };
+}
+
+}

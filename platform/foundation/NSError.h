@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace lumora {
+
+struct NSError {
+    std::string domain;
+    int64_t code { 0 };
+    std::string localizedDescription;
+};
+
+inline constexpr const char* NSURLErrorDomain = "NSURLErrorDomain";
+
+/// How an HTTP exchange can fail.
+enum NSURLErrorCode : int {
+    NSURLErrorUnknown = -1,
+    NSURLErrorBadURL = -1000,
+    NSURLErrorTimedOut = -1001,
+    NSURLErrorUnsupportedURL = -1002,
+    NSURLErrorCannotFindHost = -1003,
+    NSURLErrorCannotConnectToHost = -1004,
+    NSURLErrorNetworkConnectionLost = -1005,
+    NSURLErrorHTTPTooManyRedirects = -1007,
+    NSURLErrorBadServerResponse = -1011,
+    NSURLErrorDataLengthExceedsMaximum = -1103,
+    NSURLErrorSecureConnectionFailed = -1200,
+    NSURLErrorServerCertificateUntrusted = -1202,
+};
+
+}

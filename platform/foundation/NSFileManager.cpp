@@ -1,0 +1,102 @@
+#include "platform/foundation/NSFileManager.h"
+
+#include "platform/process/Process.h"
+
+#include <fstream>
+
+namespace lumora {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool writeAndClose(std::ofstream& file, std::string_view content)
+{
+    file.write(content.data(), static_cast<std::streamsize>(content.size()));
+    file.close();
+    return file.good();
+}
+
+std::ofstream openEmpty(const fs::path& path)
+{
+    constexpr auto mode = std::ios::binary | std::ios::trunc;
+    std::ofstream file(path, mode);
+    if (!file.is_open()) {
+        std::error_code ignored;
+        fs::create_directories(path.parent_path(), ignored);
+        file.open(path, mode);
+    }
+    return file;
+}
+
+}
+
+fs::path NSHomeDirectory() { return Process::current().configuration().home; }
+
+bool appendToFile(const fs::path& path, std::string_view text)
+{
+    // Reading too is what keeps a missing file from being made.
+    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary | std::ios::ate);
+    if (!file.is_open())
+        return false;
+    file.write(text.data(), static_cast<std::streamsize>(text.size()));
+    file.close();
+    return file.good();
+}
+
+bool writeToFile(const fs::path& path, std::string_view text)
+{
+    std::ofstream file = openEmpty(path);
+    return file.is_open() && writeAndClose(file, text);
+}
+
+bool replaceFile(const fs::path& path, std::string_view content)
+{
+    fs::path fresh = path;
+    fresh += ".new";
+    std::error_code error;
+    // What a killed process left behind may have any mode, or be no file.
+    fs::remove(fresh, error);
+    std::ofstream file = openEmpty(fresh);
+    if (!file.is_open())
+        return false;
+    // Closed to others before the first byte is in it.
+    fs::permissions(fresh, fs::perms::owner_read | fs::perms::owner_write, error);
+    if (!error && writeAndClose(file, content))
+        fs::rename(fresh, path, error);
+    else if (!error)
+        error = std::make_error_code(std::errc::io_error);
+    if (!error)
+        return true;
+    std::error_code ignored;
+    fs::remove(fresh, ignored);
+    return false;
+}
+
+std::optional<NSData> contentsOfFile(const fs::path& path)
+{
+    std::error_code error;
+    if (!fs::is_regular_file(path, error))
+        return std::nullopt;
+    std::ifstream file(path, std::ios::binary);
+    if (!file.is_open())
+        return std::nullopt;
+    NSData data;
+    const auto size = fs::file_size(path, error);
+    data.bytes.resize(error ? 0 : size);
+    file.read(reinterpret_cast<char*>(data.bytes.data()), static_cast<std::streamsize>(data.bytes.size()));
+    if (file.bad())
+        return std::nullopt;
+    // A file that shrank meanwhile.
+    data.bytes.resize(static_cast<size_t>(file.gcount()));
+    return data;
+}
+
+void removeFile(const fs::path& path)
+{
+    std::error_code ignored;
+    if (!path.empty())
+        fs::remove(path, ignored);
+}
+
+}

@@ -1,0 +1,308 @@
+#include "platform/linux/CurlTransport.h"
+
+#include "platform/foundation/NSError.h"
+#include "platform/foundation/NSURLSession.h"
+#include "platform/process/Lock.h"
+
+#include <curl/curl.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <map>
+#include <new>
+#include <thread>
+
+namespace lumora {
+
+namespace {
+
+constexpr size_t longestHeader = 256 << 10;
+constexpr long mostRedirects = 20;
+constexpr long mostConnectionsPerHost = 6;
+
+int errorCodeOf(CURLcode result)
+{
+    switch (result) {
+    case CURLE_OPERATION_TIMEDOUT:
+        return NSURLErrorTimedOut;
+    case CURLE_URL_MALFORMAT:
+        return NSURLErrorBadURL;
+    case CURLE_UNSUPPORTED_PROTOCOL:
+        return NSURLErrorUnsupportedURL;
+    case CURLE_COULDNT_RESOLVE_HOST:
+    case CURLE_COULDNT_RESOLVE_PROXY:
+        return NSURLErrorCannotFindHost;
+    case CURLE_COULDNT_CONNECT:
+        return NSURLErrorCannotConnectToHost;
+    case CURLE_GOT_NOTHING:
+    case CURLE_PARTIAL_FILE:
+    case CURLE_RECV_ERROR:
+    case CURLE_SEND_ERROR:
+        return NSURLErrorNetworkConnectionLost;
+    case CURLE_TOO_MANY_REDIRECTS:
+        return NSURLErrorHTTPTooManyRedirects;
+    case CURLE_PEER_FAILED_VERIFICATION:
+        return NSURLErrorServerCertificateUntrusted;
+    case CURLE_SSL_CONNECT_ERROR:
+        return NSURLErrorSecureConnectionFailed;
+    case CURLE_WEIRD_SERVER_REPLY:
+    case CURLE_BAD_CONTENT_ENCODING:
+        return NSURLErrorBadServerResponse;
+    default:
+        return NSURLErrorUnknown;
+    }
+}
+
+struct FreeList {
+    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+};
+struct FreeEasy {
+    void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
+};
+struct FreeMulti {
+    void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
+};
+
+/// One exchange under way. Belongs to the transport's thread once it has started.
+class Exchange {
+public:
+    Exchange(HTTPExchangeRequest request, HTTPTransport::Completion completion)
+        : m_request(std::move(request))
+        , m_completion(std::move(completion))
+    {
+    }
+
+    /// The handle to run; null when there is no memory for one.
+    CURL* prepared();
+    void finish(CURLcode result);
+
+private:
+    static size_t bodyArrived(char* bytes, size_t size, size_t count, void* exchange);
+    static size_t headerArrived(char* bytes, size_t size, size_t count, void* exchange);
+    void addHeaders();
+    void setMethod(CURL* easy);
+
+    HTTPExchangeRequest m_request;
+    HTTPTransport::Completion m_completion;
+    HTTPExchangeAnswer m_answer;
+    std::unique_ptr<CURL, FreeEasy> m_easy;
+    std::unique_ptr<curl_slist, FreeList> m_headers;
+    std::array<char, CURL_ERROR_SIZE> m_errorText {};
+    size_t m_headerSize { 0 };
+    bool m_isTooLong { false };
+};
+
+void Exchange::addHeaders()
+{
+    auto append = [&](std::string line) {
+        // A line break would begin a header of its own.
+        std::replace_if(
+            line.begin(), line.end(), [](char c) { return c == '\r' || c == '\n' || c == '\0'; }, ' ');
+        if (curl_slist* longer = curl_slist_append(m_headers.get(), line.c_str())) {
+            static_cast<void>(m_headers.release());
+            m_headers.reset(longer);
+        }
+    };
+    // An empty one is written with a semicolon; with a colon it would remove the library's own.
+    for (const auto& [name, value] : m_request.headers)
+        append(value.empty() ? name + ";" : name + ": " + value);
+    // No extra round trip before a large body.
+    append("Expect:");
+}
+
+void Exchange::setMethod(CURL* easy)
+{
+    const std::string& method = m_request.method;
+    if (!m_request.body.empty() || method == "POST") {
+        curl_easy_setopt(easy, CURLOPT_POST, 1L);
+        curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(m_request.body.size()));
+        curl_easy_setopt(easy, CURLOPT_POSTFIELDS, m_request.body.data());
+    }
+    if (method == "HEAD")
+        curl_easy_setopt(easy, CURLOPT_NOBODY, 1L);
+    else if (method != "POST" && (method != "GET" || !m_request.body.empty()))
+        curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, method.c_str());
+}
+
+CURL* Exchange::prepared()
+{
+    m_easy.reset(curl_easy_init());
+    CURL* easy = m_easy.get();
+    if (!easy)
+        return nullptr;
+    const double seconds = std::isnan(m_request.timeout) ? 60 : std::clamp(m_request.timeout, 0.001, 1e6);
+    curl_easy_setopt(easy, CURLOPT_URL, m_request.url.c_str());
+    curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
+    curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
+    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, mostRedirects);
+    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, std::lround(seconds * 1000));
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    // Stopping does not wait for a name server.
+    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
+    curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, m_errorText.data());
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &bodyArrived);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &headerArrived);
+    curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
+    addHeaders();
+    curl_easy_setopt(easy, CURLOPT_HTTPHEADER, m_headers.get());
+    setMethod(easy);
+    return easy;
+}
+
+size_t Exchange::bodyArrived(char* bytes, size_t size, size_t count, void* exchange)
+{
+    auto& self = *static_cast<Exchange*>(exchange);
+    self.m_isTooLong |= self.m_answer.body.size() + size * count > NSURLSession::longestBody;
+    if (self.m_isTooLong)
+        return 0;
+    self.m_answer.body.append(bytes, size * count);
+    return size * count;
+}
+
+size_t Exchange::headerArrived(char* bytes, size_t size, size_t count, void* exchange)
+{
+    auto& self = *static_cast<Exchange*>(exchange);
+    std::string_view line { bytes, size * count };
+    self.m_headerSize += line.size();
+    self.m_isTooLong |= self.m_headerSize > longestHeader;
+    if (self.m_isTooLong)
+        return 0;
+    // Each redirect begins anew.
+    if (line.starts_with("HTTP/"))
+        self.m_answer.headers = {};
+    const size_t colon = line.find(':');
+    if (colon != std::string_view::npos && colon > 0) {
+        std::string_view value = line.substr(colon + 1);
+        value.remove_prefix(std::min(value.find_first_not_of(" \t"), value.size()));
+        value = value.substr(0, value.find_last_not_of(" \t\r\n") + 1);
+        self.m_answer.headers.add(line.substr(0, colon), std::string { value });
+    }
+    return size * count;
+}
+
+void Exchange::finish(CURLcode result)
+{
+    if (result == CURLE_OK) {
+        long status = 0;
+        curl_easy_getinfo(m_easy.get(), CURLINFO_RESPONSE_CODE, &status);
+        m_answer.status = static_cast<int>(status);
+    } else {
+        m_answer.error = m_isTooLong ? "the answer is too long" : m_errorText[0] ? m_errorText.data() : curl_easy_strerror(result);
+        m_answer.errorCode = m_isTooLong ? NSURLErrorDataLengthExceedsMaximum : errorCodeOf(result);
+    }
+    m_completion(std::move(m_answer));
+}
+
+class CurlTransport final : public HTTPTransport {
+public:
+    ~CurlTransport() override { CurlTransport::stop(); }
+
+    void start(HTTPExchangeRequest request, Completion completion) override;
+    void stop() override;
+
+private:
+    using Exchanges = std::vector<std::unique_ptr<Exchange>>;
+
+    void run();
+    void finishDone();
+
+    std::unique_ptr<CURLM, FreeMulti> m_multi;
+    Lock m_lock;
+    Exchanges m_incoming LUMORA_GUARDED_BY(m_lock);
+    bool m_isStopped LUMORA_GUARDED_BY(m_lock) { false };
+    std::thread m_thread LUMORA_GUARDED_BY(m_lock);
+    // The thread's own, and the one's that stopped it.
+    std::map<CURL*, std::unique_ptr<Exchange>> m_running;
+};
+
+void CurlTransport::start(HTTPExchangeRequest request, Completion completion)
+{
+    static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
+    static_cast<void>(initialised);
+    auto exchange = std::make_unique<Exchange>(std::move(request), std::move(completion));
+    Locker hold(m_lock);
+    if (m_isStopped)
+        return;
+    m_incoming.push_back(std::move(exchange));
+    if (!m_thread.joinable()) {
+        // Made here, as each takes file descriptors and most processes of a fleet never send.
+        m_multi.reset(curl_multi_init());
+        if (!m_multi)
+            throw std::bad_alloc();
+        curl_multi_setopt(m_multi.get(), CURLMOPT_MAX_HOST_CONNECTIONS, mostConnectionsPerHost);
+        m_thread = std::thread([this] { run(); });
+    }
+    curl_multi_wakeup(m_multi.get());
+}
+
+void CurlTransport::stop()
+{
+    std::thread thread;
+    Exchanges dropped;
+    {
+        Locker hold(m_lock);
+        m_isStopped = true;
+        dropped.swap(m_incoming);
+        thread.swap(m_thread);
+    }
+    if (!thread.joinable())
+        return;
+    curl_multi_wakeup(m_multi.get());
+    thread.join();
+    // What completions hold goes on this thread, inside its process.
+    for (const auto& [easy, exchange] : m_running)
+        curl_multi_remove_handle(m_multi.get(), easy);
+    m_running.clear();
+}
+
+void CurlTransport::run()
+{
+    constexpr int longestWait = 60'000;
+    for (;;) {
+        Exchanges incoming;
+        {
+            Locker hold(m_lock);
+            if (m_isStopped)
+                return;
+            incoming.swap(m_incoming);
+        }
+        for (std::unique_ptr<Exchange>& exchange : incoming) {
+            CURL* easy = exchange->prepared();
+            if (!easy || curl_multi_add_handle(m_multi.get(), easy) != CURLM_OK)
+                exchange->finish(CURLE_OUT_OF_MEMORY);
+            else
+                m_running.emplace(easy, std::move(exchange));
+        }
+        int running = 0;
+        curl_multi_perform(m_multi.get(), &running);
+        finishDone();
+        curl_multi_poll(m_multi.get(), nullptr, 0, longestWait, nullptr);
+    }
+}
+
+void CurlTransport::finishDone()
+{
+    int left = 0;
+    while (CURLMsg* message = curl_multi_info_read(m_multi.get(), &left)) {
+        if (message->msg != CURLMSG_DONE)
+            continue;
+        const CURLcode result = message->data.result;
+        auto done = m_running.extract(message->easy_handle);
+        curl_multi_remove_handle(m_multi.get(), done.key());
+        done.mapped()->finish(result);
+    }
+}
+
+}
+
+std::unique_ptr<HTTPTransport> makeCurlTransport() { return std::make_unique<CurlTransport>(); }
+
+}

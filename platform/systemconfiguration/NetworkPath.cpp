@@ -1,0 +1,33 @@
+#include "platform/systemconfiguration/NetworkPath.h"
+
+namespace lumora {
+
+std::shared_ptr<void> NetworkPath::addListener(Listener listener)
+{
+    auto held = std::make_shared<Listener>(std::move(listener));
+    bool isFirst = false;
+    {
+        Locker hold(m_listenersLock);
+        std::erase_if(m_listeners, [](const auto& other) { return other.expired(); });
+        isFirst = m_listeners.empty();
+        m_listeners.push_back(held);
+    }
+    if (isFirst)
+        watch();
+    return held;
+}
+
+void NetworkPath::changed()
+{
+    std::vector<std::weak_ptr<Listener>> listeners;
+    {
+        Locker hold(m_listenersLock);
+        listeners = m_listeners;
+    }
+    for (const auto& listener : listeners) {
+        if (auto held = listener.lock())
+            (*held)();
+    }
+}
+
+}

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/process/Lock.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace lumora {
+
+/// The bits of a network path.
+enum SCNetworkReachabilityFlags : uint32_t {
+    kSCNetworkReachabilityFlagsTransientConnection = 1,
+    kSCNetworkReachabilityFlagsReachable = 2,
+    kSCNetworkReachabilityFlagsConnectionRequired = 4,
+    kSCNetworkReachabilityFlagsConnectionOnTraffic = 8,
+    kSCNetworkReachabilityFlagsInterventionRequired = 16,
+    kSCNetworkReachabilityFlagsConnectionOnDemand = 32,
+    kSCNetworkReachabilityFlagsIsLocalAddress = 0x10000,
+    kSCNetworkReachabilityFlagsIsDirect = 0x20000,
+    kSCNetworkReachabilityFlagsIsWWAN = 0x40000,
+};
+
+/// The way from this machine to the internet. Any thread.
+class NetworkPath {
+public:
+    using Listener = std::function<void()>;
+
+    virtual ~NetworkPath() = default;
+    /// The flag bits of the default route at this moment; 0 when there is none.
+    virtual uint32_t flags() = 0;
+
+    /// Calls the listener after every change of the flags, on any thread, until the answered handle is dropped. A call that is
+    /// under way then may still end later, so a listener holds what it needs weakly.
+    [[nodiscard]] std::shared_ptr<void> addListener(Listener listener);
+
+protected:
+    /// For implementations: the flags are others than before.
+    void changed();
+    /// Called when the first listener comes: time to start watching.
+    virtual void watch() { }
+
+private:
+    Lock m_listenersLock;
+    std::vector<std::weak_ptr<Listener>> m_listeners LUMORA_GUARDED_BY(m_listenersLock);
+};
+
+}

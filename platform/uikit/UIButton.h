@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/uikit/UILabel.h"
+
+namespace lumora {
+
+/// A title to tap on. The title's label is a subview that fills the button. Main thread only.
+class UIButton : public UIView {
+public:
+    static const ClassDescription& classDescription();
+    /// Points left and right of the title.
+    static constexpr double titleInset = 8;
+
+    const std::string& title() { return titleLabel().text(); }
+    void setTitle(std::string title) { titleLabel().setText(std::move(title)); }
+    void setTitleColor(const UIColor& color) { titleLabel().setTextColor(color); }
+    UILabel& titleLabel();
+    bool isHighlighted() const { return m_highlighted; }
+    void setHighlighted(bool highlighted) { m_highlighted = highlighted; }
+    bool isSelected() const { return m_selected; }
+    void setSelected(bool selected) { m_selected = selected; }
+    /// Sends the action after a tap, whatever other recognizers of the button make of it. The target is held weakly.
+    void addTarget(std::weak_ptr<Object> target, SEL action);
+
+    void layoutSubviews();
+    CGSize intrinsicContentSize();
+    /// Drawn lighter while it is highlighted.
+    void drawRect(CGContext& context);
+    void touchesBegan(const Value& touches, Object* event);
+    void touchesEnded(const Value& touches, Object* event);
+    void touchesCancelled(const Value& touches, Object* event);
+
+private:
+    bool recognizesTogether(Object* recognizer, Object* other);
+
+    std::shared_ptr<UILabel> m_titleLabel;
+    std::weak_ptr<UIGestureRecognizer> m_actionRecognizer;
+    bool m_highlighted { false };
+    bool m_selected { false };
+};
+
+}

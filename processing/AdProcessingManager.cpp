@@ -1,0 +1,55 @@
+#include "processing/AdProcessingManager.h"
+
+#include "core/TDActivationManager.h"
+#include "interception/Swizzling.h"
+#include "platform/process/ProcessLocal.h"
+#include "platform/uikit/UIView.h"
+#include "processing/ProcessorsManager.h"
+#include "support/UIViewExtensions.h"
+
+namespace lumora {
+
+namespace {
+ProcessLocal<AdProcessingManager> s_sharedInstance;
+ProcessOnce s_initialised;
+}
+
+const ClassDescription& AdProcessingManager::classDescription()
+{
+    static const ClassDescription description = ClassDescription::of<AdProcessingManager, NSObject>("AdProcessingManager");
+    return description;
+}
+static const RegisteredClass registered { &AdProcessingManager::classDescription };
+
+AdProcessingManager& AdProcessingManager::sharedInstance() { return s_sharedInstance.get(); }
+
+void AdProcessingManager::frameworkWasInitialised()
+{
+    s_initialised.run([] {
+        for (const char* name : { "NSObject", "UIAlertView", "UIApplication", "UIWindow", "openURLSwizzler" })
+            send(NSClassFromString(name), sel::swizzleMethods);
+    });
+}
+
+std::shared_ptr<LMAdViewProcessor> AdProcessingManager::getProcessorReversedBy(const Object* view) const
+{
+    const auto processors = ProcessorsManager::sharedInstance().getAllProcessors();
+    const auto* wanted = dynamic_cast<const UIView*>(view);
+    for (auto processor = processors.rbegin(); processor != processors.rend(); ++processor) {
+        const std::shared_ptr<Object> ad = (*processor)->adObject();
+        if (!ad || !view)
+            continue;
+        const auto* adView = dynamic_cast<const UIView*>(ad.get());
+        const bool related = wanted && adView && (containsSubview(*adView, *wanted) || containsSubview(*wanted, *adView));
+        if (ad->isEqual(view) || related)
+            return *processor;
+    }
+    return nullptr;
+}
+
+void AdProcessingManager::checkTtlWithCompletion(const std::function<void(bool)>&)
+{
+    TDActivationManager::sharedInstance().checkActivationWithBlock([](bool) { });
+}
+
+}

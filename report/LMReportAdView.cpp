@@ -1,0 +1,62 @@
+#include "report/LMReportAdView.h"
+
+#include "report/InterfaceFiles.h"
+#include "report/ReportProtocols.h"
+#include "report/ReportReasons.h"
+
+namespace lumora {
+
+namespace {
+constinit const TypedSelector<void()> onButtonCloseSelector { "onButtonClose" };
+constexpr double roomyHeight = 230;
+}
+
+const ClassDescription& LMReportAdView::classDescription()
+{
+    static const ClassDescription description
+        = ClassDescription::of<LMReportAdView, UIView>("LMReportAdView")
+              .protocol(LMReportAdViewRoundedButtonDelegate)
+              .method<&LMReportAdView::onButtonClose>(onButtonCloseSelector)
+              .method<&LMReportAdView::reportButtonDidTouched>(sel::reportButtonDidTouched)
+              .variable<&LMReportAdView::m_buttonOffensiveContent>("buttonOffensiveContent")
+              .variable<&LMReportAdView::m_buttonRepetitiveAd>("buttonRepetitiveAd")
+              .variable<&LMReportAdView::m_buttonFraud>("buttonFraud")
+              .variable<&LMReportAdView::m_buttonClose>("buttonClose");
+    return description;
+}
+static const RegisteredClass registered { &LMReportAdView::classDescription };
+
+std::shared_ptr<LMReportAdView> LMReportAdView::initFromNibForAdSize(CGSize size)
+{
+    return loadInterface<LMReportAdView>(size.height >= roomyHeight ? "LMReportAdNativeBannerView" : "LMReportAdBannerView");
+}
+
+void LMReportAdView::setup()
+{
+    if (m_buttonClose && m_buttonClose->gestureRecognizers().empty()) {
+        auto tap = make<UITapGestureRecognizer>();
+        tap->addTarget(shared_from_this(), onButtonCloseSelector);
+        m_buttonClose->addGestureRecognizer(tap);
+    }
+    assignReasons(shared_from_this(), m_buttonOffensiveContent, m_buttonRepetitiveAd, m_buttonFraud);
+}
+
+std::shared_ptr<Object> LMReportAdView::delegateFor(SEL selector) const
+{
+    auto delegate = m_delegate.lock();
+    const bool listens = conformsToProtocol(delegate.get(), LMReportAdViewDelegate) && respondsToSelector(delegate.get(), selector);
+    return listens ? delegate : nullptr;
+}
+
+void LMReportAdView::onButtonClose()
+{
+    send(delegateFor(sel::reportAdViewDidCanceled), sel::reportAdViewDidCanceled, static_cast<id>(this));
+}
+
+void LMReportAdView::reportButtonDidTouched(Object*, const std::string& userDescription)
+{
+    send(delegateFor(sel::reportAdViewDidTouchReportButton), sel::reportAdViewDidTouchReportButton, static_cast<id>(this),
+        userDescription);
+}
+
+}

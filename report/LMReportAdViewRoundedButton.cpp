@@ -1,0 +1,91 @@
+#include "report/LMReportAdViewRoundedButton.h"
+
+#include "platform/dispatch/Executor.h"
+#include "report/BrandColor.h"
+#include "report/ReportProtocols.h"
+#include "support/Guarded.h"
+
+namespace lumora {
+
+namespace {
+constinit const TypedSelector<void()> didTouchUpInsideSelector { "didTouchUpInside" };
+constexpr double timeToSeeTheChoice = 1.0;
+}
+
+const ClassDescription& LMReportAdViewRoundedButton::classDescription()
+{
+    static const ClassDescription description
+        = ClassDescription::of<LMReportAdViewRoundedButton, UIButton>("LMReportAdViewRoundedButton")
+              .method<&LMReportAdViewRoundedButton::initWithFrame>(sel::initWithFrame)
+              .method<&LMReportAdViewRoundedButton::initWithCoder>(sel::initWithCoder)
+              .method<&LMReportAdViewRoundedButton::layoutSubviews>(sel::layoutSubviews)
+              .method<&LMReportAdViewRoundedButton::didTouchUpInside>(didTouchUpInsideSelector);
+    return description;
+}
+static const RegisteredClass registered { &LMReportAdViewRoundedButton::classDescription };
+
+id LMReportAdViewRoundedButton::initWithFrame(CGRect frame)
+{
+    sendSuper(classOf<LMReportAdViewRoundedButton>(), this, sel::initWithFrame, frame);
+    setupView();
+    return this;
+}
+
+id LMReportAdViewRoundedButton::initWithCoder(Object* coder)
+{
+    sendSuper(classOf<LMReportAdViewRoundedButton>(), this, sel::initWithCoder, coder);
+    setupView();
+    return this;
+}
+
+void LMReportAdViewRoundedButton::setupView()
+{
+    m_didSelected = false;
+    if (!m_tapGestureRecognizer) {
+        m_tapGestureRecognizer = make<UITapGestureRecognizer>();
+        m_tapGestureRecognizer->addTarget(shared_from_this(), didTouchUpInsideSelector);
+        addGestureRecognizer(m_tapGestureRecognizer);
+    }
+    layer().setBorderColor(brandColor());
+    layer().setBorderWidth(1);
+    layer().setCornerRadius(frame().size.height / 2);
+    titleLabel().setAdjustsFontSizeToFitWidth(true);
+}
+
+void LMReportAdViewRoundedButton::layoutSubviews()
+{
+    sendSuper(classOf<LMReportAdViewRoundedButton>(), this, sel::layoutSubviews);
+    // The interface file gives the frame after the initialiser ran, and layout the final one: a capsule at any height.
+    layer().setCornerRadius(frame().size.height / 2);
+}
+
+void LMReportAdViewRoundedButton::didTouchUpInside()
+{
+    if (m_didSelected)
+        return;
+    m_didSelected = true;
+    makeActive();
+    if (!respondsToSelector(m_delegate.lock().get(), sel::reportButtonDidTouched))
+        return;
+    dispatch_get_main_queue().asyncAfter(timeToSeeTheChoice, [weakButton = std::weak_ptr(shared_from_this())] {
+        const auto button = as<LMReportAdViewRoundedButton>(weakButton.lock());
+        if (const auto delegate = button ? button->m_delegate.lock() : nullptr)
+            send(delegate, sel::reportButtonDidTouched, button, button->m_userDescription);
+    });
+}
+
+void LMReportAdViewRoundedButton::makeActive()
+{
+    setHighlighted(false);
+    setSelected(false);
+    setTitleColor(UIColor::whiteColor());
+    setBackgroundColor(brandColor());
+}
+
+void LMReportAdViewRoundedButton::makeInactive()
+{
+    setTitleColor(brandColor());
+    setBackgroundColor(UIColor::whiteColor());
+}
+
+}

@@ -1,0 +1,322 @@
+#include "report/TDButtonHandler.h"
+
+#include "core/TDActivationManager.h"
+#include "interception/TDMetadataClassProtocol.h"
+#include "platform/dispatch/Executor.h"
+#include "platform/foundation/NSString.h"
+#include "platform/uikit/NSLayoutConstraint.h"
+#include "platform/uikit/UITapGestureRecognizer.h"
+#include "platform/uikit/UIViewController.h"
+#include "processing/AdProcessingManager.h"
+#include "report/InterfaceFiles.h"
+#include "report/LMReportAdView.h"
+#include "report/ReportProtocols.h"
+#include "report/TDReportButtonView.h"
+#include "report/TDSwipableReportViewController.h"
+#include "service/LMEventsManager.h"
+#include "support/Guarded.h"
+#include "support/UIViewExtensions.h"
+
+namespace lumora {
+
+namespace {
+constexpr double overlayFadeTime = 0.3;
+
+Value configuredButtonTap()
+{
+    const std::shared_ptr<TDConfig> config = TDActivationManager::sharedInstance().getConfig();
+    return config ? config->buttonTap() : Value {};
+}
+}
+
+const ClassDescription& TDButtonHandler::classDescription()
+{
+    static const ClassDescription description
+        = ClassDescription::of<TDButtonHandler, NSObject>("TDButtonHandler")
+              .protocol(LMSwipableReportViewControllerDelegate)
+              .protocol(LMReportAdViewDelegate)
+              .protocol("UIGestureRecognizerDelegate")
+              .method<&TDButtonHandler::handleButtonTapAction>(sel::handleButtonTapAction)
+              .method<&TDButtonHandler::swipableReportViewControllerDidClosed>(sel::swipableReportViewControllerDidClosed)
+              .method<&TDButtonHandler::swipableReportViewControllerDidCanceled>(sel::swipableReportViewControllerDidCanceled)
+              .method<&TDButtonHandler::reportAdViewDidCanceled>(sel::reportAdViewDidCanceled)
+              .method<&TDButtonHandler::reportAdViewDidTouchReportButton>(sel::reportAdViewDidTouchReportButton)
+              .method<&TDButtonHandler::shouldRequireFailure>(sel::gestureRecognizerShouldRequireFailureOf)
+              .method<&TDButtonHandler::shouldBeRequiredToFail>(sel::gestureRecognizerShouldBeRequiredToFailBy);
+    return description;
+}
+static const RegisteredClass registered { &TDButtonHandler::classDescription };
+
+std::shared_ptr<TDButtonHandler> TDButtonHandler::self() { return std::static_pointer_cast<TDButtonHandler>(shared_from_this()); }
+
+void TDButtonHandler::saveAndGetInfoFromMetadataDict(const NSDictionary& metadata)
+{
+    m_metadata = metadata;
+    m_metadataClass = metadata["metaclass"].object();
+    m_supportObject = metadata["supportview"].object();
+    m_metadata.remove("metaclass");
+    m_metadata.remove("supportview");
+}
+
+bool TDButtonHandler::shouldRequireFailure(Object*, Object*) { return false; }
+bool TDButtonHandler::shouldBeRequiredToFail(Object*, Object*) { return true; }
+
+void TDButtonHandler::handleButtonTapAction(Object* recognizer)
+{
+    const auto button = m_buttonView.lock();
+    const auto* tap = as<UITapGestureRecognizer>(recognizer);
+    if (!button || !tap)
+        return;
+    if (button->buttonState() == TDReportButtonView::State::Full) {
+        if (m_vcState != FlowState::Idle)
+            return;
+        m_vcState = FlowState::ScreenShown;
+        if (send(m_metadataClass, sel::adType) == "interstitial")
+            presentReportForIntersitialAdType();
+        else
+            presentReportAdForBannersAndNativeAdType();
+    } else if (button->buttonState() == TDReportButtonView::State::Icon) {
+        if (tap->numberOfTapsRequired() == configuredButtonTap().integerValue())
+            button->animateFromIconToFull();
+    }
+}
+
+void TDButtonHandler::reportButtonWasClosed()
+{
+    if (const auto button = m_buttonView.lock())
+        button->animateFromFullToHidden();
+}
+
+// Without a controller or an interface file the flow stays where it is, and further taps do nothing: kept so.
+void TDButtonHandler::presentReportForIntersitialAdType()
+{
+    UIViewController* presenter = currentViewController();
+    if (!presenter)
+        return;
+    const auto sheet = loadInterface<TDSwipableReportViewController>("TDSwipableReportViewController");
+    if (!sheet)
+        return;
+    sheet->setDelegate(self());
+    sheet->view()->setBackgroundColor(UIColor::clearColor());
+    sheet->setModalPresentationStyle(UIModalPresentationStyle::OverCurrentContext);
+    sheet->setModalTransitionStyle(UIModalTransitionStyle::CrossDissolve);
+    send(presenter, sel::presentViewController, sheet, true, nullptr);
+    if (const auto button = m_buttonView.lock())
+        button->animateFromFullToHidden();
+}
+
+void TDButtonHandler::presentReportAdForBannersAndNativeAdType()
+{
+    const auto adView = m_adView.lock();
+    if (!currentViewController() || !adView)
+        return;
+    const CGSize size = adView->frame().size;
+    const auto overlay = LMReportAdView::initFromNibForAdSize(size);
+    if (!overlay)
+        return;
+    overlay->setup();
+    overlay->setFrame({ {}, size });
+    overlay->setTranslatesAutoresizingMaskIntoConstraints(false);
+    adView->addSubview(overlay);
+    std::vector<std::shared_ptr<NSLayoutConstraint>> edges;
+    using Attribute = NSLayoutAttribute;
+    for (const Attribute edge : { Attribute::Top, Attribute::Bottom, Attribute::Left, Attribute::Right })
+        edges.push_back(NSLayoutConstraint::constraintWithItem(overlay.get(), edge, adView.get(), edge, 1, 0));
+    NSLayoutConstraint::activateConstraints(edges);
+    overlay->setDelegate(self());
+    overlay->setAlpha(0);
+    adView->layoutIfNeeded();
+    UIView::animateWithDuration(overlayFadeTime, [&] { overlay->setAlpha(1); }, nullptr);
+    if (const auto button = m_buttonView.lock())
+        button->animateFromFullToHidden();
+}
+
+void TDButtonHandler::dismissOverlay(Object* overlay, std::function<void()> then)
+{
+    const auto view = retain(as<UIView>(overlay));
+    if (!view)
+        return then();
+    UIView::animateWithDuration(
+        overlayFadeTime, [&] { view->setAlpha(0); },
+        [weakOverlay = std::weak_ptr(view), then = std::move(then)](bool) {
+            if (const auto alive = weakOverlay.lock())
+                send(alive, sel::removeFromSuperview);
+            then();
+        });
+}
+
+// Cancelling the overlay takes the button off this ad for good, cancelling the sheet brings it back: kept, hosts have come to
+// expect the difference.
+void TDButtonHandler::reportAdViewDidCanceled(Object* overlay)
+{
+    dismissOverlay(overlay, [weakHandler = std::weak_ptr(self())] {
+        const auto handler = weakHandler.lock();
+        if (!handler)
+            return;
+        handler->m_vcState = FlowState::Idle;
+        send(handler->m_buttonView.lock(), sel::removeFromSuperview);
+    });
+}
+
+void TDButtonHandler::reportAdViewDidTouchReportButton(Object* overlay, const std::string& info)
+{
+    dismissOverlay(overlay, [weakHandler = std::weak_ptr(self()), info] {
+        if (const auto handler = weakHandler.lock())
+            handler->swipableReportViewControllerDidClosed(info);
+    });
+}
+
+void TDButtonHandler::swipableReportViewControllerDidClosed(const Value& userInfo)
+{
+    m_vcState = FlowState::Idle;
+    if (const std::string* reason = userInfo.string()) {
+        m_userReport = *reason;
+        reportThisAd();
+    }
+}
+
+void TDButtonHandler::swipableReportViewControllerDidCanceled()
+{
+    m_vcState = FlowState::Idle;
+    if (const auto button = m_buttonView.lock())
+        button->showButton();
+}
+
+void TDButtonHandler::sendReportWithInfo(const std::optional<std::string>& info)
+{
+    if (!info)
+        return;
+    m_userReport = *info;
+    reportThisAd();
+}
+
+bool TDButtonHandler::metadataClassResponds(SEL selector) const { return respondsToSelector(m_metadataClass.get(), selector); }
+
+std::string TDButtonHandler::getCreativeId() const
+{
+    const auto adView = m_adView.lock();
+    if (metadataClassResponds(sel::getCreativeIDWithObject_withSupportObject))
+        return send(m_metadataClass, sel::getCreativeIDWithObject_withSupportObject, adView, supportObject());
+    if (metadataClassResponds(sel::getCreativeIDWithObject))
+        return send(m_metadataClass, sel::getCreativeIDWithObject, adView);
+    return "";
+}
+
+std::string TDButtonHandler::getPlacementId() const
+{
+    const auto adView = m_adView.lock();
+    if (metadataClassResponds(sel::getPlacementIDWithObject_withSupportObject))
+        return send(m_metadataClass, sel::getPlacementIDWithObject_withSupportObject, adView, supportObject());
+    if (metadataClassResponds(sel::getPlacementIDWithObject))
+        return send(m_metadataClass, sel::getPlacementIDWithObject, adView);
+    return "";
+}
+
+std::string TDButtonHandler::screenshotOfAd() const
+{
+    const auto adView = m_adView.lock();
+    if (!adView)
+        return "";
+    std::shared_ptr<UIView> photographed;
+    if (metadataClassResponds(sel::getOtherViewForScreenshotWithView))
+        photographed = as<UIView>(send(m_metadataClass, sel::getOtherViewForScreenshotWithView, adView));
+    if (!photographed)
+        photographed = getVideoScreenshotView(*adView);
+    return base64Encoded(UIImagePNGRepresentation(takeScreenshot(*photographed)));
+}
+
+void TDButtonHandler::addMetadataTo(TDEventModel& event) const
+{
+    const auto adView = m_adView.lock();
+    event.setSdk(send(m_metadataClass, sel::getSDKName));
+    event.setSdkVersion(send(m_metadataClass, sel::getVersion));
+    event.setCreativeId(getCreativeId());
+    event.setPlacementId(getPlacementId());
+    event.setAdFormat(send(m_metadataClass, sel::adType));
+    Value further;
+    if (metadataClassResponds(sel::getOtherInfoForView))
+        further = send(m_metadataClass, sel::getOtherInfoForView, adView);
+    else if (metadataClassResponds(sel::getOtherInfoForView_andForSupportObject))
+        further = send(m_metadataClass, sel::getOtherInfoForView_andForSupportObject, adView, supportObject());
+    if (const NSDictionary* entries = further.dictionary())
+        event.addAdditionalInfo(*entries);
+}
+
+void TDButtonHandler::reportThisAd()
+{
+    m_vcState = FlowState::Sending;
+    if (conformsToProtocol(m_metadataClass.get(), TDMetadataClassPlayerManipulateSupportProtocol)
+        && send(m_metadataClass, sel::havePlayer))
+        send(m_metadataClass, sel::playPlayer);
+    auto event = make<TDEventModel>();
+    const auto button = m_buttonView.lock();
+    event->setAdId(button ? button->adLocalId() : "");
+    if (std::string screenshot = screenshotOfAd(); !screenshot.empty())
+        event->setScreenshot(std::move(screenshot));
+    if (m_metadataClass)
+        addMetadataTo(*event);
+    event->setType(m_userReport);
+    const Value buttonTap = configuredButtonTap();
+    event->addAdditionalInfo(
+        { { "config", buttonTap.isNothing() ? NSDictionary {} : NSDictionary { { "buttonTap", buttonTap } } } });
+
+    const auto processor = AdProcessingManager::sharedInstance().getProcessorReversedBy(m_adView.lock().get());
+    if (!processor)
+        return sendEvent(event);
+    event->setAdType(processor->getAdTypeInString());
+    processor->getNewHTMLWithPurpose(
+        LMAdViewProcessor::HTMLPurpose::Report, [handler = self(), event](const std::string& html, bool) {
+            event->setHtml(html);
+            handler->sendEvent(event);
+        });
+}
+
+void TDButtonHandler::sendEvent(const std::shared_ptr<TDEventModel>& event)
+{
+    if (const auto report = event->getEventAsMutableDictionary())
+        tellDelegate(*report);
+    LMEventsManager::shared().handleEvent(event, [weakHandler = std::weak_ptr(self())](bool delivered) {
+        // Views are looked at, and may die, on the main thread only.
+        onMainThread([weakHandler, delivered] {
+            if (const auto handler = weakHandler.lock())
+                handler->deliveryEnded(delivered);
+        });
+    });
+}
+
+void TDButtonHandler::tellDelegate(const NSDictionary& report) const
+{
+    const auto delegate = m_delegate.lock();
+    const auto adView = m_adView.lock();
+    if (!adView || !conformsToProtocol(delegate.get(), ReportButtonDelegateProtocol))
+        return;
+    guarded([&] { send(delegate, sel::reportButtonWasClickedInView, adView, report); });
+}
+
+void TDButtonHandler::deliveryEnded(bool delivered) const
+{
+    const auto button = m_buttonView.lock();
+    if (!button)
+        return;
+    if (!delivered)
+        send(button, sel::removeFromSuperview);
+    else if (m_adView.lock())
+        button->adWasReported();
+}
+
+void TDButtonHandler::getAdInfo()
+{
+    const auto button = m_buttonView.lock();
+    NSDictionary info { { "adId", button ? button->adLocalId() : "" } };
+    if (std::string screenshot = screenshotOfAd(); !screenshot.empty())
+        info.set("screenshot", std::move(screenshot));
+    const auto processor = AdProcessingManager::sharedInstance().getProcessorReversedBy(m_adView.lock().get());
+    if (!processor) {
+        info.set("html", "");
+        return;
+    }
+    processor->getNewHTMLWithPurpose(LMAdViewProcessor::HTMLPurpose::AdRecord,
+        [info](const std::string& html, bool) mutable { info.set("html", html); });
+}
+
+}

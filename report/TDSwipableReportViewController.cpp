@@ -1,0 +1,87 @@
+#include "report/TDSwipableReportViewController.h"
+
+#include "platform/quartzcore/CAShapeLayer.h"
+#include "platform/uikit/UIView.h"
+#include "report/ReportProtocols.h"
+#include "report/ReportReasons.h"
+
+namespace lumora {
+
+namespace {
+constinit const TypedSelector<void()> closeViewSelector { "closeView" };
+constexpr double sheetCornerRadius = 30;
+}
+
+const ClassDescription& TDSwipableReportViewController::classDescription()
+{
+    static const ClassDescription description
+        = ClassDescription::of<TDSwipableReportViewController, UIViewController>("TDSwipableReportViewController")
+              .protocol(LMReportAdViewRoundedButtonDelegate)
+              .method<&TDSwipableReportViewController::viewDidLoad>(sel::viewDidLoad)
+              .method<&TDSwipableReportViewController::viewDidLayoutSubviews>(sel::viewDidLayoutSubviews)
+              .method<&TDSwipableReportViewController::closeView>(closeViewSelector)
+              .method<&TDSwipableReportViewController::reportButtonDidTouched>(sel::reportButtonDidTouched)
+              .variable<&TDSwipableReportViewController::m_overlayView>("overlayView")
+              .variable<&TDSwipableReportViewController::m_menuView>("menuView")
+              .variable<&TDSwipableReportViewController::m_offensiveButton>("offensiveButton")
+              .variable<&TDSwipableReportViewController::m_repetitiveButton>("repetitiveButton")
+              .variable<&TDSwipableReportViewController::m_fraudButton>("fraudButton")
+              .variable<&TDSwipableReportViewController::m_safeAreaRootView>("safeAreaRootView");
+    return description;
+}
+static const RegisteredClass registered { &TDSwipableReportViewController::classDescription };
+
+void TDSwipableReportViewController::viewDidLoad()
+{
+    sendSuper(classOf<TDSwipableReportViewController>(), this, sel::viewDidLoad);
+    prepareButtons();
+    if (!m_overlayView)
+        return;
+    auto tap = make<UITapGestureRecognizer>();
+    tap->addTarget(shared_from_this(), closeViewSelector);
+    m_overlayView->addGestureRecognizer(tap);
+}
+
+void TDSwipableReportViewController::prepareButtons()
+{
+    assignReasons(shared_from_this(), m_offensiveButton, m_repetitiveButton, m_fraudButton);
+}
+
+void TDSwipableReportViewController::viewDidLayoutSubviews()
+{
+    sendSuper(classOf<TDSwipableReportViewController>(), this, sel::viewDidLayoutSubviews);
+    prepareView();
+}
+
+void TDSwipableReportViewController::prepareView()
+{
+    if (!m_safeAreaRootView)
+        return;
+    auto mask = make<CAShapeLayer>();
+    mask->setFrame(m_safeAreaRootView->bounds());
+    mask->setPath(UIBezierPath::bezierPathWithRoundedRect(m_safeAreaRootView->bounds(),
+        UIRectCornerBottomLeft | UIRectCornerBottomRight, { sheetCornerRadius, sheetCornerRadius }));
+    m_safeAreaRootView->layer().setMask(std::move(mask));
+}
+
+void TDSwipableReportViewController::dismissAndTell(std::function<void(const std::shared_ptr<Object>&)> tell)
+{
+    send(this, sel::dismissViewController, true, [delegate = m_delegate, tell = std::move(tell)] {
+        const auto listener = delegate.lock();
+        if (conformsToProtocol(listener.get(), LMSwipableReportViewControllerDelegate))
+            tell(listener);
+    });
+}
+
+void TDSwipableReportViewController::closeView()
+{
+    dismissAndTell([](const auto& delegate) { send(delegate, sel::swipableReportViewControllerDidCanceled); });
+}
+
+void TDSwipableReportViewController::reportButtonDidTouched(Object*, const std::string& userDescription)
+{
+    dismissAndTell(
+        [userDescription](const auto& delegate) { send(delegate, sel::swipableReportViewControllerDidClosed, userDescription); });
+}
+
+}

@@ -1,0 +1,54 @@
+#include "service/LMAPI.h"
+
+#include "lumora/LMLogManager.h"
+#include "platform/foundation/NSFileManager.h"
+#include "platform/foundation/NSString.h"
+#include "platform/process/Lock.h"
+#include "platform/process/ProcessLocal.h"
+#include "service/ServiceConfiguration.h"
+
+namespace lumora {
+
+namespace {
+struct CollectorKey {
+    Lock lock;
+    std::optional<std::string> text LUMORA_GUARDED_BY(lock);
+};
+ProcessLocal<CollectorKey> s_key;
+}
+
+void LMAPI::setNewAuthKey(const std::optional<std::string>& key)
+{
+    if (!key)
+        return;
+    CollectorKey& stored = s_key.get();
+    Locker hold(stored.lock);
+    stored.text = *key;
+}
+
+NSMutableURLRequest LMAPI::createURLRequestWithURL(const std::string& url, const std::string& andMethod)
+{
+    CollectorKey& stored = s_key.get();
+    Locker hold(stored.lock);
+    NSMutableURLRequest request;
+    request.url = url;
+    request.httpMethod = andMethod;
+    request.timeoutInterval = 15.0;
+    request.cachePolicy = NSMutableURLRequest::CachePolicy::ReloadIgnoringLocalCacheData;
+    request.addValue("application/json", "Content-Type");
+    request.addValue(stored.text.value_or("(null)"), "Authorization");
+    return request;
+}
+
+void LMAPI::sendLog()
+{
+    NSMutableURLRequest request = createURLRequestWithURL(LUMORA_COLLECTOR_SERVICE "/logs", "POST");
+    const std::optional<NSData> log = contentsOfFile(LMLogManager::getFullPathToLogFile());
+    if (!log || !isValidUTF8(log->view()))
+        return;
+    request.httpBody = log->view();
+    LMLogManager::sharedInstance().removeLogFile();
+    NSURLSession::sharedSession().dataTaskWithRequest(std::move(request), nullptr);
+}
+
+}

@@ -1,0 +1,134 @@
+#include "service/LMEventsManager.h"
+
+#include "core/Reachability.h"
+#include "core/TDActivationManager.h"
+#include "lumora/LMLog.h"
+#include "platform/dispatch/Executor.h"
+#include "platform/foundation/NSTimer.h"
+#include "platform/process/ProcessLocal.h"
+#include "processing/LMAdViewProcessor.h"
+#include "support/Guarded.h"
+
+namespace lumora {
+
+namespace {
+ProcessLocal<LMEventsManager> s_shared;
+constinit const TypedSelector<void()> configTimerSelector { "configTimer" };
+constexpr double intervalWithoutConfig = 5.0;
+}
+
+const ClassDescription& LMEventsManager::classDescription()
+{
+    static const ClassDescription description = ClassDescription::of<LMEventsManager, NSObject>("LMEventsManager")
+                                                    .method<&LMEventsManager::init>(sel::init)
+                                                    .method<&LMEventsManager::configTimer>(configTimerSelector)
+                                                    .method<&LMEventsManager::newConfigArrived>(sel::newConfigArrived);
+    return description;
+}
+static const RegisteredClass registered { &LMEventsManager::classDescription };
+
+LMEventsManager& LMEventsManager::shared() { return s_shared.get(); }
+
+id LMEventsManager::init()
+{
+    m_eventsSaver = std::make_unique<LMEventsSaver>(std::make_unique<LMEventsSaverUserDefaultsProvider>());
+    return this;
+}
+
+void LMEventsManager::handleEvent(const std::shared_ptr<TDEventModel>& event, const Completion& withCompletion)
+{
+    if (!event) {
+        LMLog::logDebug("event model can't be nil");
+        callCompletion(withCompletion, false);
+        m_eventsSaver->saveEvent(event, nullptr);
+        return;
+    }
+    m_eventsSaver->saveEvent(event, nullptr);
+    TDActivationManager::sharedInstance().checkActivationWithBlock([self = retain(this), event, withCompletion](bool active) {
+        if (!active)
+            return;
+        self->m_eventsSender.sendEvent(event, [self, event, withCompletion](bool delivered) {
+            if (delivered)
+                self->m_eventsSaver->removeEvent(event);
+            callCompletion(withCompletion, delivered);
+        });
+    });
+}
+
+void LMEventsManager::handleEventAsPending(const std::shared_ptr<TDEventModel>& event, const Object* forView)
+{
+    m_eventsSaver->saveEvent(event, forView);
+}
+
+void LMEventsManager::checkProcessorForPendingEvents(LMAdViewProcessor& processor)
+{
+    const Events parked = m_eventsSaver->getEventsForView(processor.adObject().get());
+    if (parked.empty())
+        return;
+    m_eventsSaver->removeEvents(parked);
+    processor.updateEventInfo(
+        make<TDEventModel>(), [self = retain(this), parked](const std::shared_ptr<TDEventModel>& filled) {
+            if (!filled)
+                return;
+            // One model for all, changed between hand-overs: kept, so that parked events inherit the ad's metadata while the
+            // filled model's event ID stays.
+            for (const std::shared_ptr<TDEventModel>& event : parked) {
+                filled->setHtml(event->html());
+                filled->setTs(event->ts());
+                filled->setVideo(event->video());
+                filled->setType(event->type());
+                filled->setRedirectUrl(event->redirectUrl());
+                self->handleEvent(filled, nullptr);
+            }
+        });
+}
+
+void LMEventsManager::configTimer()
+{
+    dispatch_get_main_queue().async([self = retain(this)] {
+        double interval = intervalWithoutConfig;
+        if (const std::shared_ptr<TDConfig> config = TDActivationManager::sharedInstance().getConfig()) {
+            interval = static_cast<double>(config->retryAfter().integerValue());
+            self->sendBackupEvents();
+        }
+        std::shared_ptr<NSTimer> timer
+            = NSTimer::scheduledTimerWithTimeInterval(interval, self, configTimerSelector, false);
+        {
+            Locker hold(self->m_lock);
+            self->m_sendRetryingTimer.swap(timer);
+        }
+        if (timer)
+            timer->invalidate();
+    });
+}
+
+void LMEventsManager::sendBackupEvents()
+{
+    if (!LMInternetReachabilityChecker::isInternetAvailable())
+        return;
+    const Events ready = m_eventsSaver->getPendingEventsForRetrySending();
+    if (ready.empty())
+        return;
+    int32_t leftTries = 0;
+    {
+        Locker hold(m_lock);
+        leftTries = m_leftTries;
+    }
+    if (leftTries == 0)
+        return m_eventsSaver->removeEvents(ready);
+    for (const std::shared_ptr<TDEventModel>& event : ready)
+        handleEvent(event, nullptr);
+    Locker hold(m_lock);
+    if (m_leftTries >= 1)
+        m_leftTries--;
+}
+
+void LMEventsManager::newConfigArrived(Object* config)
+{
+    if (const auto* record = as<TDConfig>(config)) {
+        Locker hold(m_lock);
+        m_leftTries = saturatingInt32(record->retryLimit().integerValue());
+    }
+}
+
+}

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "platform/foundation/NSHashTable.h"
+#include "platform/process/Lock.h"
+#include "service/TDEventModel.h"
+
+#include <string>
+#include <vector>
+
+namespace lumora {
+
+using Events = std::vector<std::shared_ptr<TDEventModel>>;
+
+/// Keeps events across launches.
+class LMEventsSaverProviderProtocol {
+public:
+    virtual ~LMEventsSaverProviderProtocol() = default;
+    /// Adds an event unless an equal one is kept.
+    virtual void saveEvent(const std::shared_ptr<TDEventModel>& event) = 0;
+    virtual void removeEvent(const std::shared_ptr<TDEventModel>& event) = 0;
+    virtual Events getAllEvents() const = 0;
+    virtual size_t eventsCount() const = 0;
+    virtual bool containsEvent(const std::shared_ptr<TDEventModel>& event) const = 0;
+};
+
+/// The backup in the user defaults: one keyed archive of an array. Every operation reads and writes the whole array; what
+/// cannot be read counts as empty. Not synchronised: its owner's lock makes read-modify-write one step.
+class LMEventsSaverUserDefaultsProvider final : public LMEventsSaverProviderProtocol {
+public:
+    void saveEvent(const std::shared_ptr<TDEventModel>& event) override;
+    void removeEvent(const std::shared_ptr<TDEventModel>& event) override;
+    Events getAllEvents() const override;
+    size_t eventsCount() const override;
+    bool containsEvent(const std::shared_ptr<TDEventModel>& event) const override;
+
+private:
+    static void write(const Events& events);
+};
+
+/// The lists of events that wait, and their backup. Ready events wait to be sent or sent again; unfilled ones wait for the
+/// metadata of their ad view, which is held weakly. Any thread.
+class LMEventsSaverProtocol {
+public:
+    virtual ~LMEventsSaverProtocol() = default;
+    /// Keeps an event, ready when there is no view, else parked for it. A missing event is refused.
+    virtual void saveEvent(const std::shared_ptr<TDEventModel>& event, const Object* forView) = 0;
+    virtual void removeEvent(const std::shared_ptr<TDEventModel>& event) = 0;
+    virtual void removeEvents(const Events& events) = 0;
+    /// Takes the events parked for a view, in the order in which they were parked.
+    virtual Events getEventsForView(const Object* view) = 0;
+    /// Takes all ready events.
+    virtual Events getPendingEventsForRetrySending() = 0;
+    /// Makes everything in the backup ready.
+    virtual void loadBackupEvents() = 0;
+    virtual Events getUnfilledEventsWithEventsIdArray(const std::vector<std::string>& eventIds) = 0;
+};
+
+class LMEventsSaver final : public LMEventsSaverProtocol {
+public:
+    explicit LMEventsSaver(std::unique_ptr<LMEventsSaverProviderProtocol> dataProvider);
+
+    void saveEvent(const std::shared_ptr<TDEventModel>& event, const Object* forView) override;
+    void removeEvent(const std::shared_ptr<TDEventModel>& event) override;
+    void removeEvents(const Events& events) override;
+    Events getEventsForView(const Object* view) override;
+    Events getPendingEventsForRetrySending() override;
+    void loadBackupEvents() override;
+    Events getUnfilledEventsWithEventsIdArray(const std::vector<std::string>& eventIds) override;
+
+private:
+    void removeLocked(const std::shared_ptr<TDEventModel>& event) LUMORA_REQUIRES(m_lock);
+    Events takeUnfilledLocked(const std::vector<std::string>& eventIds) LUMORA_REQUIRES(m_lock);
+
+    // One lock for the lists and the backup's read-modify-write.
+    Lock m_lock;
+    NSMapTable<std::string, Object> m_pendingUnfilledEvents LUMORA_GUARDED_BY(m_lock);
+    Events m_unfilledEvents LUMORA_GUARDED_BY(m_lock);
+    Events m_pendingEvents LUMORA_GUARDED_BY(m_lock);
+    std::unique_ptr<LMEventsSaverProviderProtocol> m_dataProvider LUMORA_GUARDED_BY(m_lock);
+};
+
+}

@@ -1,0 +1,156 @@
+#include "service/TDAPI.h"
+
+#include "core/TDDeviceInformation.h"
+#include "platform/foundation/NSDate.h"
+#include "platform/foundation/NSJSONSerialization.h"
+#include "platform/foundation/NSRegularExpression.h"
+#include "platform/foundation/NSString.h"
+#include "platform/process/Lock.h"
+#include "platform/process/ProcessLocal.h"
+#include "platform/uikit/UIDevice.h"
+#include "service/ServiceConfiguration.h"
+#include "support/Guarded.h"
+
+namespace lumora {
+
+namespace {
+
+struct AuthKey {
+    Lock lock;
+    std::optional<std::string> text LUMORA_GUARDED_BY(lock);
+};
+ProcessLocal<AuthKey> s_authKey;
+
+NSDictionary deviceFields()
+{
+    return {
+        { "uuid", lowercased(TDDeviceInformation::getUUID()) },
+        { "idfa", ASIdentifierManager::advertisingIdentifier().value_or("") },
+        { "model", TDDeviceInformation::getDeviceName() },
+        { "os", "ios" },
+        { "osVersion", TDDeviceInformation::getOSVersion() },
+        { "cellNetwork", TDDeviceInformation::getCarrierName() },
+        { "connection", TDDeviceInformation::getConnectionType() },
+        { "bundleId", TDDeviceInformation::getBundleID() },
+        { "appVersion", TDDeviceInformation::getAppVersion() },
+        { "buildNumber", TDDeviceInformation::getBuildNumber() },
+        { "lmVersion", TDDeviceInformation::getLMVersion() },
+    };
+}
+
+// A body that cannot be encoded is sent empty; the service's answer decides.
+void post(const std::string& path, const Value& body, NSURLSession::Completion completion)
+{
+    NSMutableURLRequest request = TDAPI::createURLRequestWithURL(stringWithFormat(path, { LUMORA_CONFIGURATION_SERVICE }), "POST");
+    request.httpBody = dataWithJSONObject(body).value_or("");
+    NSURLSession::sharedSession().dataTaskWithRequest(std::move(request), std::move(completion));
+}
+
+NSURLSession::Completion deliveryHandler(TDAPI::Completion completion, TDAPI::Failure failure)
+{
+    return [completion = std::move(completion), failure = std::move(failure)](
+               const NSData&, const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error) {
+        if (error)
+            callCompletion(failure, NSDictionary {});
+        else if (response)
+            callCompletion(completion, true, NSDictionary {});
+    };
+}
+
+std::shared_ptr<TDConfig> configFrom(const NSData& body, const NSHTTPURLResponse& response)
+{
+    NSDictionary entries;
+    if (const std::string* cacheControl = response.headerFields.find("cache-control")) {
+        if (std::optional<std::string> seconds = TDAPI::getIntNumbersFromString(*cacheControl))
+            entries.set("ttlConfig", *seconds);
+    }
+    if (response.statusCode == 200) {
+        const std::optional<Value> parsed = JSONObjectWithData(body.view());
+        if (parsed && parsed->isDictionary())
+            entries.addEntriesFrom(*parsed->dictionary());
+    }
+    return TDConfig::initWithDictionary(&entries);
+}
+
+}
+
+std::string TDAPI::getURLWithType(EndpointType) { return LUMORA_CONFIGURATION_SERVICE; }
+
+void TDAPI::setNewAuthKey(const std::optional<std::string>& key)
+{
+    if (!key)
+        return;
+    AuthKey& stored = s_authKey.get();
+    Locker hold(stored.lock);
+    stored.text = *key;
+}
+
+std::string TDAPI::getBearer()
+{
+    AuthKey& stored = s_authKey.get();
+    Locker hold(stored.lock);
+    return stringWithFormat("Bearer %@", { stored.text ? Value { *stored.text } : Value {} });
+}
+
+NSMutableURLRequest TDAPI::createURLRequestWithURL(const std::string& url, const std::string& andMethod)
+{
+    NSMutableURLRequest request;
+    request.url = url;
+    request.httpMethod = andMethod;
+    request.timeoutInterval = 15.0;
+    request.cachePolicy = NSMutableURLRequest::CachePolicy::ReloadIgnoringLocalCacheData;
+    request.addValue("application/json", "Content-Type");
+    request.addValue(getBearer(), "Authorization");
+    return request;
+}
+
+std::optional<std::string> TDAPI::getIntNumbersFromString(std::string_view text)
+{
+    static const std::optional<NSRegularExpression> digits = NSRegularExpression::regularExpressionWithPattern("\\d+", false);
+    const auto match = digits->firstMatchInString(text);
+    return match ? std::optional(match->text) : std::nullopt;
+}
+
+void TDAPI::activateTindalWithCompletion(ConfigCompletion completion, ConfigFailure failure)
+{
+    // The versions go in as they are: the service reads them unescaped.
+    const std::string url = stringWithFormat("%@sdk/config?platform_version=%@&sdk_version=%@",
+        { getURLWithType(EndpointType::Configuration), TDDeviceInformation::getOSVersion(),
+            TDDeviceInformation::getLMVersionWithoutBuild() });
+    NSURLSession::sharedSession().dataTaskWithRequest(createURLRequestWithURL(url, "GET"),
+        [completion = std::move(completion), failure = std::move(failure)](
+            const NSData& body, const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error) {
+            if (error)
+                callCompletion(failure, *error);
+            else if (response && completion)
+                callCompletion(completion, configFrom(body, *response));
+        });
+}
+
+void TDAPI::recordImpression(const NSDictionary& fields)
+{
+    NSDictionary body = fields;
+    body.set("platform_version", TDDeviceInformation::getOSVersion());
+    body.set("sdk_version", TDDeviceInformation::getLMVersion());
+    body.set("app_build", TDDeviceInformation::getBuildNumber());
+    body.set("app_version", TDDeviceInformation::getAppVersion());
+    post("%@sdk/impression", body, nullptr);
+}
+
+void TDAPI::sendAdInfo(const NSDictionary& record, Completion completion, Failure failure)
+{
+    NSDictionary body = deviceFields();
+    body.set("ts", stringWithFormat("%f", { timeIntervalSince1970Now() }));
+    body.addEntriesFrom(record);
+    post("%@ad", body, deliveryHandler(std::move(completion), std::move(failure)));
+}
+
+void TDAPI::sendReport(const NSDictionary& report, Completion completion, Failure failure)
+{
+    NSDictionary body = deviceFields();
+    body.addEntriesFrom(report);
+    // A report has no path of its own: kept, the service tells it from an ad record by the array.
+    post("%@ad", NSArray { body }, deliveryHandler(std::move(completion), std::move(failure)));
+}
+
+}

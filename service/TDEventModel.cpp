@@ -1,0 +1,118 @@
+#include "service/TDEventModel.h"
+
+#include "platform/foundation/NSDate.h"
+#include "platform/foundation/NSKeyedArchiver.h"
+#include "platform/foundation/NSString.h"
+#include "platform/objc/Message.h"
+
+namespace lumora {
+
+const ClassDescription& TDEventModel::classDescription()
+{
+    static const ClassDescription description = ClassDescription::of<TDEventModel, NSObject>("TDEventModel")
+                                                    .method<&TDEventModel::init>(sel::init)
+                                                    .method<&TDEventModel::initWithCoder>(sel::initWithCoder)
+                                                    .method<&TDEventModel::encodeWithCoder>(sel::encodeWithCoder);
+    return description;
+}
+static const RegisteredClass registered { &TDEventModel::classDescription };
+
+static Value boxed(const TDEventModel::Text& text) { return text ? Value { *text } : Value {}; }
+
+id TDEventModel::init()
+{
+    for (AtomicProperty<Text>* property :
+        { &m_placementId, &m_sdk, &m_adFormat, &m_sdkVersion, &m_type, &m_screenshot, &m_html, &m_video, &m_redirectUrl, &m_adId })
+        property->set("");
+    setCreativeId("-1");
+    setAdType("html");
+    setTs(saturatingInteger(timeIntervalSince1970Now()));
+    setEventId(newUUIDString());
+    return this;
+}
+
+id TDEventModel::initWithCoder(Object* coder)
+{
+    auto& archive = static_cast<NSCoder&>(*coder);
+    auto text = [&](std::string_view key) {
+        const Value value = archive.decodeObject(key);
+        return value.isString() ? Text { *value.string() } : std::nullopt;
+    };
+    setCreativeId(text("creativeId"));
+    setPlacementId(text("placementId"));
+    setSdk(text("sdk"));
+    setAdFormat(text("adFormat"));
+    setAdType(text("adType"));
+    setSdkVersion(text("sdkVersion"));
+    setType(text("type"));
+    setScreenshot(text("screenshot"));
+    setHtml(text("html"));
+    setVideo(text("video"));
+    setRedirectUrl(text("redirectUrl"));
+    setTs(archive.decodeObject("ts"));
+    const Value info = archive.decodeObject("additionalInfo");
+    m_additionalInfo.set(info.isDictionary() ? *info.dictionary() : NSDictionary {});
+    setEventId(text("eventId"));
+    setAdId(text("adId"));
+    return this;
+}
+
+void TDEventModel::encodeWithCoder(Object* coder)
+{
+    auto& archive = static_cast<NSCoder&>(*coder);
+    archive.encodeObject(boxed(creativeId()), "creativeId");
+    archive.encodeObject(boxed(placementId()), "placementId");
+    archive.encodeObject(boxed(sdk()), "sdk");
+    archive.encodeObject(boxed(adFormat()), "adFormat");
+    archive.encodeObject(boxed(adType()), "adType");
+    archive.encodeObject(boxed(sdkVersion()), "sdkVersion");
+    archive.encodeObject(boxed(type()), "type");
+    archive.encodeObject(boxed(screenshot()), "screenshot");
+    archive.encodeObject(boxed(html()), "html");
+    archive.encodeObject(boxed(video()), "video");
+    archive.encodeObject(boxed(redirectUrl()), "redirectUrl");
+    archive.encodeObject(ts(), "ts");
+    archive.encodeObject(additionalInfo(), "additionalInfo");
+    archive.encodeObject(boxed(eventId()), "eventId");
+    archive.encodeObject(boxed(adId()), "adId");
+}
+
+void TDEventModel::addAdditionalInfo(const NSDictionary& entries)
+{
+    m_additionalInfo.update([&](NSDictionary& info) { info.addEntriesFrom(entries); });
+}
+
+std::optional<NSDictionary> TDEventModel::getEventAsMutableDictionary() const
+{
+    NSDictionary metadata = additionalInfo();
+    const Value placement = boxed(placementId());
+    metadata.set("placementId", placement);
+    NSDictionary event {
+        { "creativeId", boxed(creativeId()) },
+        { "metadata", metadata },
+        { "sdk", boxed(sdk()) },
+        { "adFormat", boxed(adFormat()) },
+        { "adType", boxed(adType()) },
+        { "sdkVersion", boxed(sdkVersion()) },
+        { "type", boxed(type()) },
+        { "screenshot", boxed(screenshot()) },
+        { "html", boxed(html()) },
+        { "video", boxed(video()) },
+        { "redirectUrl", boxed(redirectUrl()) },
+        { "ts", ts() },
+        { "adId", boxed(adId()) },
+    };
+    for (const auto& [key, value] : event) {
+        if (value.isNothing())
+            return std::nullopt;
+    }
+    return placement.isNothing() ? std::nullopt : std::optional(std::move(event));
+}
+
+bool TDEventModel::isEqual(const Object* other) const
+{
+    const auto* event = dynamic_cast<const TDEventModel*>(other);
+    return event && (event == this || (event->eventId() == eventId() && event->ts() == ts()));
+}
+
+}
