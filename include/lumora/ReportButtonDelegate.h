@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/objc/Object.h"
+#include "platform/objc/Message.h"
 
 namespace lumora {
 

@@ -16,6 +16,7 @@ inline constexpr const char* NSURLErrorDomain = "NSURLErrorDomain";
 /// How an HTTP exchange can fail.
 enum NSURLErrorCode : int {
     NSURLErrorUnknown = -1,
+    NSURLErrorCancelled = -999,
     NSURLErrorBadURL = -1000,
     NSURLErrorTimedOut = -1001,
     NSURLErrorUnsupportedURL = -1002,

@@ -200,7 +200,8 @@ private:
     bool m_hasFailed { false };
 };
 
-/// Reads the table of objects on demand. Each object is made once, and stands from before its `initWithCoder:`, so cycles close.
+/// Reads the table of objects on demand. Each object is made once, and stands from before its `initWithCoder:`, so cycles close;
+/// the reference that closes one is weak, or a damaged file could make objects that nothing frees.
 class NSKeyedUnarchiver final : public NSCoder {
 public:
     static const ClassDescription& classDescription()
@@ -325,13 +326,12 @@ private:
         if (!cls || !class_getInstanceMethod(cls, sel::initWithCoder))
             return fail();
         std::shared_ptr<Object> object = class_createInstance(cls);
-        m_made.insert_or_assign(slot, Value { object });
+        m_made.insert_or_assign(slot, Value::weak(object));
         const NSDictionary* outer = std::exchange(m_current, &record);
         id initialised = send(object, sel::initWithCoder, this);
         m_current = outer;
         // An initialiser may answer another object, or none.
-        if (initialised != object.get())
-            m_made.insert_or_assign(slot, Value { retain(initialised) });
+        m_made.insert_or_assign(slot, Value { initialised == object.get() ? object : retain(initialised) });
         return m_made[slot];
     }
 

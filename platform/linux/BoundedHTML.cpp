@@ -13,24 +13,23 @@ constexpr auto npos = std::string_view::npos;
 constexpr size_t longestAttribute = 2'000;
 constexpr size_t mostAttributes = 24;
 
-template <size_t count>
-bool isOneOf(std::string_view name, const std::array<std::string_view, count>& names)
+template <size_t count> bool isOneOf(std::string_view name, const std::array<std::string_view, count>& names)
 {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 bool isVoid(std::string_view element)
 {
-    static constexpr std::array<std::string_view, 14> names { "area", "base", "br", "col", "embed", "hr", "img", "input", "link",
-        "meta", "param", "source", "track", "wbr" };
+    static constexpr std::array<std::string_view, 14> names { "area", "base", "br", "col", "embed", "hr",
+        "img", "input", "link", "meta", "param", "source", "track", "wbr" };
     return isOneOf(element, names);
 }
 
 /// What shows nothing here, with all that is in it.
 bool isLeftOut(std::string_view element)
 {
-    static constexpr std::array<std::string_view, 14> names { "script", "svg", "math", "iframe", "noembed", "noframes", "title",
-        "template", "object", "video", "audio", "canvas", "frameset", "select" };
+    static constexpr std::array<std::string_view, 14> names { "script", "svg", "math", "iframe", "noembed",
+        "noframes", "title", "template", "object", "video", "audio", "canvas", "frameset", "select" };
     return isOneOf(element, names);
 }
 
@@ -63,7 +62,7 @@ public:
                 open(token);
             else if (token.kind == HTMLToken::Kind::EndTag)
                 close(token.name);
-            else if (!m_open.empty() && m_open.back() == "style")
+            else if (!m_open.empty() && m_open.back().name == "style")
                 addStyle(token.text);
             else
                 addText(token.text);
@@ -73,6 +72,11 @@ public:
     }
 
 private:
+    struct Open {
+        std::string name;
+        int items;
+    };
+
     void skip(const HTMLToken& token)
     {
         if (token.kind == HTMLToken::Kind::Text || token.name != m_leftOut)
@@ -107,9 +111,11 @@ private:
                 break;
             addAttribute(name, value);
         }
+        if (token.name == "li")
+            m_page.markup += " list_index=\"" + std::to_string(nextItemNumber()) + "\"";
         m_page.markup += ">";
         if (!leaf)
-            m_open.push_back(token.name);
+            m_open.push_back({ token.name, 0 });
     }
 
     /// Many end tags may be left out: the next row ends a row, a block ends a paragraph.
@@ -127,7 +133,8 @@ private:
             { " tr ", " tr ", " table " },
             { " thead tbody tfoot ", " thead tbody tfoot ", " table " },
             { " option ", " option ", " div " },
-            { " address article aside blockquote center dl div fieldset figure footer form h1 h2 h3 h4 h5 h6 header hr li main "
+            { " address article aside blockquote center dl div fieldset figure footer form h1 h2 h3 h4 h5 h6 "
+              "header hr li main "
               "nav ol p pre section table ul ",
                 " p ", " table td th button " },
         } };
@@ -137,8 +144,8 @@ private:
         for (const auto& [opened, ends, within] : rules) {
             if (!lists(opened, name))
                 continue;
-            for (size_t depth = m_open.size(); depth > 0 && !lists(within, m_open[depth - 1]); depth--) {
-                if (lists(ends, m_open[depth - 1])) {
+            for (size_t depth = m_open.size(); depth > 0 && !lists(within, m_open[depth - 1].name); depth--) {
+                if (lists(ends, m_open[depth - 1].name)) {
                     closeDownTo(depth - 1);
                     break;
                 }
@@ -146,10 +153,19 @@ private:
         }
     }
 
+    /// Of an item in the innermost list.
+    int nextItemNumber()
+    {
+        const auto list = std::find_if(m_open.rbegin(), m_open.rend(),
+            [](const Open& open) { return open.name == "ol" || open.name == "ul"; });
+        return list == m_open.rend() ? 1 : ++list->items;
+    }
+
     void close(const std::string& name)
     {
         // One that was never opened closes nothing.
-        const auto found = std::find(m_open.rbegin(), m_open.rend(), name);
+        const auto found = std::find_if(
+            m_open.rbegin(), m_open.rend(), [&](const Open& open) { return open.name == name; });
         if (found != m_open.rend())
             closeDownTo(static_cast<size_t>(m_open.rend() - found) - 1);
     }
@@ -157,7 +173,7 @@ private:
     void closeDownTo(size_t depth)
     {
         for (; m_open.size() > depth; m_open.pop_back())
-            m_page.markup += "</" + plainName(m_open.back()) + ">";
+            m_page.markup += "</" + plainName(m_open.back().name) + ">";
     }
 
     void addAttribute(const std::string& name, std::string_view value)
@@ -175,7 +191,8 @@ private:
         if (decoded.size() > longestAttribute)
             return;
         // A cell that claims thousands of columns would be given room for them.
-        if ((name == "colspan" || name == "rowspan") && decoded.find_first_not_of("0123456789") == npos && decoded.size() > 1)
+        if ((name == "colspan" || name == "rowspan") && decoded.find_first_not_of("0123456789") == npos
+            && decoded.size() > 1)
             decoded = "9";
         m_page.markup += " " + plainName(name) + "=\"" + escaped(decoded) + "\"";
     }
@@ -205,7 +222,8 @@ private:
         plain.erase(std::remove(plain.begin(), plain.end(), '\0'), plain.end());
         // A rule is kept whole or left out.
         if (plain.size() > m_left.styleBytes)
-            plain.resize(plain.rfind('}', m_left.styleBytes) == npos ? 0 : plain.rfind('}', m_left.styleBytes));
+            plain.resize(
+                plain.rfind('}', m_left.styleBytes) == npos ? 0 : plain.rfind('}', m_left.styleBytes));
         m_left.styleBytes -= std::min(m_left.styleBytes, plain.size());
         m_page.markup += plain;
     }
@@ -265,14 +283,17 @@ private:
     HTMLTokenizer m_tokens;
     HTMLBounds m_left;
     BoundedHTML m_page;
-    std::vector<std::string> m_open;
+    std::vector<Open> m_open;
     std::string m_leftOut;
     int m_leftOutDepth { 0 };
 };
 
-}
+} // namespace
 
-BoundedHTML boundHTML(std::string_view html, const HTMLBounds& bounds) { return Bounding(html, bounds).run(); }
+BoundedHTML boundHTML(std::string_view html, const HTMLBounds& bounds)
+{
+    return Bounding(html, bounds).run();
+}
 
 std::vector<uint8_t> bytesOfDataURL(std::string_view url)
 {
@@ -297,4 +318,4 @@ std::vector<uint8_t> bytesOfDataURL(std::string_view url)
     return bytes;
 }
 
-}
+} // namespace lumora

@@ -3,6 +3,8 @@
 #include "platform/linux/BoundedHTML.h"
 #include "platform/linux/CairoSupport.h"
 
+// The library's headers need its first one before them.
+// clang-format off
 #include <litehtml/litehtml.h>
 #include <litehtml/el_anchor.h>
 #include <litehtml/el_body.h>
@@ -13,10 +15,11 @@
 #include <litehtml/el_table.h>
 #include <litehtml/el_td.h>
 #include <litehtml/el_tr.h>
-#include <pango/pangocairo.h>
-#include <pthread.h>
+// clang-format on
 
 #include <cmath>
+#include <pango/pangocairo.h>
+#include <pthread.h>
 #include <unordered_map>
 
 namespace lumora {
@@ -70,8 +73,8 @@ col { display: table-column }
 colgroup { display: table-column-group }
 )css";
 
-/// Layout takes time that grows with the power of nesting: floats in floats, tables in tables, selectors in selectors. What
-/// recurses pays for each step, and is left when it has paid too much.
+/// Layout takes time that grows with the power of nesting: floats in floats, tables in tables, selectors in
+/// selectors. What recurses pays for each step, and is left when it has paid too much.
 class Effort {
 public:
     struct Exhausted { };
@@ -86,8 +89,7 @@ private:
     size_t m_left { 10'000'000 };
 };
 
-template <typename Element>
-class Paying final : public Element {
+template <typename Element> class Paying final : public Element {
 public:
     Paying(const litehtml::document::ptr& document, Effort& effort)
         : Element(document)
@@ -109,7 +111,24 @@ public:
     {
         return Element::select(selector, applyPseudo);
     }
-    void draw_children(litehtml::uint_ptr to, int x, int y, const position* clip, litehtml::draw_flag flag, int zindex) override
+    bool is_nth_child(const litehtml::element::ptr& child, int number, int offset, bool ofType) const override
+    {
+        m_effort.spend(this->get_children_count());
+        return Element::is_nth_child(child, number, offset, ofType);
+    }
+    bool is_nth_last_child(
+        const litehtml::element::ptr& child, int number, int offset, bool ofType) const override
+    {
+        m_effort.spend(this->get_children_count());
+        return Element::is_nth_last_child(child, number, offset, ofType);
+    }
+    bool is_only_child(const litehtml::element::ptr& child, bool ofType) const override
+    {
+        m_effort.spend(this->get_children_count());
+        return Element::is_only_child(child, ofType);
+    }
+    void draw_children(litehtml::uint_ptr to, int x, int y, const position* clip, litehtml::draw_flag flag,
+        int zindex) override
     {
         m_effort.spend(1 + this->get_children_count());
         Element::draw_children(to, x, y, clip, flag, zindex);
@@ -139,8 +158,10 @@ public:
         unsigned decoration, litehtml::font_metrics* metrics) override
     {
         // One family stands for all, so that a page looks the same on every machine.
-        Font font { FontDescription { pango_font_description_from_string("Roboto") }, std::clamp(size, 0, 500), decoration, {} };
-        pango_font_description_set_weight(font.description.get(), static_cast<PangoWeight>(std::clamp(weight, 100, 900)));
+        Font font { FontDescription { pango_font_description_from_string("Roboto") },
+            std::clamp(size, 0, 500), decoration, {} };
+        pango_font_description_set_weight(
+            font.description.get(), static_cast<PangoWeight>(std::clamp(weight, 100, 900)));
         if (style == litehtml::fontStyleItalic)
             pango_font_description_set_style(font.description.get(), PANGO_STYLE_ITALIC);
         pango_font_description_set_absolute_size(font.description.get(), double(font.size) * PANGO_SCALE);
@@ -175,8 +196,8 @@ public:
         }
         return known->second;
     }
-    void draw_text(litehtml::uint_ptr to, const litehtml::tchar_t* text, litehtml::uint_ptr handle, litehtml::web_color color,
-        const position& place) override
+    void draw_text(litehtml::uint_ptr to, const litehtml::tchar_t* text, litehtml::uint_ptr handle,
+        litehtml::web_color color, const position& place) override
     {
         Font* font = fontOf(handle);
         if (!font)
@@ -208,15 +229,17 @@ public:
             : text.size();
         if (text.empty() || head > text.size() || transform == litehtml::text_transform_none)
             return;
-        const Text changed { transform == litehtml::text_transform_lowercase ? g_utf8_strdown(text.data(), gssize(head))
-                                                                             : g_utf8_strup(text.data(), gssize(head)) };
+        const Text changed { transform == litehtml::text_transform_lowercase
+                ? g_utf8_strdown(text.data(), gssize(head))
+                : g_utf8_strup(text.data(), gssize(head)) };
         text.replace(0, head, changed.get());
     }
 
     // Pictures, backgrounds and borders
 
     void load_image(const litehtml::tchar_t*, const litehtml::tchar_t*, bool) override { }
-    void get_image_size(const litehtml::tchar_t* source, const litehtml::tchar_t*, litehtml::size& size) override
+    void get_image_size(
+        const litehtml::tchar_t* source, const litehtml::tchar_t*, litehtml::size& size) override
     {
         const Picture& picture = pictureAt(source);
         size.width = picture.width;
@@ -225,9 +248,9 @@ public:
     void draw_background(litehtml::uint_ptr to, const litehtml::background_paint& paint) override
     {
         cairo_t* cairo = beginDrawing(to);
-        addRoundedRect(cairo, paint.border_box, paint.border_radius);
+        addRoundedRect(cairo, rectOf(paint.border_box), paint.border_radius);
         cairo_clip(cairo);
-        addRect(cairo, paint.clip_box);
+        addRoundedRect(cairo, rectOf(paint.clip_box), {});
         cairo_clip(cairo);
         if (paint.color.alpha > 0) {
             setColor(cairo, paint.color);
@@ -241,30 +264,38 @@ public:
         litehtml::uint_ptr to, const litehtml::borders& borders, const position& place, bool) override
     {
         cairo_t* cairo = beginDrawing(to);
-        const double left = place.x, top = place.y, right = left + place.width, bottom = top + place.height;
+        const CGRect outer = rectOf(place);
+        const double left = outer.minX(), top = outer.minY(), right = outer.maxX(), bottom = outer.maxY();
         const double innerLeft = left + borders.left.width, innerTop = top + borders.top.width;
         const double innerRight = right - borders.right.width, innerBottom = bottom - borders.bottom.width;
         // The ring between two rounded rectangles, then each side's part of it.
-        addRoundedRect(cairo, place, borders.radius);
-        litehtml::border_radiuses inner = borders.radius;
-        litehtml::margins widths;
-        widths.left = borders.left.width;
-        widths.top = borders.top.width;
-        widths.right = borders.right.width;
-        widths.bottom = borders.bottom.width;
-        inner -= widths;
-        position hole = place;
-        hole -= widths;
-        if (hole.width > 0 && hole.height > 0)
-            addRoundedRect(cairo, hole, inner);
+        addRoundedRect(cairo, outer, borders.radius);
+        const CGRect inner = CGRectMake(innerLeft, innerTop, innerRight - innerLeft, innerBottom - innerTop);
+        if (!inner.isEmpty())
+            addRoundedRect(cairo, inner, borders.radius, std::max(borders.left.width, borders.top.width));
         cairo_set_fill_rule(cairo, CAIRO_FILL_RULE_EVEN_ODD);
         cairo_clip(cairo);
+        auto sameAsTop = [&](const litehtml::border& border) {
+            const litehtml::web_color &a = border.color, &b = borders.top.color;
+            return border.width > 0 && border.style == borders.top.style && a.red == b.red
+                && a.green == b.green && a.blue == b.blue && a.alpha == b.alpha;
+        };
+        if (borders.top.style == litehtml::border_style_solid && sameAsTop(borders.top)
+            && sameAsTop(borders.right) && sameAsTop(borders.bottom) && sameAsTop(borders.left)) {
+            setColor(cairo, borders.top.color);
+            cairo_paint(cairo);
+            cairo_restore(cairo);
+            return;
+        }
         auto side = [&](const litehtml::border& border, CGPoint a, CGPoint b, CGPoint c, CGPoint d) {
-            if (border.width <= 0 || border.style == litehtml::border_style_none || border.style == litehtml::border_style_hidden)
+            if (border.width <= 0 || border.style == litehtml::border_style_none
+                || border.style == litehtml::border_style_hidden)
                 return;
             setColor(cairo, border.color);
-            if (border.style == litehtml::border_style_dotted || border.style == litehtml::border_style_dashed) {
-                const double dash = border.width * (border.style == litehtml::border_style_dotted ? 1.0 : 3.0);
+            if (border.style == litehtml::border_style_dotted
+                || border.style == litehtml::border_style_dashed) {
+                const double dash
+                    = border.width * (border.style == litehtml::border_style_dotted ? 1.0 : 3.0);
                 cairo_set_dash(cairo, &dash, 1, 0);
                 cairo_set_line_width(cairo, border.width);
                 cairo_move_to(cairo, (a.x + d.x) / 2, (a.y + d.y) / 2);
@@ -278,15 +309,19 @@ public:
             cairo_fill(cairo);
         };
         side(borders.top, { left, top }, { right, top }, { innerRight, innerTop }, { innerLeft, innerTop });
-        side(borders.right, { right, top }, { right, bottom }, { innerRight, innerBottom }, { innerRight, innerTop });
-        side(borders.bottom, { right, bottom }, { left, bottom }, { innerLeft, innerBottom }, { innerRight, innerBottom });
-        side(borders.left, { left, bottom }, { left, top }, { innerLeft, innerTop }, { innerLeft, innerBottom });
+        side(borders.right, { right, top }, { right, bottom }, { innerRight, innerBottom },
+            { innerRight, innerTop });
+        side(borders.bottom, { right, bottom }, { left, bottom }, { innerLeft, innerBottom },
+            { innerRight, innerBottom });
+        side(borders.left, { left, bottom }, { left, top }, { innerLeft, innerTop },
+            { innerLeft, innerBottom });
         cairo_restore(cairo);
     }
     void draw_list_marker(litehtml::uint_ptr to, const litehtml::list_marker& marker) override
     {
         if (marker.marker_type >= litehtml::list_style_type_armenian) {
-            draw_text(to, (std::to_string(marker.index) + ".").c_str(), marker.font, marker.color, marker.pos);
+            draw_text(
+                to, (std::to_string(marker.index) + ".").c_str(), marker.font, marker.color, marker.pos);
             return;
         }
         cairo_t* cairo = beginDrawing(to);
@@ -295,7 +330,8 @@ public:
         if (marker.marker_type == litehtml::list_style_type_square)
             cairo_rectangle(cairo, marker.pos.x, marker.pos.y, size, size);
         else
-            cairo_arc(cairo, marker.pos.x + size / 2, marker.pos.y + size / 2, std::max(0.5, size / 2 - 0.5), 0, 2 * M_PI);
+            cairo_arc(cairo, marker.pos.x + size / 2, marker.pos.y + size / 2, std::max(0.5, size / 2 - 0.5),
+                0, 2 * M_PI);
         cairo_set_line_width(cairo, 1);
         if (marker.marker_type == litehtml::list_style_type_circle)
             cairo_stroke(cairo);
@@ -303,7 +339,8 @@ public:
             cairo_fill(cairo);
         cairo_restore(cairo);
     }
-    void set_clip(const position& place, const litehtml::border_radiuses& radii, bool horizontal, bool vertical) override
+    void set_clip(const position& place, const litehtml::border_radiuses& radii, bool horizontal,
+        bool vertical) override
     {
         position clip = place;
         if (!horizontal) {
@@ -341,8 +378,8 @@ public:
         language = "en";
         culture.clear();
     }
-    litehtml::element::ptr create_element(
-        const litehtml::tchar_t* name, const litehtml::string_map&, const litehtml::document::ptr& document) override
+    litehtml::element::ptr create_element(const litehtml::tchar_t* name, const litehtml::string_map&,
+        const litehtml::document::ptr& document) override
     {
         if (m_elements++ >= mostElements)
             return std::make_shared<litehtml::el_comment>(document);
@@ -367,7 +404,8 @@ public:
         if (tag == "body")
             return make(static_cast<litehtml::el_body*>(nullptr));
         // These the library makes itself; all others are plain.
-        if (tag == "img" || tag == "br" || tag == "style" || tag == "link" || tag == "base" || tag == "title" || tag == "script")
+        if (tag == "img" || tag == "br" || tag == "style" || tag == "link" || tag == "base" || tag == "title"
+            || tag == "script")
             return nullptr;
         return make(static_cast<litehtml::html_tag*>(nullptr));
     }
@@ -398,7 +436,8 @@ private:
     /// Null for text too small to be seen.
     Font* fontOf(litehtml::uint_ptr handle)
     {
-        return handle > 0 && handle <= m_fonts.size() && m_fonts[handle - 1].size > 0 ? &m_fonts[handle - 1] : nullptr;
+        return handle > 0 && handle <= m_fonts.size() && m_fonts[handle - 1].size > 0 ? &m_fonts[handle - 1]
+                                                                                      : nullptr;
     }
 
     /// A saved state with the clips that hold now; restore it after drawing.
@@ -408,32 +447,33 @@ private:
         auto* cairo = reinterpret_cast<cairo_t*>(to);
         cairo_save(cairo);
         for (const auto& [place, radii] : m_clips) {
-            addRoundedRect(cairo, place, radii);
+            addRoundedRect(cairo, rectOf(place), radii);
             cairo_clip(cairo);
         }
         return cairo;
     }
     static void setColor(cairo_t* cairo, const litehtml::web_color& color)
     {
-        cairo_set_source_rgba(cairo, color.red / 255.0, color.green / 255.0, color.blue / 255.0, color.alpha / 255.0);
+        cairo_set_source_rgba(
+            cairo, color.red / 255.0, color.green / 255.0, color.blue / 255.0, color.alpha / 255.0);
     }
-    static void addRect(cairo_t* cairo, const position& place)
+    static CGRect rectOf(const position& place)
     {
-        cairo_rectangle(cairo, place.x, place.y, place.width, place.height);
+        return CGRectMake(place.x, place.y, place.width, place.height);
     }
-    static void addRoundedRect(cairo_t* cairo, const position& place, const litehtml::border_radiuses& radii)
+    static void addRoundedRect(
+        cairo_t* cairo, const CGRect& rect, const litehtml::border_radiuses& radii, double inset = 0)
     {
-        const double left = place.x, top = place.y, right = left + place.width, bottom = top + place.height;
-        const double most = std::max(0.0, std::min(place.width, place.height) / 2.0);
+        const double most = std::max(0.0, std::min(rect.size.width, rect.size.height) / 2);
         auto corner = [&](int radius, double x, double y, double towardsX, double towardsY, double angle) {
-            const double r = std::clamp<double>(radius, 0, most);
+            const double r = std::clamp(radius - inset, 0.0, most);
             cairo_arc(cairo, x + r * towardsX, y + r * towardsY, r, angle, angle + M_PI / 2);
         };
         cairo_new_sub_path(cairo);
-        corner(radii.top_left_x, left, top, 1, 1, M_PI);
-        corner(radii.top_right_x, right, top, -1, 1, -M_PI / 2);
-        corner(radii.bottom_right_x, right, bottom, -1, -1, 0);
-        corner(radii.bottom_left_x, left, bottom, 1, -1, M_PI / 2);
+        corner(radii.top_left_x, rect.minX(), rect.minY(), 1, 1, M_PI);
+        corner(radii.top_right_x, rect.maxX(), rect.minY(), -1, 1, -M_PI / 2);
+        corner(radii.bottom_right_x, rect.maxX(), rect.maxY(), -1, -1, 0);
+        corner(radii.bottom_left_x, rect.minX(), rect.maxY(), 1, -1, M_PI / 2);
         cairo_close_path(cairo);
     }
 
@@ -457,7 +497,8 @@ private:
     void drawPicture(cairo_t* cairo, const litehtml::background_paint& paint)
     {
         const Picture& picture = pictureAt(paint.image);
-        const CGRect place = CGRectMake(paint.position_x, paint.position_y, paint.image_size.width, paint.image_size.height);
+        const CGRect place
+            = CGRectMake(paint.position_x, paint.position_y, paint.image_size.width, paint.image_size.height);
         if (!picture.surface) {
             // A picture that is not in the page: its place shows.
             cairo_set_source_rgb(cairo, 0.92, 0.92, 0.92);
@@ -491,7 +532,8 @@ private:
     std::vector<std::pair<position, litehtml::border_radiuses>> m_clips;
 };
 
-/// Runs a function on a thread whose stack holds the deepest page there can be, and waits for it. False when there is none.
+/// Runs a function on a thread whose stack holds the deepest page there can be, and waits for it. False when
+/// there is none.
 bool runOnDeepStack(const std::function<void()>& function)
 {
     constexpr size_t stackSize = size_t { 128 } << 20;
@@ -499,7 +541,8 @@ bool runOnDeepStack(const std::function<void()>& function)
     pthread_attr_init(&attributes);
     pthread_t thread {};
     const bool started = pthread_attr_setstacksize(&attributes, stackSize) == 0
-        && pthread_create(&thread, &attributes,
+        && pthread_create(
+               &thread, &attributes,
                [](void* body) -> void* {
                    (*static_cast<const std::function<void()>*>(body))();
                    return nullptr;
@@ -510,7 +553,8 @@ bool runOnDeepStack(const std::function<void()>& function)
     return started && pthread_join(thread, nullptr) == 0;
 }
 
-/// Lays a page out and hands it to a function. A page that takes too much effort is laid out again with less of it.
+/// Lays a page out and hands it to a function. A page that takes too much effort is laid out again with less
+/// of it.
 void withPage(const std::string& html, CGSize size, const std::function<void(litehtml::document&)>& use)
 {
     const HTMLBounds whole;
@@ -522,7 +566,8 @@ void withPage(const std::string& html, CGSize size, const std::function<void(lit
                 PageContainer container(page, size);
                 litehtml::context context;
                 context.load_master_stylesheet(masterStyles);
-                const auto document = litehtml::document::createFromUTF8(page.markup.c_str(), &container, &context);
+                const auto document
+                    = litehtml::document::createFromUTF8(page.markup.c_str(), &container, &context);
                 if (!document || !document->root())
                     return;
                 document->render(static_cast<int>(size.width));
@@ -537,14 +582,15 @@ void withPage(const std::string& html, CGSize size, const std::function<void(lit
     });
 }
 
-}
+} // namespace
 
 UIImage paintHTML(const std::string& html, CGSize size, double scale)
 {
     const std::unique_ptr<CGBitmapContext> blank = makeBitmapContext(size, scale);
     if (!blank)
         return {};
-    CairoSurface surface = makeSurface(std::ceil(size.width * scale - 1e-6), std::ceil(size.height * scale - 1e-6));
+    CairoSurface surface
+        = makeSurface(std::ceil(size.width * scale - 1e-6), std::ceil(size.height * scale - 1e-6));
     const Cairo cairo { cairo_create(surface.get()) };
     cairo_scale(cairo.get(), scale, scale);
     auto paintWhite = [&] {
@@ -555,7 +601,8 @@ UIImage paintHTML(const std::string& html, CGSize size, double scale)
     withPage(html, size, [&](litehtml::document& page) {
         cairo_save(cairo.get());
         paintWhite();
-        const position all { 0, 0, static_cast<int>(std::ceil(size.width)), static_cast<int>(std::ceil(size.height)) };
+        const position all { 0, 0, static_cast<int>(std::ceil(size.width)),
+            static_cast<int>(std::ceil(size.height)) };
         page.draw(reinterpret_cast<litehtml::uint_ptr>(cairo.get()), 0, 0, &all);
         cairo_restore(cairo.get());
     });
@@ -570,7 +617,8 @@ std::optional<std::string> linkAtPoint(const std::string& html, CGSize size, CGP
     withPage(html, size, [&](litehtml::document& page) {
         const int x = static_cast<int>(point.x);
         const int y = static_cast<int>(point.y);
-        for (auto element = page.root()->get_element_by_point(x, y, x, y); element; element = element->parent()) {
+        for (auto element = page.root()->get_element_by_point(x, y, x, y); element;
+             element = element->parent()) {
             const litehtml::tchar_t* href = element->get_attr("href");
             if (href && std::string_view { element->get_tagName() } == "a") {
                 target = href;
@@ -581,4 +629,4 @@ std::optional<std::string> linkAtPoint(const std::string& html, CGSize size, CGP
     return target;
 }
 
-}
+} // namespace lumora

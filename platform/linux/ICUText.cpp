@@ -1,6 +1,7 @@
 #include "platform/foundation/NSString.h"
 
 #include <unicode/numfmt.h>
+#include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
 #include <cmath>
@@ -35,7 +36,6 @@ std::optional<Value> numberFromText(std::string_view text)
     const std::unique_ptr<icu::NumberFormat> format(icu::NumberFormat::createInstance(icu::Locale::getUS(), UNUM_DECIMAL, status));
     if (U_FAILURE(status))
         return std::nullopt;
-    format->setLenient(true);
     icu::Formattable number;
     icu::ParsePosition position(0);
     const icu::UnicodeString source = unicode(digits);

@@ -67,9 +67,10 @@ public:
             isOnlyModems &= isModem(at->ifa_name);
         }
         freeifaddrs(interfaces);
-        if (!isReachable)
-            return 0;
-        return kSCNetworkReachabilityFlagsReachable | (isOnlyModems ? kSCNetworkReachabilityFlagsIsWWAN : 0);
+        uint32_t flags = isReachable ? kSCNetworkReachabilityFlagsReachable : 0u;
+        if (isReachable && isOnlyModems)
+            flags |= kSCNetworkReachabilityFlagsIsWWAN;
+        return flags;
     }
 
 protected:

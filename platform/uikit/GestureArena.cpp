@@ -60,7 +60,7 @@ std::shared_ptr<GestureArena::Finger> GestureArena::beginFinger(UIWindow& window
                 continue;
             recognizer->m_touches.push_back(finger->touch);
             recognizer->m_arena = weak_from_this();
-            finger->undecided.push_back(recognizer);
+            finger->watchers.push_back(recognizer);
             if (std::find(m_members.begin(), m_members.end(), recognizer) == m_members.end())
                 m_members.push_back(recognizer);
         }
@@ -98,7 +98,7 @@ void GestureArena::tellRecognizers(const Finger& finger)
 {
     // Nothing is decided before all of them have seen the touch.
     const bool outer = std::exchange(m_settling, true);
-    for (const Recognizer& recognizer : std::vector(finger.undecided)) {
+    for (const Recognizer& recognizer : std::vector(finger.watchers)) {
         if (!recognizer->m_wanted && !recognizer->isDecided())
             send(recognizer, messageOf(finger.touch->phase()), Value { NSArray { Value { finger.touch } } }, nullptr);
     }
@@ -123,8 +123,8 @@ void GestureArena::settle()
             recognize(next);
         for (const Recognizer& winner : std::exchange(m_winners, {}))
             winner->sendActions();
-        forgetDecided();
         passOnTouches();
+        forgetDecided();
     }
     m_settling = false;
 }
@@ -182,10 +182,6 @@ void GestureArena::recognize(const Recognizer& recognizer)
     if (recognizer->cancelsTouchesInView())
         takeTouches(*recognizer);
     m_winners.push_back(recognizer);
-    if (recognizer->isDecided()) {
-        for (const auto& finger : m_fingers)
-            std::erase(finger->undecided, recognizer);
-    }
 }
 
 void GestureArena::takeTouches(const UIGestureRecognizer& recognizer)
@@ -206,11 +202,8 @@ void GestureArena::fail(UIGestureRecognizer& recognizer)
     recognizer.m_state = begun ? UIGestureRecognizerState::Cancelled : UIGestureRecognizerState::Failed;
     recognizer.m_wanted.reset();
     m_again = true;
-    const auto held = retain(&recognizer);
-    for (const auto& finger : m_fingers)
-        std::erase(finger->undecided, held);
     if (begun)
-        m_winners.push_back(held);
+        m_winners.push_back(retain(&recognizer));
 }
 
 void GestureArena::forgetDecided()
@@ -225,6 +218,8 @@ void GestureArena::forgetDecided()
         return true;
     });
     for (const Recognizer& member : done) {
+        for (const auto& finger : m_fingers)
+            std::erase(finger->watchers, member);
         member->m_state = UIGestureRecognizerState::Possible;
         member->m_touches.clear();
         member->m_arena.reset();
@@ -236,8 +231,8 @@ void GestureArena::passOnTouches()
 {
     for (const auto& finger : std::vector(m_fingers)) {
         auto someone = [&](auto delays) {
-            return std::any_of(finger->undecided.begin(), finger->undecided.end(),
-                [&](const Recognizer& recognizer) { return (*recognizer.*delays)(); });
+            return std::any_of(finger->watchers.begin(), finger->watchers.end(),
+                [&](const Recognizer& watcher) { return !watcher->isDecided() && (*watcher.*delays)(); });
         };
         while (!finger->held.empty()) {
             const UITouchPhase phase = finger->held.front();

@@ -20,8 +20,8 @@ private:
     struct Finger {
         int number;
         std::shared_ptr<UITouch> touch;
-        /// Those that have not decided about this touch yet.
-        std::vector<Recognizer> undecided;
+        /// Those that see this touch and have not been reset since.
+        std::vector<Recognizer> watchers;
         /// What the view is still to be told.
         std::vector<UITouchPhase> held;
         bool down { true };

@@ -41,6 +41,7 @@ void LayoutPass::run(UIView& view)
     }
     if (needed)
         send(controller, sel::viewDidLayoutSubviews);
+    view.stillNeedsLayout();
 }
 
 bool LayoutPass::applyConstraints(UIView& superview)
@@ -85,8 +86,10 @@ void LayoutPass::gather()
             const auto constraint = weak.lock();
             return !constraint || !constraint->isActive();
         });
-        for (const auto& constraint : child->m_distantConstraints)
-            consider(constraint.lock());
+        for (const auto& weak : child->m_distantConstraints) {
+            if (const auto constraint = weak.lock(); isForThisSide(*constraint, *child))
+                consider(constraint);
+        }
     }
     std::stable_sort(m_equations.begin(), m_equations.end(), [this](const auto& one, const auto& other) {
         // What reaches out of the superview comes after what is inside.
@@ -95,6 +98,17 @@ void LayoutPass::gather()
             return distant(other);
         return one->priority() > other->priority();
     });
+}
+
+// Of a constraint between branches one side moves: the one right under their common superview, or else the first.
+bool LayoutPass::isForThisSide(const NSLayoutConstraint& constraint, const UIView& child) const
+{
+    const bool isFirst = constraint.m_first.view() == &child;
+    const UIView* other = (isFirst ? constraint.m_second : constraint.m_first).view();
+    if (!other || m_superview.isDescendantOfView(other))
+        return true;
+    const bool isHigher = other->superview() == constraint.m_holder.lock().get();
+    return isHigher ? other->translatesAutoresizingMaskIntoConstraints() : isFirst;
 }
 
 void LayoutPass::consider(const std::shared_ptr<NSLayoutConstraint>& constraint)
@@ -195,12 +209,7 @@ void LayoutPass::addEquation(NSLayoutConstraint& constraint)
             return;
         equation->add(*second, -constraint.multiplier());
     }
-    if (m_solver.add(*equation) != LayoutSolver::Outcome::Contradiction || m_purpose == Purpose::Measure)
-        return;
-    // One that reaches into another branch may be that branch's to satisfy.
-    const auto holder = constraint.m_holder.lock();
-    auto isAbove = [&](const UIView* view) { return view && m_superview.isDescendantOfView(view); };
-    if (holder->isDescendantOfView(&m_superview) || isAbove(constraint.m_first.view()) || isAbove(constraint.m_second.view()))
+    if (m_solver.add(*equation) == LayoutSolver::Outcome::Contradiction && m_purpose == Purpose::Place)
         constraint.reportOnce("contradicts other constraints and is left out");
 }
 
@@ -278,8 +287,10 @@ void LayoutPass::setFrames()
 {
     for (size_t i = 0; i < m_children.size(); ++i) {
         const CGRect now = m_children[i]->frame();
-        m_children[i]->setFrame(CGRectMake(valueOf(i, 0).value_or(now.origin.x), valueOf(i, 1).value_or(now.origin.y),
-            valueOf(i, 2).value_or(now.size.width), valueOf(i, 3).value_or(now.size.height)));
+        // Plus zero, so that no zero is negative.
+        m_children[i]->setFrame(CGRectMake(valueOf(i, 0).value_or(now.origin.x) + 0.0,
+            valueOf(i, 1).value_or(now.origin.y) + 0.0, valueOf(i, 2).value_or(now.size.width) + 0.0,
+            valueOf(i, 3).value_or(now.size.height) + 0.0));
     }
 }
 

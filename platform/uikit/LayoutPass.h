@@ -37,6 +37,7 @@ private:
     static OptionalSize measure(UIView& view, std::optional<double> width, int depth);
 
     void gather();
+    bool isForThisSide(const NSLayoutConstraint& constraint, const UIView& child) const;
     void consider(const std::shared_ptr<NSLayoutConstraint>& constraint);
     void addEquation(NSLayoutConstraint& constraint);
     std::optional<size_t> indexOf(const UIView& view) const;

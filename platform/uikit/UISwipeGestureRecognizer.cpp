@@ -12,8 +12,7 @@ const ClassDescription& UISwipeGestureRecognizer::classDescription()
     static const ClassDescription description
         = ClassDescription::of<UISwipeGestureRecognizer, UIGestureRecognizer>("UISwipeGestureRecognizer")
               .method<&UISwipeGestureRecognizer::touchesBegan>(sel::touchesBegan)
-              .method<&UISwipeGestureRecognizer::touchesMoved>(sel::touchesMoved)
-              .variable<&UISwipeGestureRecognizer::m_direction>("direction");
+              .method<&UISwipeGestureRecognizer::touchesMoved>(sel::touchesMoved);
     return description;
 }
 static const RegisteredClass registeredUISwipeGestureRecognizer { &UISwipeGestureRecognizer::classDescription };

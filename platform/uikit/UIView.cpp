@@ -318,18 +318,29 @@ void UIView::setNeedsLayout()
     m_needsLayout = true;
     for (UIView* at = this; at; at = at->superview())
         at->m_subtreeNeedsLayout = true;
-    UIView& top = root();
-    if (!top.isWindow() || top.m_layoutScheduled)
+    if (UIView& top = root(); !top.m_layingOut)
+        top.scheduleLayout(0);
+}
+
+void UIView::scheduleLayout(double delay)
+{
+    if (!isWindow() || m_layoutScheduled || (delay > 0 && m_layoutDeferred))
         return;
-    top.m_layoutScheduled = true;
-    // What asks for layout while it is laid out waits for the next frame, so that it cannot keep the queue busy for ever.
-    const double delay = top.m_layingOut ? 1.0 / 60 : 0;
-    Process::current().mainQueue().asyncAfter(delay, [weak = weakly(&top)] {
+    bool UIView::*const scheduled = delay > 0 ? &UIView::m_layoutDeferred : &UIView::m_layoutScheduled;
+    this->*scheduled = true;
+    Process::current().mainQueue().asyncAfter(delay, [weak = weakly(this), scheduled] {
         if (auto window = weak.lock()) {
-            window->m_layoutScheduled = false;
+            *window.*scheduled = false;
             window->layoutIfNeeded();
         }
     });
+}
+
+bool UIView::stillNeedsLayout()
+{
+    m_subtreeNeedsLayout = m_needsLayout
+        || std::any_of(m_subviews.begin(), m_subviews.end(), [](const auto& view) { return view->m_subtreeNeedsLayout; });
+    return m_subtreeNeedsLayout;
 }
 
 void UIView::layoutIfNeeded()
@@ -350,6 +361,13 @@ void UIView::layoutIfNeeded()
         bool m_outer;
     } layingOut(root());
     LayoutPass::run(*top);
+    bool left = false;
+    for (UIView* at = top.get(); at; at = at->superview())
+        left = at->stillNeedsLayout();
+    // What asks for layout while it is laid out waits for the next frame, so that it cannot keep the queue busy for ever.
+    constexpr double frameTime = 1.0 / 60;
+    if (left && !layingOut.m_outer)
+        layingOut.m_root->scheduleLayout(frameTime);
 }
 
 void UIView::layoutSubviews() { m_constraintsReachDeeper = LayoutPass::applyConstraints(*this); }

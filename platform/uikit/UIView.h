@@ -115,6 +115,8 @@ private:
     friend class UIViewController;
 
     UIView& root();
+    void scheduleLayout(double delay);
+    bool stillNeedsLayout();
     CGPoint originInRoot();
     void attach(const std::shared_ptr<UIView>& view, size_t index);
     void detach(const std::shared_ptr<UIView>& view);
@@ -136,8 +138,9 @@ private:
     bool m_translatesAutoresizingMask { true };
     bool m_needsLayout { true };
     bool m_subtreeNeedsLayout { true };
-    // Of a root: a pass waits on the main queue; a pass is running.
+    // Of a root: a pass waits on the main queue, or for the next frame; a pass is running.
     bool m_layoutScheduled { false };
+    bool m_layoutDeferred { false };
     bool m_layingOut { false };
     // A constraint of the last layout named a view under a subview.
     bool m_constraintsReachDeeper { false };

@@ -56,8 +56,6 @@ public:
 protected:
     /// Shows a child's view over the whole of this one's, instead of the one that was shown.
     void showChild(UIViewController* child);
-    /// The children a container hides or shows with itself.
-    UIViewController* shownChild() const { return m_shownChild.lock().get(); }
     /// What a container does with its children once its view is there.
     virtual void arrangeChildren() { }
     void clearChildren();
@@ -71,13 +69,17 @@ private:
     void announceDidAppear(bool animated);
     void announceWillDisappear(bool animated);
     void announceDidDisappear(bool animated);
-    void finishDismissal(const std::shared_ptr<UIViewController>& presented, bool animated);
+    void finishDismissal(bool animated);
+    void setAway();
+    void leaveWindow();
 
     std::shared_ptr<UIView> m_view;
     bool m_viewDidLoad { false };
     std::shared_ptr<UIViewController> m_presented;
     std::weak_ptr<UIViewController> m_presenting;
     bool m_dismissing { false };
+    // What this one took out of the window by being presented over it.
+    std::shared_ptr<UIView> m_covered;
     UIModalPresentationStyle m_presentationStyle { UIModalPresentationStyle::FullScreen };
     UIModalTransitionStyle m_transitionStyle { UIModalTransitionStyle::CoverVertical };
     std::weak_ptr<UIViewController> m_parent;

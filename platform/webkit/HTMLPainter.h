@@ -7,9 +7,9 @@
 
 namespace lumora {
 
-// What a page looks like without a web engine: its markup and styles, and the pictures that stand in it as data URLs. Scripts
-// never run and nothing is fetched. Any markup can be given; of what is too long, too deep or too laborious, a part is shown.
-// Any thread. Defined by the platform linked.
+// What a page looks like without a web engine: its markup and styles, and the pictures that stand in it as
+// data URLs. Scripts never run and nothing is fetched. Any markup can be given; of what is too long, too deep
+// or too laborious, a part is shown. Any thread. Defined by the platform linked.
 
 /// The top of a page on white, laid out at a width in points. A null picture for an empty size.
 UIImage paintHTML(const std::string& html, CGSize size, double scale);

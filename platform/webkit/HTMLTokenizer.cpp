@@ -25,8 +25,8 @@ std::string lower(std::string_view text)
 /// Elements whose content is text up to their own end tag.
 bool isRawText(std::string_view element)
 {
-    static constexpr std::array<std::string_view, 9> names { "script", "style", "textarea", "title", "xmp", "iframe", "noembed",
-        "noframes", "plaintext" };
+    static constexpr std::array<std::string_view, 9> names { "script", "style", "textarea", "title", "xmp",
+        "iframe", "noembed", "noframes", "plaintext" };
     return std::find(names.begin(), names.end(), element) != names.end();
 }
 
@@ -65,12 +65,13 @@ bool numericReference(std::string_view reference, uint32_t& code)
         const size_t digit = digits.find(toLower(c));
         if (digit == npos)
             return false;
-        code = std::min<uint32_t>(code * static_cast<uint32_t>(digits.size()) + static_cast<uint32_t>(digit), 0x110000);
+        code = std::min<uint32_t>(
+            code * static_cast<uint32_t>(digits.size()) + static_cast<uint32_t>(digit), 0x110000);
     }
     return !reference.empty();
 }
 
-}
+} // namespace
 
 const std::string_view* HTMLToken::attribute(std::string_view attributeName) const
 {
@@ -194,7 +195,8 @@ size_t HTMLTokenizer::endOfRawText() const
     for (size_t at = m_html.find("</", m_at); at != npos; at = m_html.find("</", at + 2)) {
         const std::string_view rest = m_html.substr(at + 2);
         const bool sameName = rest.size() > m_rawElement.size()
-            && std::equal(m_rawElement.begin(), m_rawElement.end(), rest.begin(), [](char a, char b) { return a == toLower(b); });
+            && std::equal(m_rawElement.begin(), m_rawElement.end(), rest.begin(),
+                [](char a, char b) { return a == toLower(b); });
         if (!sameName)
             continue;
         const char after = rest[m_rawElement.size()];
@@ -206,9 +208,8 @@ size_t HTMLTokenizer::endOfRawText() const
 
 std::string decodedHTML(std::string_view text)
 {
-    static constexpr std::array<std::pair<std::string_view, std::string_view>, 6> names {
-        { { "amp", "&" }, { "lt", "<" }, { "gt", ">" }, { "quot", "\"" }, { "apos", "'" }, { "nbsp", "\xc2\xa0" } }
-    };
+    static constexpr std::array<std::pair<std::string_view, std::string_view>, 6> names { { { "amp", "&" },
+        { "lt", "<" }, { "gt", ">" }, { "quot", "\"" }, { "apos", "'" }, { "nbsp", "\xc2\xa0" } } };
     constexpr size_t longestReference = 12;
     std::string result;
     while (!text.empty()) {
@@ -223,7 +224,8 @@ std::string decodedHTML(std::string_view text)
         }
         const std::string_view reference = text.substr(1, end - 1);
         uint32_t code = 0;
-        const auto* named = std::find_if(names.begin(), names.end(), [&](const auto& name) { return name.first == reference; });
+        const auto* named = std::find_if(
+            names.begin(), names.end(), [&](const auto& name) { return name.first == reference; });
         if (named != names.end())
             result += named->second;
         else if (numericReference(reference, code))
@@ -235,4 +237,4 @@ std::string decodedHTML(std::string_view text)
     return result;
 }
 
-}
+} // namespace lumora

@@ -19,7 +19,8 @@ struct HTMLToken {
     std::vector<Attribute> attributes;
     /// A tag that ends in "/>".
     bool selfClosing { false };
-    /// Of text: the text itself, references not decoded; inside scripts, styles and the like also what looks like tags.
+    /// Of text: the text itself, references not decoded; inside scripts, styles and the like also what looks
+    /// like tags.
     std::string_view text;
     /// The byte of the page's text where it begins, and the one after its end.
     size_t begin { 0 };
@@ -29,8 +30,9 @@ struct HTMLToken {
     const std::string_view* attribute(std::string_view attributeName) const;
 };
 
-/// Splits a page's text into tags and text as browsers do; comments and declarations are left out. Any text has tokens, and
-/// they take time in proportion to it. The text must outlive the tokens. One thread at a time.
+/// Splits a page's text into tags and text as browsers do; comments and declarations are left out. Any text
+/// has tokens, and they take time in proportion to it. The text must outlive the tokens. One thread at a
+/// time.
 class HTMLTokenizer {
 public:
     explicit HTMLTokenizer(std::string_view html)
@@ -53,8 +55,8 @@ private:
     std::string m_rawElement;
 };
 
-/// Text with the references that markup is full of replaced by what they stand for: numbers, and the five that markup needs;
-/// others stay as they are.
+/// Text with the references that markup is full of replaced by what they stand for: numbers, and the five
+/// that markup needs; others stay as they are.
 std::string decodedHTML(std::string_view text);
 
-}
+} // namespace lumora

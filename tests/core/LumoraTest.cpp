@@ -1,0 +1,128 @@
+#include "lumora/Lumora.h"
+
+#include "core/TDActivationManager.h"
+#include "core/TDDeviceInformation.h"
+#include "lumora/LMLog.h"
+#include "report/TDReportButtonPlacement.h"
+#include "tests/world/World.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+namespace lumora {
+namespace {
+
+using tests::World;
+
+const std::string keyOf29(29, 'k');
+const std::string keyOf30(30, 'k');
+constexpr const char* refusal = "[Lumora] authKey is not valid (incorrect length). Init failed.";
+
+TEST(LumoraTest, ShortKeysAreRefusedAndTouchNothing)
+{
+    World world;
+    for (const std::string& key : { std::string {}, keyOf29, "  " + keyOf29 + "\n", std::string(40, ' ') })
+        Lumora::initiateTrackerWithKey(key);
+    world.phone.wait(10);
+    EXPECT_EQ(world.phone.console().lines(), std::vector<std::string>(4, refusal));
+    EXPECT_EQ(world.service.configurationFetches().size(), 0u);
+    EXPECT_EQ(TDAPI::getBearer(), "Bearer (null)");
+    Lumora::initiateTrackerWithKey(keyOf30);
+    EXPECT_EQ(TDAPI::getBearer(), "Bearer " + keyOf30) << "a later valid key still starts";
+}
+
+TEST(LumoraTest, AKeyIsTrimmedAndCountedInCharacters)
+{
+    World world;
+    Lumora::initiateTrackerWithKey(" \t" + keyOf30 + " \n");
+    EXPECT_EQ(TDAPI::getBearer(), "Bearer " + keyOf30);
+    std::string fifteenPairs;
+    for (int i = 0; i < 15; i++)
+        fifteenPairs += "\xF0\x9F\x98\x80";
+    Lumora::initiateTrackerWithKey(fifteenPairs);
+    EXPECT_EQ(TDAPI::getBearer(), "Bearer " + fifteenPairs) << "thirty UTF-16 units";
+}
+
+TEST(LumoraTest, ASecondCallReplacesTheKeyAndStartsNothing)
+{
+    World world;
+    world.start();
+    Lumora::initiateTrackerWithKey(keyOf30);
+    EXPECT_EQ(TDAPI::getBearer(), "Bearer " + keyOf30);
+    EXPECT_EQ(tests::timersNamed(world.phone, "configTimer]").size(), 2u) << "events and ad monitor, one each";
+    EXPECT_EQ(world.service.configurationFetches().size(), 1u);
+    world.showMoPub();
+    EXPECT_EQ(world.service.impressions().size(), 1u) << "a hook installed twice would call itself";
+}
+
+TEST(LumoraTest, StartUpFillsThePlacements)
+{
+    World world;
+    world.start();
+    const auto& placements = TDReportButtonPlacement::sharedInstance();
+    for (const char* network : { "Facebook", "MoPub", "InMobi", "Unity", "AOL", "Smaato", "Vungle", "Tapjoy", "Ironsource", "Verve", "Teads" })
+        EXPECT_EQ(placements.checkForUserCustomPlacementForAdWithName(network, "interstitial"), 4) << network;
+    for (const char* network : { "AdMob", "DFP" })
+        EXPECT_EQ(placements.checkForUserCustomPlacementForAdWithName(network, "interstitial"), 1) << network;
+    for (const char* network : { "Amazon", "Verizon", "OpenX", "AppNexus", "Taboola", "SpotX", "AppLovin", "facebook" })
+        EXPECT_EQ(placements.checkForUserCustomPlacementForAdWithName(network, "interstitial"), 6) << network;
+    EXPECT_EQ(placements.checkForUserCustomPlacementForAdWithName("Facebook", "banner"), 6);
+}
+
+TEST(LumoraTest, StartUpSaysSoButNeverThatItWasInitiated)
+{
+    World world;
+    LMLog::setLogLevel(0);
+    world.start();
+    world.phone.wait(100);
+    EXPECT_TRUE(world.phone.console().contains("[Lumora] initialize the Lumora..."));
+    EXPECT_TRUE(world.phone.console().contains("[Lumora] P_APPLICATION <UIApplication: "));
+    EXPECT_FALSE(world.phone.console().contains("was initiated"));
+}
+
+TEST(LumoraTest, AnAppWithoutAdSDKsGetsTheWebViewHookAtMost)
+{
+    World world { { .adjust = [](Phone::Options& options) { options.onBoot = nullptr; } } };
+    world.start();
+    EXPECT_EQ(world.phone.console().lines(), std::vector<std::string> {});
+    EXPECT_TRUE(TDActivationManager::sharedInstance().getConfig());
+}
+
+TEST(LumoraTest, ConcurrentFirstCallsWaitForOneStartUp)
+{
+    Phone phone { { .virtualTime = false } };
+    std::vector<std::thread> callers;
+    std::atomic<int> incomplete { 0 };
+    for (int i = 0; i < 8; i++) {
+        callers.emplace_back([&] {
+            Process::Scope scope(phone.process());
+            Lumora::initiateTrackerWithKey(keyOf30);
+            // Placements are set late in start-up: whoever returned must see them.
+            if (TDReportButtonPlacement::sharedInstance().checkForUserCustomPlacementForAdWithName("Teads", "interstitial") != 4)
+                incomplete++;
+        });
+    }
+    for (std::thread& caller : callers)
+        caller.join();
+    EXPECT_EQ(incomplete, 0);
+    phone.wait(0.2);
+    EXPECT_EQ(tests::timersNamed(phone, "LMAdMonitor configTimer]").size(), 1u);
+}
+
+TEST(LumoraTest, DeviceFactsAsTheServicesExpectThem)
+{
+    World world;
+    EXPECT_EQ(TDDeviceInformation::getAppVersion(), "45") << "the build number: crossed";
+    EXPECT_EQ(TDDeviceInformation::getBuildNumber(), "2.3") << "the marketing version: crossed";
+    EXPECT_EQ(TDDeviceInformation::getLMVersion(), "3.0:3");
+    EXPECT_EQ(TDDeviceInformation::getCarrierName(), "No Carrier");
+    EXPECT_EQ(TDDeviceInformation::getConnectionType(), "WIFI");
+    world.phone.radio().connect(Radio::Link::Cellular);
+    EXPECT_EQ(TDDeviceInformation::getConnectionType(), "mobile internet");
+    world.phone.radio().connect(Radio::Link::None);
+    EXPECT_EQ(TDDeviceInformation::getConnectionType(), "no internet");
+}
+
+}
+}

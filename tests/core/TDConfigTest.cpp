@@ -1,0 +1,120 @@
+#include "core/TDConfig.h"
+#include "platform/foundation/NSKeyedArchiver.h"
+#include "tests/world/World.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace lumora {
+namespace {
+
+using tests::object;
+
+class TDConfigTest : public testing::Test {
+protected:
+    static std::shared_ptr<TDConfig> from(std::string_view json)
+    {
+        const NSDictionary dictionary = object(json);
+        return TDConfig::initWithDictionary(&dictionary);
+    }
+    double timeToLive(std::string_view json) { return from(json)->ttlConfig().doubleValue() - phone.process().now(); }
+
+    Phone phone { {} };
+};
+
+TEST_F(TDConfigTest, TheDefaultRecord)
+{
+    const auto config = TDConfig::initWithDictionary(nullptr);
+    EXPECT_FALSE(config->active().boolValue());
+    EXPECT_EQ(config->ttlConfig(), Value { phone.process().now() + 300 });
+    EXPECT_EQ(config->retryAfter(), Value { 300 });
+    EXPECT_EQ(config->retryLimit(), Value { 5 });
+    EXPECT_EQ(config->buttonTap(), Value { 2 });
+    EXPECT_EQ(config->sendingHTML(), Value { -1 });
+    for (const Value& flag : { config->reportHTML(), config->inspectHTML(), config->eventHTML(), config->hideButton() })
+        EXPECT_EQ(flag, Value { 0 });
+    EXPECT_FALSE(config->sdks());
+}
+
+TEST_F(TDConfigTest, TimesToLiveAsTheServiceWritesThem)
+{
+    const struct {
+        const char* json;
+        double expected;
+    } rows[] = {
+        { R"({"ttlConfig": 30})", 30 },
+        { R"({"ttlConfig": "600"})", 600 },
+        { R"({"ttlConfig": " 600 "})", 600 },
+        { R"({"ttlConfig": "soon"})", 300 },
+        { R"({"ttlConfig": 90.9})", 90 },
+        { R"({"ttlConfig": "90.9"})", 90 },
+        { R"({"ttlConfig": -5})", -5 },
+        { R"({"ttlConfig": true})", 1 },
+        { R"({"ttlConfig": null})", 300 },
+        { R"({"ttlConfig": [30]})", 300 },
+        { R"({"ttlConfig": {"value": 30}})", 300 },
+    };
+    for (const auto& row : rows)
+        EXPECT_DOUBLE_EQ(timeToLive(row.json), row.expected) << row.json;
+    EXPECT_TRUE(std::isfinite(timeToLive(R"({"ttlConfig": 1e300})"))) << "saturates";
+}
+
+TEST_F(TDConfigTest, TapsOfTheButton)
+{
+    const struct {
+        const char* json;
+        int expected;
+    } rows[] = {
+        { R"({"buttonTap": "single"})", 1 },
+        { R"({"buttonTap": "Single"})", 2 },
+        { R"({"buttonTap": "double"})", 2 },
+        { R"({"buttonTap": ""})", 2 },
+        { R"({"buttonTap": "1"})", 2 },
+        { R"({"buttonTap": 1})", 1 },
+        { R"({"buttonTap": 7})", 7 },
+        { R"({"buttonTap": null})", 2 },
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(from(row.json)->buttonTap(), Value { row.expected }) << row.json;
+}
+
+TEST_F(TDConfigTest, OnlyTextsAreNamesOfSDKs)
+{
+    EXPECT_EQ(from(R"({"sdks": ["AdMob", 5, "MoPub", null]})")->sdks(), (std::vector<std::string> { "AdMob", "MoPub" }));
+    EXPECT_EQ(from(R"({"sdks": []})")->sdks(), std::vector<std::string> {}) << "empty is not unset";
+    EXPECT_FALSE(from(R"({"sdks": "AdMob"})")->sdks());
+}
+
+TEST_F(TDConfigTest, ActiveIsAnythingThatReadsAsTrue)
+{
+    EXPECT_TRUE(from(R"({"active": true})")->active().boolValue());
+    EXPECT_TRUE(from(R"({"active": 1})")->active().boolValue());
+    EXPECT_TRUE(from(R"({"active": "1"})")->active().boolValue());
+    EXPECT_FALSE(from(R"({"active": "yes"})")->active().boolValue());
+}
+
+TEST_F(TDConfigTest, LookUpWithoutDictionaryKeyOrDefault)
+{
+    const NSDictionary dictionary { { "a", 3 } };
+    EXPECT_EQ(TDConfig::getNSNumberFromDict(nullptr, "a", 7), Value { 7 });
+    EXPECT_EQ(TDConfig::getNSNumberFromDict(nullptr, "a", {}), Value { -1 });
+    EXPECT_EQ(TDConfig::getNSNumberFromDict(&dictionary, "a", {}), Value { -1 }) << "without a default even a number is not taken";
+}
+
+TEST_F(TDConfigTest, AnArchiveKeepsTheExpiryAndWhatIsUnset)
+{
+    const auto config = from(R"({"active": true, "ttlConfig": 50, "buttonTap": "single", "retryAfter": -3})");
+    phone.wait(1000);
+    const auto read = as<TDConfig>(unarchiveObjectWithData(archivedDataWithRootObject(Value { config })).object());
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->ttlConfig(), config->ttlConfig());
+    EXPECT_EQ(read->buttonTap(), Value { 1 });
+    EXPECT_EQ(read->retryAfter(), Value { -3 });
+    EXPECT_TRUE(read->active().boolValue());
+    EXPECT_FALSE(read->sdks());
+    EXPECT_FALSE(read->isFresh());
+}
+
+}
+}

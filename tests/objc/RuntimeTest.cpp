@@ -1,0 +1,186 @@
+#include "platform/dispatch/VirtualExecutor.h"
+#include "platform/objc/NSException.h"
+#include "platform/objc/Slot.h"
+#include "platform/process/ProcessLocal.h"
+#include "simulator/Phone.h"
+
+#include <gtest/gtest.h>
+
+namespace lumora {
+namespace {
+
+int64_t one(id, SEL) { return 1; }
+int64_t two(id, SEL) { return 2; }
+int64_t echo(id, SEL, int64_t value) { return value; }
+std::string name(id self, SEL) { return object_getClassName(self); }
+const TypeEncoding* typesOfOne() { return &methodEncoding<int64_t>(); }
+
+class RuntimeTest : public testing::Test {
+protected:
+    Phone phone { {} };
+    Class parent { ClassBuilder("Parent", classOf<NSObject>()).method("value"_sel, &one).classMethod("kind"_sel, &one).build() };
+    Class child { ClassBuilder("Child", parent).build() };
+
+    static std::shared_ptr<Object> instance(Class cls) { return class_createInstance(cls); }
+    static int64_t value(Class cls) { return send<int64_t>(instance(cls).get(), "value"_sel); }
+};
+
+TEST_F(RuntimeTest, ReplacingAnInheritedMethodAddsToTheSubclassOnly)
+{
+    EXPECT_FALSE(class_replaceMethod(child, "value"_sel, &two, typesOfOne()));
+    EXPECT_EQ(value(child), 2);
+    EXPECT_EQ(value(parent), 1);
+    EXPECT_EQ(class_copyMethodList(child).size(), 1u);
+}
+
+TEST_F(RuntimeTest, ReplacingAnOwnMethodAnswersTheOldOne)
+{
+    EXPECT_EQ(class_replaceMethod(parent, "value"_sel, &two, typesOfOne()), IMP { &one });
+    EXPECT_EQ(value(child), 2) << "what a class inherits follows";
+}
+
+TEST_F(RuntimeTest, AddingFailsOnlyForAnOwnMethod)
+{
+    EXPECT_FALSE(class_addMethod(parent, "value"_sel, &two));
+    EXPECT_TRUE(class_addMethod(child, "value"_sel, &two));
+    EXPECT_FALSE(class_addMethod(child, "value"_sel, &one));
+    EXPECT_EQ(value(child), 2);
+}
+
+TEST_F(RuntimeTest, ALookUpBeforeAnAdditionDoesNotHideIt)
+{
+    EXPECT_EQ(value(child), 1);
+    class_addMethod(child, "value"_sel, &two);
+    EXPECT_EQ(value(child), 2);
+}
+
+TEST_F(RuntimeTest, ClassMethodsAreMethodsOfTheMetaclass)
+{
+    EXPECT_EQ(send<int64_t>(child, "kind"_sel), 1);
+    EXPECT_EQ(class_getClassMethod(child, "kind"_sel), class_getInstanceMethod(child->isa(), "kind"_sel));
+    class_replaceMethod(child->isa(), "kind"_sel, &two, typesOfOne());
+    EXPECT_EQ(send<int64_t>(child, "kind"_sel), 2);
+    EXPECT_EQ(send<int64_t>(parent, "kind"_sel), 1);
+    EXPECT_TRUE(respondsToSelector(parent, sel::init)) << "a class answers the root's instance methods";
+}
+
+TEST_F(RuntimeTest, NilAnswersZeroAndStrangersRaise)
+{
+    EXPECT_EQ(send<int64_t>(static_cast<id>(nullptr), "value"_sel), 0);
+    EXPECT_EQ(send<std::string>(static_cast<id>(nullptr), "name"_sel), "");
+    EXPECT_THROW(send<void>(instance(child).get(), "unheardOf"_sel), NSException);
+    EXPECT_THROW(send<int64_t>(instance(child).get(), "value"_sel, int64_t { 3 }), NSException) << "other types";
+    EXPECT_THROW(class_replaceMethod(child, "value"_sel, &echo, typesOfOne()), NSException);
+    EXPECT_EQ(value(child), 1) << "a refused replacement changes nothing";
+}
+
+TEST_F(RuntimeTest, KeysAreFoundInTheirOrder)
+{
+    const auto object = instance(ClassBuilder("Keyed", parent).method("both"_sel, &one).build());
+    object_setInstanceVariable(*object, "_both", "variable");
+    object_setInstanceVariable(*object, "_under", "with");
+    object_setInstanceVariable(*object, "under", "without");
+    object_setInstanceVariable(*object, "plain", 5);
+    EXPECT_EQ(object->valueForKey("both"), Value { 1 }) << "an accessor wins";
+    EXPECT_EQ(object->valueForKey("under"), Value { "with" }) << "the underscore wins";
+    EXPECT_EQ(object->valueForKey("plain"), Value { 5 });
+    EXPECT_THROW(object->valueForKey("missing"), NSException);
+}
+
+TEST_F(RuntimeTest, PathsGoThroughObjectsDictionariesAndArrays)
+{
+    const auto object = instance(child);
+    const auto inner = instance(child);
+    object_setInstanceVariable(*inner, "_n", 7);
+    object_setInstanceVariable(*object, "_a", NSDictionary { { "list", NSArray { inner, inner } } });
+    object_setInstanceVariable(*object, "_nil", Value {});
+    object_setInstanceVariable(*object, "_weak", Value::weak(instance(child)));
+    EXPECT_EQ(object->valueForKeyPath("a.list.n"), (Value { NSArray { 7, 7 } }));
+    EXPECT_TRUE(object->valueForKeyPath("nil.anything").isNothing());
+    EXPECT_TRUE(object->valueForKeyPath("weak.anything").isNothing()) << "a dead weak object is nil";
+    EXPECT_TRUE(object->valueForKeyPath("a.missing").isNothing());
+    EXPECT_THROW(object->valueForKeyPath("a.list.missing"), NSException);
+}
+
+TEST_F(RuntimeTest, AnOverriddenUndefinedKeyIsAskedFirst)
+{
+    static const auto answer = +[](id, SEL, const std::string& key) { return Value { "no " + key }; };
+    class_addMethod(child, sel::valueForUndefinedKey, answer);
+    EXPECT_EQ(instance(child)->valueForKey("missing"), Value { "no missing" });
+}
+
+class Forwarder final : public NSProxy {
+public:
+    static const ClassDescription& classDescription()
+    {
+        static const ClassDescription description = ClassDescription::of<Forwarder, NSProxy>("TestForwarder");
+        return description;
+    }
+    void forwardInvocation(NSInvocation& invocation) override
+    {
+        if (invocation.argumentCount() == 1)
+            invocation.setArgument<int64_t>(0, invocation.argument<int64_t>(0) + 1);
+        invocation.invokeWithTarget(target.get());
+    }
+    std::shared_ptr<Object> target;
+};
+
+TEST_F(RuntimeTest, ForwardingSeesArgumentsAndResult)
+{
+    class_addMethod(child, "echo:"_sel, &echo);
+    class_addMethod(child, "name"_sel, &name);
+    const auto proxy = alloc<Forwarder>();
+    proxy->target = instance(child);
+    EXPECT_EQ(send<int64_t>(proxy.get(), "echo:"_sel, int64_t { 41 }), 42);
+    EXPECT_EQ(send<std::string>(proxy.get(), "name"_sel), "Child");
+}
+
+TEST_F(RuntimeTest, TwoOfOneNameAreListedAndTheFirstAnswers)
+{
+    class Twice : public NSObject {
+    public:
+        static const ClassDescription& classDescription()
+        {
+            static const ClassDescription description = ClassDescription::of<Twice, NSObject>("TestTwice")
+                                                            .method("value"_sel, &one)
+                                                            .method("value"_sel, &two);
+            return description;
+        }
+    };
+    EXPECT_EQ(class_copyMethodList(classOf<Twice>()).size(), 2u);
+    EXPECT_EQ(value(classOf<Twice>()), 1);
+}
+
+TEST_F(RuntimeTest, ProcessesShareNothingThatWasChanged)
+{
+    static const Slot<int64_t(id, SEL)> slot;
+    slot.store(phone.process().classes(), IMP { &one }.function);
+    class_addMethod(classOf<NSObject>(), "added"_sel, &one);
+    Phone other { {} };
+    EXPECT_FALSE(class_getInstanceMethod(classOf<NSObject>(), "added"_sel));
+    EXPECT_FALSE(NSClassFromString("Parent"));
+    EXPECT_EQ(slot.load(other.process().classes()), nullptr);
+    EXPECT_EQ(slot(instance(child).get(), "value"_sel), 1) << "found through the receiver, not the thread";
+}
+
+TEST_F(RuntimeTest, AssociatedObjectsLiveAsLongAsTheirOwner)
+{
+    static const char key = 0;
+    static const char otherKey = 0;
+    auto owner = instance(child);
+    std::weak_ptr<Object> tied = instance(parent);
+    {
+        const auto strong = instance(parent);
+        objc_setAssociatedObject(*owner, &key, strong);
+        tied = strong;
+    }
+    EXPECT_FALSE(tied.expired());
+    EXPECT_TRUE(objc_getAssociatedObject(*owner, &otherKey).isNothing());
+    owner.reset();
+    EXPECT_TRUE(tied.expired());
+}
+
+TEST_F(RuntimeTest, ANameIsTakenOnce) { EXPECT_THROW(ClassBuilder("Child", parent), NSException); }
+
+}
+}

@@ -1,0 +1,224 @@
+#include "platform/dispatch/Executor.h"
+
+#include "tests/platform/TestProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <thread>
+
+namespace lumora {
+
+namespace {
+
+/// What every executor promises, run against each of them. All waiting is done by the main loop.
+struct Kind {
+    const char* name;
+    std::function<std::unique_ptr<Executor>(Process&)> make;
+};
+
+class ExecutorConformance : public testing::TestWithParam<Kind> {
+protected:
+    ExecutorConformance()
+        : process(configuration())
+        , scope(process)
+        , executor(process.executor())
+    {
+    }
+    ProcessConfiguration configuration()
+    {
+        ProcessConfiguration made;
+        made.home = home.path;
+        made.console = console;
+        made.transport = std::make_shared<test::HeldTransport>();
+        made.makeExecutor = GetParam().make;
+        return made;
+    }
+    void write(char c)
+    {
+        Locker hold(m_lock);
+        m_log += c;
+    }
+    std::string log() const
+    {
+        Locker hold(m_lock);
+        return m_log;
+    }
+    Task writing(char c)
+    {
+        return [this, c] { write(c); };
+    }
+    bool runUntilLogIs(const std::string& expected, double seconds = 20)
+    {
+        return executor.runMainLoop(seconds, [&] { return log() == expected; });
+    }
+
+private:
+    mutable Lock m_lock;
+    std::string m_log LUMORA_GUARDED_BY(m_lock);
+
+protected:
+    test::TemporaryFolder home;
+    std::shared_ptr<test::RecordingConsole> console { std::make_shared<test::RecordingConsole>() };
+    Process process;
+    Process::Scope scope;
+    Executor& executor;
+};
+
+}
+
+TEST_P(ExecutorConformance, RunsASerialQueueInOrder)
+{
+    auto queue = executor.makeQueue("serial", false);
+    EXPECT_EQ(queue->label(), "serial");
+    for (const char c : { 'a', 'b', 'c', 'd', 'e' })
+        EXPECT_TRUE(queue->async(writing(c)));
+    EXPECT_TRUE(runUntilLogIs("abcde")) << log();
+}
+
+TEST_P(ExecutorConformance, NeverRunsATaskInsideThePosting)
+{
+    auto queue = executor.makeQueue("serial", false);
+    queue->async([this, queue] {
+        queue->async(writing('c'));
+        write('a');
+        write('b');
+    });
+    EXPECT_TRUE(runUntilLogIs("abc")) << log();
+}
+
+TEST_P(ExecutorConformance, RunsDelayedTasksByDueTime)
+{
+    auto queue = executor.makeQueue("serial", false);
+    queue->asyncAfter(0.06, writing('c'));
+    queue->asyncAfter(0.03, writing('b'));
+    queue->asyncAfter(-1, writing('a'));
+    EXPECT_TRUE(runUntilLogIs("abc")) << log();
+}
+
+TEST_P(ExecutorConformance, RunsMainQueueTasksOnlyInsideTheMainLoop)
+{
+    bool isMain = false;
+    executor.mainQueue().async([&] { isMain = executor.isMainThread(); });
+    auto queue = executor.makeQueue("serial", false);
+    queue->async([&] { write(executor.isMainThread() ? '!' : 'a'); });
+    EXPECT_FALSE(executor.runMainLoop(0, [] { return false; }) && isMain);
+    EXPECT_TRUE(executor.runMainLoop(20, [&] { return isMain && log() == "a"; })) << log();
+}
+
+TEST_P(ExecutorConformance, KeepsTasksInsideTheirProcess)
+{
+    auto queue = executor.makeQueue("serial", false);
+    auto leaving = std::shared_ptr<int>(new int, [this](const int* number) {
+        delete number;
+        write(&Process::current() == &process ? 'b' : '!');
+    });
+    queue->async([this, held = std::move(leaving)] { write(&Process::current() == &process ? 'a' : '!'); });
+    EXPECT_TRUE(runUntilLogIs("ab")) << log();
+}
+
+TEST_P(ExecutorConformance, FiresATimerOnceOnTheMainLoop)
+{
+    auto timer = executor.scheduleTimer("named", 0.02, [this] { write(executor.isMainThread() ? 'a' : '!'); });
+    EXPECT_TRUE(timer->isPending());
+    EXPECT_EQ(timer->name(), "named");
+    EXPECT_NEAR(timer->dueTime(), executor.now() + 0.02, 5);
+    EXPECT_TRUE(runUntilLogIs("a")) << log();
+    EXPECT_FALSE(timer->isPending());
+    timer->cancel();
+    EXPECT_FALSE(executor.runMainLoop(0.05, [&] { return log() != "a"; }));
+}
+
+TEST_P(ExecutorConformance, ListsAndCancelsTimers)
+{
+    auto later = executor.scheduleTimer("later", 100, writing('!'));
+    auto sooner = executor.scheduleTimer("sooner", 50, writing('!'));
+    EXPECT_EQ(executor.pendingTimers(), (std::vector { sooner, later }));
+    sooner->cancel();
+    later->cancel();
+    EXPECT_FALSE(sooner->isPending());
+    EXPECT_TRUE(executor.pendingTimers().empty());
+    auto due = executor.scheduleTimer("due", 0, writing('!'));
+    executor.mainQueue().async([&] { due->cancel(); });
+    due->cancel();
+    EXPECT_FALSE(executor.runMainLoop(0.05, [&] { return !log().empty(); }));
+}
+
+TEST_P(ExecutorConformance, EndsOnlyTheTaskThatThrows)
+{
+    auto queue = executor.makeQueue("serial", false);
+    queue->async([] { throw std::runtime_error("reason"); });
+    queue->async([] { throw 1; });
+    queue->async(writing('a'));
+    EXPECT_TRUE(runUntilLogIs("a")) << log();
+    ASSERT_EQ(console->lines().size(), 2u);
+    EXPECT_NE(console->lines()[0].find("reason"), std::string::npos);
+}
+
+TEST_P(ExecutorConformance, TakesTasksFromManyThreads)
+{
+    auto serial = executor.makeQueue("serial", false);
+    auto concurrent = executor.makeQueue("concurrent", true);
+    int unguarded = 0;
+    std::atomic<int> counted { 0 };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; i++) {
+        threads.emplace_back([&] {
+            for (int task = 0; task < 250; task++) {
+                serial->async([&] { unguarded++; });
+                concurrent->async([&] { counted++; });
+                executor.globalQueue().async([&] { counted++; });
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    bool isDone = false;
+    serial->async([&] { executor.mainQueue().async([&] { isDone = unguarded == 1000; }); });
+    EXPECT_TRUE(executor.runMainLoop(20, [&] { return isDone && counted == 2000; }));
+}
+
+TEST_P(ExecutorConformance, DropsEverythingWhenItStops)
+{
+    auto held = std::make_shared<int>(0);
+    auto queue = executor.makeQueue("serial", false);
+    // The queue is in its own tasks, as when they hold its owner.
+    queue->async([this, held, queue] {
+        queue->async([held, queue] { });
+        write('a');
+    });
+    queue->asyncAfter(100, [held, queue] { });
+    executor.mainQueue().async([held] { });
+    executor.scheduleTimer("timer", 100, [held] { });
+    executor.stop();
+    executor.stop();
+    EXPECT_EQ(held.use_count(), 1);
+    EXPECT_FALSE(queue->async(writing('!')));
+    EXPECT_FALSE(queue->asyncAfter(0, writing('!')));
+    EXPECT_FALSE(executor.mainQueue().async(writing('!')));
+    EXPECT_FALSE(executor.runMainLoop(0.05, [&] { return log().find('!') != std::string::npos; }));
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, ExecutorConformance,
+    testing::Values(Kind { "Virtual", [](Process& process) { return std::make_unique<VirtualExecutor>(process); } },
+        Kind { "Real", makeRealExecutor }),
+    [](const auto& info) { return std::string { info.param.name }; });
+
+TEST(VirtualExecutor, RunsEachTaskAtItsOwnInstant)
+{
+    test::TemporaryFolder home;
+    test::TestProcess process(home.path);
+    VirtualExecutor& executor = process.executor();
+    std::vector<double> instants;
+    for (const double after : { 5.0, 2.0, 2.0 })
+        executor.mainQueue().asyncAfter(after, [&] { instants.push_back(executor.now() - VirtualExecutor::epoch); });
+    executor.drain();
+    EXPECT_TRUE(instants.empty());
+    executor.advanceClockOnly(4);
+    EXPECT_TRUE(instants.empty());
+    executor.advance(1);
+    EXPECT_EQ(instants, (std::vector<double> { 4, 4, 5 }));
+    EXPECT_EQ(executor.now(), VirtualExecutor::epoch + 5);
+}
+
+}

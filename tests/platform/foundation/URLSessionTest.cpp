@@ -1,0 +1,276 @@
+#include "platform/foundation/NSURLSession.h"
+
+#include "platform/foundation/NSString.h"
+#include "platform/linux/CurlTransport.h"
+#include "tests/platform/TestProcess.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace lumora {
+
+namespace {
+
+/// What a completion was called with.
+struct Answer {
+    std::string body;
+    std::optional<NSHTTPURLResponse> response;
+    std::optional<NSError> error;
+    std::string queue;
+};
+
+/// Answers each connection with the same bytes and closes it; an empty answer keeps it open and silent.
+class TinyServer {
+public:
+    explicit TinyServer(std::string answer)
+        : m_answer(closing(std::move(answer)))
+        , m_listener(socket(AF_INET, SOCK_STREAM, 0))
+    {
+        sockaddr_in address {};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        bind(m_listener, reinterpret_cast<sockaddr*>(&address), size);
+        getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size);
+        listen(m_listener, 8);
+        url = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port));
+        m_thread = std::thread([this] { run(); });
+    }
+    ~TinyServer()
+    {
+        shutdown(m_listener, SHUT_RDWR);
+        m_thread.join();
+        close(m_listener);
+        for (const int connection : m_silent)
+            close(connection);
+    }
+
+    std::string url;
+    std::string request() const
+    {
+        Locker hold(m_lock);
+        return m_request;
+    }
+
+private:
+    /// The client is told not to come back on the same connection.
+    static std::string closing(std::string answer)
+    {
+        if (const size_t end = answer.find("\r\n"); answer.starts_with("HTTP/"))
+            answer.insert(end, "\r\nConnection: close");
+        return answer;
+    }
+    void run()
+    {
+        for (int connection = accept(m_listener, nullptr, nullptr); connection >= 0;
+             connection = accept(m_listener, nullptr, nullptr)) {
+            read(connection);
+            if (m_answer.empty()) {
+                m_silent.push_back(connection);
+                continue;
+            }
+            std::string answer = m_answer;
+            if (const size_t at = answer.find("SELF"); at != std::string::npos)
+                answer.replace(at, 4, url);
+            for (size_t sent = 0; sent < answer.size();) {
+                const ssize_t more = send(connection, answer.data() + sent, answer.size() - sent, MSG_NOSIGNAL);
+                if (more <= 0)
+                    break;
+                sent += static_cast<size_t>(more);
+            }
+            close(connection);
+        }
+    }
+    void read(int connection)
+    {
+        std::string text;
+        size_t length = std::string::npos;
+        for (char buffer[4096]; text.size() < length;) {
+            const ssize_t count = recv(connection, buffer, sizeof buffer, 0);
+            if (count <= 0)
+                break;
+            text.append(buffer, static_cast<size_t>(count));
+            if (const size_t end = text.find("\r\n\r\n"); end != std::string::npos) {
+                const size_t field = text.find("Content-Length: ");
+                length = end + 4 + (field == std::string::npos ? 0 : std::stoul(text.substr(field + 16)));
+            }
+        }
+        Locker hold(m_lock);
+        m_request = text;
+    }
+
+    std::string m_answer;
+    int m_listener;
+    mutable Lock m_lock;
+    std::string m_request LUMORA_GUARDED_BY(m_lock);
+    std::vector<int> m_silent;
+    std::thread m_thread;
+};
+
+/// A process with real threads and a real network client.
+struct URLSession : testing::Test {
+    URLSession()
+        : process(configuration())
+        , scope(process)
+    {
+    }
+    ProcessConfiguration configuration() const
+    {
+        ProcessConfiguration made;
+        made.home = home.path;
+        made.console = std::make_shared<test::RecordingConsole>();
+        made.transport = makeCurlTransport();
+        return made;
+    }
+    Answer fetch(NSMutableURLRequest request)
+    {
+        auto answers = std::make_shared<std::vector<Answer>>();
+        auto lock = std::make_shared<std::mutex>();
+        NSURLSession::sharedSession().dataTaskWithRequest(std::move(request),
+            [=](const NSData& body, const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error) {
+                const std::lock_guard hold(*lock);
+                answers->push_back({ std::string { body.view() }, response, error, "" });
+            });
+        auto count = [&] {
+            const std::lock_guard hold(*lock);
+            return answers->size();
+        };
+        process.executor().runMainLoop(30, [&] { return count() > 0; });
+        const std::lock_guard hold(*lock);
+        return answers->empty() ? Answer {} : answers->front();
+    }
+    static NSMutableURLRequest get(std::string url)
+    {
+        NSMutableURLRequest request;
+        request.url = std::move(url);
+        return request;
+    }
+    test::TemporaryFolder home;
+    Process process;
+    Process::Scope scope;
+};
+
+}
+
+TEST_F(URLSession, CarriesARequestAndItsAnswer)
+{
+    TinyServer server("HTTP/1.1 201 Created\r\nCache-CONTROL: max-age=600\r\nX-A: 1\r\nx-a: 2\r\nContent-Length: 4\r\n\r\n{\"a\"");
+    NSMutableURLRequest request = get(server.url + "/a/../b?v=13.3&w=%20");
+    request.httpMethod = "POST";
+    request.httpBody = "[{}]";
+    request.addValue("application/json", "Content-Type");
+    request.addValue("Bearer one", "Authorization");
+    request.setValue("Bearer two\r\nX-Injected: 1", "authorization");
+    request.addValue("", "X-Empty");
+    const Answer answer = fetch(request);
+    ASSERT_TRUE(answer.response);
+    EXPECT_EQ(answer.response->statusCode, 201);
+    EXPECT_EQ(answer.body, "{\"a\"");
+    EXPECT_EQ(*answer.response->headerFields.find("cache-control"), "max-age=600");
+    EXPECT_EQ(*answer.response->headerFields.find("X-A"), "1,2");
+    EXPECT_EQ(answer.response->headerFields.find("missing"), nullptr);
+    const std::string sent = server.request();
+    EXPECT_TRUE(sent.starts_with("POST /a/../b?v=13.3&w=%20 HTTP/1.1\r\n")) << sent;
+    EXPECT_NE(sent.find("\r\nContent-Type: application/json\r\n"), std::string::npos) << sent;
+    EXPECT_NE(sent.find("\r\nauthorization: Bearer two  X-Injected: 1\r\n"), std::string::npos) << sent;
+    EXPECT_EQ(sent.find("Bearer one"), std::string::npos);
+    EXPECT_NE(sent.find("\r\nX-Empty:"), std::string::npos);
+    EXPECT_EQ(sent.find("Expect"), std::string::npos);
+    EXPECT_TRUE(sent.ends_with("\r\n\r\n[{}]")) << sent;
+}
+
+TEST_F(URLSession, AnswersEveryStatusAsAResponse)
+{
+    TinyServer server("HTTP/1.1 500 Oh\r\nContent-Length: 0\r\n\r\n");
+    const Answer answer = fetch(get(server.url));
+    ASSERT_TRUE(answer.response);
+    EXPECT_EQ(answer.response->statusCode, 500);
+    EXPECT_FALSE(answer.error);
+}
+
+TEST_F(URLSession, TellsWhatWentWrong)
+{
+    TinyServer silent("");
+    TinyServer closing("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf");
+    TinyServer rambling("HTTP/1.1 200 OK\r\n\r\n" + std::string(NSURLSession::longestBody + 1, 'x'));
+    TinyServer garbled("this is no HTTP at all\r\n\r\n");
+    TinyServer circular("HTTP/1.1 302 Found\r\nLocation: SELF/again\r\nContent-Length: 0\r\n\r\n");
+    TinyServer luring("HTTP/1.1 302 Found\r\nLocation: file:///etc/hostname\r\nContent-Length: 0\r\n\r\n");
+    std::string refused;
+    {
+        TinyServer gone("");
+        refused = gone.url;
+    }
+    const std::tuple<const char*, std::string, int> rows[] = {
+        { "silent", silent.url, NSURLErrorTimedOut },
+        { "closed mid-body", closing.url, NSURLErrorNetworkConnectionLost },
+        { "endless body", rambling.url, NSURLErrorDataLengthExceedsMaximum },
+        { "refused", refused, NSURLErrorCannotConnectToHost },
+        { "redirects in a circle", circular.url, NSURLErrorHTTPTooManyRedirects },
+        { "redirected to a file", luring.url, NSURLErrorUnsupportedURL },
+        { "blank", silent.url + "/a b", NSURLErrorBadURL },
+        { "no HTTP", "ftp://127.0.0.1/", NSURLErrorUnsupportedURL },
+        { "relative", "sdk/config", NSURLErrorUnsupportedURL },
+    };
+    for (const auto& [name, url, code] : rows) {
+        NSMutableURLRequest request = get(url);
+        request.timeoutInterval = std::string_view { name } == "silent" ? 0.05 : 20;
+        const Answer answer = fetch(request);
+        ASSERT_TRUE(answer.error) << name;
+        EXPECT_EQ(answer.error->code, code) << name << ": " << answer.error->localizedDescription;
+        EXPECT_EQ(answer.error->domain, NSURLErrorDomain);
+        EXPECT_FALSE(answer.response) << name;
+        EXPECT_TRUE(answer.body.empty()) << name;
+    }
+    EXPECT_TRUE(fetch(get(garbled.url)).error);
+}
+
+TEST_F(URLSession, DropsWhatIsInFlightWhenTheProcessStops)
+{
+    TinyServer silent("");
+    auto held = std::make_shared<int>(0);
+    NSURLSession::sharedSession().dataTaskWithRequest(
+        get(silent.url), [held](const NSData&, const auto&, const auto&) { FAIL() << "must not be called"; });
+    process.executor().runMainLoop(10, [&] { return !silent.request().empty(); });
+    process.stop();
+    process.stop();
+    EXPECT_EQ(held.use_count(), 1);
+    NSURLSession::sharedSession().dataTaskWithRequest(get(silent.url), nullptr);
+}
+
+TEST(URLSessionOverAHeldTransport, CompletesOnItsOwnQueueOnce)
+{
+    test::TemporaryFolder home;
+    test::TestProcess process(home.path);
+    int calls = 0;
+    auto completion = [&](const NSData&, const std::optional<NSHTTPURLResponse>& response, const auto& error) {
+        EXPECT_FALSE(process.process.isMainThread());
+        EXPECT_NE(response.has_value(), error.has_value());
+        calls++;
+        throw std::runtime_error("from a completion");
+    };
+    NSMutableURLRequest request;
+    request.url = "https://h/a b";
+    NSURLSession::sharedSession().dataTaskWithRequest(request, completion);
+    EXPECT_EQ(calls, 0) << "never inside the call";
+    EXPECT_TRUE(process.transport->requests.empty()) << "a bad URL touches no network";
+    process.executor().drain();
+    EXPECT_EQ(calls, 1);
+
+    request.url = "https://h/ab";
+    request.timeoutInterval = 15;
+    NSURLSession::sharedSession().dataTaskWithRequest(request, completion);
+    ASSERT_EQ(process.transport->requests.size(), 1u);
+    EXPECT_EQ(process.transport->requests[0].timeout, 15);
+    HTTPExchangeAnswer answer;
+    answer.status = 200;
+    process.transport->completions[0](answer);
+    EXPECT_EQ(calls, 1);
+    process.executor().drain();
+    EXPECT_EQ(calls, 2);
+    EXPECT_EQ(process.console->lines().size(), 2u) << "both exceptions ended at the bottom of the queue";
+}
+
+}

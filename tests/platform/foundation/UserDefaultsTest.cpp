@@ -1,0 +1,139 @@
+#include "platform/foundation/NSUserDefaults.h"
+
+#include "platform/foundation/NSFileManager.h"
+#include "platform/foundation/NSPropertyList.h"
+#include "tests/platform/TestProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+namespace lumora {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct UserDefaults : testing::Test {
+    test::TemporaryFolder home;
+    fs::path file { home.path / "Library/Preferences/com.example.host.plist" };
+
+    /// Runs something in a fresh process on the same home folder.
+    template <typename F>
+    void inProcess(F&& use)
+    {
+        test::TestProcess process(home.path);
+        use(NSUserDefaults::standardUserDefaults());
+    }
+    Value stored() { return propertyListWithData(contentsOfFile(file)->view()).value(); }
+};
+
+}
+
+TEST_F(UserDefaults, OutliveTheProcess)
+{
+    inProcess([](NSUserDefaults& defaults) {
+        EXPECT_TRUE(defaults.objectForKey("events").isNothing());
+        EXPECT_FALSE(defaults.boolForKey("first"));
+        defaults.setObject("events", NSData { { 1, 2, 3 } });
+        defaults.setBool(true, "first");
+        defaults.setObject("gone", 1);
+        defaults.removeObjectForKey("gone");
+        defaults.setObject("absent", Value {});
+    });
+    inProcess([](NSUserDefaults& defaults) {
+        EXPECT_EQ(defaults.objectForKey("events"), (Value { NSData { { 1, 2, 3 } } }));
+        EXPECT_TRUE(defaults.boolForKey("first"));
+        EXPECT_TRUE(defaults.objectForKey("gone").isNothing());
+    });
+}
+
+TEST_F(UserDefaults, AreOnDiskWhenASetReturns)
+{
+    inProcess([&](NSUserDefaults& defaults) {
+        defaults.setObject("b", 1);
+        defaults.setObject("a", 2);
+        std::vector<std::string> keys;
+        const Value onDisk = stored();
+        for (const auto& [key, value] : *onDisk.dictionary())
+            keys.push_back(key);
+        EXPECT_EQ(keys, (std::vector<std::string> { "a", "b" }));
+        EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+        EXPECT_EQ(std::distance(fs::directory_iterator(file.parent_path()), {}), 1) << "no temporary file is left";
+    });
+}
+
+TEST_F(UserDefaults, SetADamagedFileAside)
+{
+    for (const std::string damage : { "", "bplist00 no more", "<?xml?>" }) {
+        writeToFile(file, damage);
+        inProcess([&](NSUserDefaults& defaults) {
+            EXPECT_TRUE(defaults.objectForKey("k").isNothing());
+            defaults.setObject("k", damage);
+        });
+        EXPECT_EQ(contentsOfFile(file.string() + ".damaged")->view(), damage);
+        inProcess([&](NSUserDefaults& defaults) { EXPECT_EQ(defaults.objectForKey("k"), Value { damage }); });
+    }
+}
+
+TEST_F(UserDefaults, KeepAFormerFileWhenAWriteFails)
+{
+    // A folder where the new file would be written keeps even a privileged user out.
+    const fs::path blocked = file.string() + ".new";
+    inProcess([&](NSUserDefaults& defaults) {
+        defaults.setObject("k", "former");
+        fs::create_directories(blocked / "full");
+        defaults.setObject("k", "later");
+        EXPECT_EQ(defaults.objectForKey("k"), Value { "later" });
+        EXPECT_EQ((*stored().dictionary())["k"], Value { "former" });
+        EXPECT_FALSE(defaults.synchronize());
+        fs::remove_all(blocked);
+        EXPECT_TRUE(defaults.synchronize());
+        EXPECT_EQ((*stored().dictionary())["k"], Value { "later" });
+    });
+}
+
+TEST_F(UserDefaults, NeverOverwriteADamagedFileThatCannotBeMoved)
+{
+    writeToFile(file, "damage");
+    fs::create_directories(file.string() + ".damaged/full");
+    inProcess([&](NSUserDefaults& defaults) {
+        defaults.setObject("k", 1);
+        EXPECT_EQ(contentsOfFile(file)->view(), "damage");
+        fs::remove_all(file.string() + ".damaged");
+        EXPECT_TRUE(defaults.synchronize());
+        EXPECT_EQ((*stored().dictionary())["k"], Value { 1 });
+    });
+}
+
+TEST_F(UserDefaults, RefuseWhatAPropertyListCannotHold)
+{
+    test::TestProcess process(home.path);
+    NSUserDefaults& defaults = NSUserDefaults::standardUserDefaults();
+    defaults.setObject("k", 1);
+    defaults.setObject("k", NSArray { NSNull {} });
+    defaults.setObject("new", NSURLValue { "https://h" });
+    EXPECT_EQ(defaults.objectForKey("k"), Value { 1 });
+    EXPECT_TRUE(defaults.objectForKey("new").isNothing());
+    EXPECT_EQ(process.console->lines().size(), 2u);
+    defaults.setObject("k", "Yes");
+    EXPECT_TRUE(defaults.boolForKey("k"));
+}
+
+TEST_F(UserDefaults, TakeWritesFromSeveralThreads)
+{
+    test::TestProcess process(home.path);
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; thread++) {
+        threads.emplace_back([&, thread] {
+            Process::Scope scope(process.process);
+            for (int i = 0; i < 10; i++)
+                NSUserDefaults::standardUserDefaults().setObject(std::to_string(thread * 10 + i), i);
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(stored().dictionary()->size(), 40u);
+}
+
+}

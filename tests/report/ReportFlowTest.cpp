@@ -1,0 +1,333 @@
+#include "core/TDActivationManager.h"
+#include "interception/TDMetaclass_MoPub.h"
+#include "interception/TDMetadataClassProtocol.h"
+#include "lumora/LMReportButtonHelper.h"
+#include "lumora/ReportButtonDelegate.h"
+#include "platform/dispatch/VirtualExecutor.h"
+#include "platform/uikit/UIApplication.h"
+#include "platform/webkit/WKWebView.h"
+#include "processing/ProcessorsManager.h"
+#include "report/LMReportAdView.h"
+#include "report/ReportProtocols.h"
+#include "report/TDButtonManager.h"
+#include "service/LMEventsSaver.h"
+#include "tests/world/World.h"
+
+#include <gtest/gtest.h>
+
+namespace lumora {
+namespace {
+
+using State = TDReportButtonView::State;
+using Form = TDReportButtonView::Form;
+using tests::buttonOn;
+using tests::World;
+
+class Listener final : public ReportButtonDelegate {
+public:
+    void reportButtonWasClickedInView(UIView& adView, const NSDictionary& info) override
+    {
+        views.push_back(&adView);
+        reports.push_back(info);
+        if (raises)
+            throw std::runtime_error("the host's own trouble");
+    }
+    std::vector<UIView*> views;
+    std::vector<NSDictionary> reports;
+    bool raises { false };
+};
+
+/// A network of the tests' own, with every optional answer, for interstitials.
+class Metaclass final : public NSObject {
+public:
+    static const ClassDescription& classDescription()
+    {
+        static const ClassDescription description = ClassDescription::of<Metaclass, NSObject>("TestMetaclass")
+                                                        .classMethod<&name>(sel::getSDKName)
+                                                        .classMethod<&version>(sel::getVersion)
+                                                        .classMethod<&type>(sel::adType)
+                                                        .classMethod<&creative>(sel::getCreativeIDWithObject_withSupportObject)
+                                                        .classMethod<&placement>(sel::getPlacementIDWithObject)
+                                                        .classMethod<&info>(sel::getOtherInfoForView_andForSupportObject);
+        return description;
+    }
+    static std::string name() { return "TestNet"; }
+    static std::string version() { return "1"; }
+    static std::string type() { return "interstitial"; }
+    static std::string creative(id adView, id support) { return adView && support ? "both" : "missing"; }
+    static std::string placement(id) { return "place"; }
+    static Value info(id, id) { return NSDictionary { { "extra", "yes" } }; }
+};
+
+class ReportFlowTest : public testing::Test {
+protected:
+    ReportFlowTest() { world.start(); }
+
+    /// Puts a button on a view of the host's own.
+    std::shared_ptr<UIView> adView(CGSize size, const NSDictionary& metadata = {})
+    {
+        auto view = make<UIView>();
+        view->setFrame({ {}, size });
+        world.phone.content().addSubview(view);
+        LMReportButtonHelper::addReportButtonToView(view.get(), nullptr, metadata);
+        world.phone.wait(1);
+        return view;
+    }
+    static NSDictionary interstitial(const std::shared_ptr<Object>& support)
+    {
+        return { { "metaclass", retain(classOf<Metaclass>()) }, { "supportview", Value::weak(support) } };
+    }
+    void choose(UIView& banner, const char* reason)
+    {
+        world.phone.tap(*tests::reasonOn(banner, reason));
+        world.phone.wait(1.0 + 0.3 + 0.1);
+    }
+
+    World world;
+};
+
+TEST_F(ReportFlowTest, ABannerFromLoadToReportedAndGone)
+{
+    const auto banner = world.showMoPub();
+    const auto button = buttonOn(*banner);
+    ASSERT_TRUE(button);
+    EXPECT_EQ(button->buttonState(), State::Full);
+    world.phone.tap(*button);
+    world.phone.wait(0.5);
+    const auto overlay = tests::find<LMReportAdView>(*banner);
+    ASSERT_TRUE(overlay);
+    EXPECT_EQ(overlay->alpha(), 1);
+    EXPECT_EQ(overlay->frame(), CGRectMake(0, 0, 300, 250));
+    EXPECT_EQ(button->buttonState(), State::Hidden);
+
+    choose(*banner, "offensive");
+    EXPECT_FALSE(tests::find<LMReportAdView>(*banner));
+    const NSDictionary report = world.lastReport();
+    EXPECT_EQ(report["type"], Value { "offensive" });
+    EXPECT_EQ(report["sdk"], Value { "MoPub" });
+    EXPECT_EQ(report["sdkVersion"], Value { MoPubStandIn::version });
+    EXPECT_EQ(report["creativeId"], Value { "dsp-1" });
+    EXPECT_EQ(report["adFormat"], Value { "banner" });
+    EXPECT_EQ(report["adId"], Value { button->adLocalId() });
+    EXPECT_TRUE(report["screenshot"].stringOrEmpty().starts_with("iVBORw0KGgo"));
+    EXPECT_EQ(report["html"], Value { "" });
+    EXPECT_EQ(report["adType"], Value { "html" }) << "no processor: the model's own";
+    EXPECT_EQ(report["metadata"], (Value { NSDictionary { { "config", NSDictionary { { "buttonTap", 1 } } }, { "placementId", "" } } }));
+    EXPECT_EQ(button->buttonState(), State::Reported);
+    world.phone.wait(3.2);
+    EXPECT_FALSE(buttonOn(*banner));
+    EXPECT_EQ(LMEventsSaverUserDefaultsProvider().eventsCount(), 0u);
+}
+
+TEST_F(ReportFlowTest, AReportedButtonStaysThreeSeconds)
+{
+    const auto banner = world.showMoPub();
+    const auto button = buttonOn(*banner);
+    button->adWasReported();
+    EXPECT_EQ(button->buttonForm(), Form::Reported);
+    EXPECT_EQ(tests::find<UILabel>(*button)->text(), "Ad Reported");
+    world.phone.wait(0.01 + 3.0);
+    EXPECT_EQ(button->trailingConstant(), button->getButtonWidthWithDiff()) << "slides out";
+    EXPECT_TRUE(button->superview());
+    world.phone.wait(0.01);
+    EXPECT_FALSE(button->superview());
+}
+
+TEST_F(ReportFlowTest, CancellingTheOverlayTakesTheButtonForGood)
+{
+    const auto banner = world.showMoPub();
+    const auto button = buttonOn(*banner);
+    world.phone.tap(*button);
+    world.phone.wait(0.5);
+    tests::find<LMReportAdView>(*banner)->onButtonClose();
+    world.phone.wait(0.29);
+    EXPECT_TRUE(tests::find<LMReportAdView>(*banner));
+    world.phone.wait(0.02);
+    EXPECT_FALSE(tests::find<LMReportAdView>(*banner));
+    EXPECT_FALSE(buttonOn(*banner));
+    EXPECT_EQ(button->buttonHandler()->vcState(), TDButtonHandler::FlowState::Idle);
+    EXPECT_EQ(world.service.reports().size(), 0u);
+}
+
+TEST_F(ReportFlowTest, ARefusedDeliveryTakesTheButtonAndKeepsTheReport)
+{
+    const auto banner = world.showMoPub();
+    world.setServiceAway(true);
+    world.phone.tap(*buttonOn(*banner));
+    world.phone.wait(0.5);
+    choose(*banner, "fraud");
+    EXPECT_FALSE(buttonOn(*banner));
+    EXPECT_EQ(LMEventsSaverUserDefaultsProvider().eventsCount(), 1u);
+    world.setServiceAway(false);
+    world.phone.wait(300);
+    EXPECT_EQ(world.lastReport()["type"], Value { "fraud" });
+}
+
+TEST_F(ReportFlowTest, AReportKeptThroughAKillArrivesOnce)
+{
+    auto banner = world.showAdMob();
+    world.setServiceAway(true);
+    world.phone.tap(*buttonOn(*banner));
+    world.phone.wait(0.5);
+    choose(*banner, "repetitive");
+    banner.reset();
+    world.restart();
+    world.setServiceAway(false);
+    world.start();
+    world.phone.wait(400);
+    ASSERT_EQ(world.service.reports().size(), 1u);
+    EXPECT_EQ(world.lastReport()["creativeId"], Value { "12345" });
+    EXPECT_EQ(world.lastReport()["type"], Value { "repetitive" });
+}
+
+TEST_F(ReportFlowTest, TheHostHearsOnceItAsksTheConfiguredButton)
+{
+    const auto listener = make<Listener>();
+    const auto view = make<UIView>();
+    view->setFrame(CGRectMake(0, 0, 320, 50));
+    world.phone.content().addSubview(view);
+    LMReportButtonHelper::addReportButtonToView(view.get(), listener.get());
+    world.phone.wait(1);
+    const auto handler = buttonOn(*view)->buttonHandler();
+    handler->sendReportWithInfo("my own words");
+    world.phone.wait(1);
+    EXPECT_TRUE(listener->reports.empty()) << "the helper's delegate is dropped";
+
+    send(buttonOn(*view), sel::setDelegate, make<NSObject>());
+    send(buttonOn(*view), sel::setDelegate, listener);
+    listener->raises = true;
+    handler->sendReportWithInfo(std::nullopt);
+    handler->sendReportWithInfo("more words");
+    ASSERT_EQ(listener->reports.size(), 1u) << "before delivery";
+    EXPECT_EQ(listener->views.front(), view.get());
+    EXPECT_EQ(listener->reports.front()["type"], Value { "more words" });
+    world.phone.wait(1);
+    EXPECT_EQ(world.lastReport()["type"], Value { "more words" }) << "a raising host stops nothing";
+    EXPECT_EQ(world.lastImpression()["sdk"], Value { "user_defined" });
+}
+
+TEST_F(ReportFlowTest, WithoutAControllerTheFlowStaysWhereItIs)
+{
+    const auto banner = world.showMoPub();
+    world.phone.window().setRootViewController(nullptr);
+    const auto handler = buttonOn(*banner)->buttonHandler();
+    handler->handleButtonTapAction(make<UITapGestureRecognizer>().get());
+    EXPECT_FALSE(tests::find<LMReportAdView>(*banner));
+    EXPECT_EQ(handler->vcState(), TDButtonHandler::FlowState::ScreenShown);
+}
+
+TEST_F(ReportFlowTest, TwoFastTapsSendOneReason)
+{
+    const auto banner = world.showMoPub();
+    world.phone.tap(*buttonOn(*banner));
+    world.phone.wait(0.5);
+    const auto fraud = tests::reasonOn(*banner, "fraud");
+    world.phone.tap(*fraud);
+    world.phone.wait(0.5);
+    world.phone.tap(*fraud);
+    world.phone.wait(5);
+    EXPECT_EQ(world.service.reports().size(), 1u);
+}
+
+TEST_F(ReportFlowTest, AnAdThatDiesMeanwhileTakesEverythingAlong)
+{
+    auto banner = world.showMoPub();
+    const std::weak_ptr<TDReportButtonView> button = buttonOn(*banner);
+    const auto handler = button.lock()->buttonHandler();
+    banner->removeFromSuperview();
+    banner.reset();
+    EXPECT_TRUE(button.expired());
+    EXPECT_TRUE(TDButtonManager::sharedInstance().getButtonsArray().empty());
+    handler->sendReportWithInfo("late");
+    world.phone.wait(1);
+    EXPECT_EQ(world.lastReport()["screenshot"], Value { "" });
+    EXPECT_EQ(world.lastReport()["creativeId"], Value { "" });
+}
+
+TEST_F(ReportFlowTest, AnAdGoneBeforeItsButtonCameIsStillAnImpression)
+{
+    auto banner = MoPubStandIn::makeBanner({ 300, 250 });
+    MoPubStandIn::load(*banner, { .html = "" });
+    world.phone.wait(0.5);
+    banner.reset();
+    world.phone.wait(1);
+    EXPECT_EQ(world.lastImpression()["sdk"], Value { "MoPub" });
+}
+
+TEST_F(ReportFlowTest, OneButtonDirectlyUnderAView)
+{
+    const auto view = adView({ 320, 50 });
+    LMReportButtonHelper::addReportButtonToView(view.get(), nullptr);
+    world.phone.wait(2);
+    EXPECT_EQ(TDButtonManager::sharedInstance().getButtonsArray().size(), 1u);
+    const auto outer = make<UIView>();
+    outer->addSubview(view);
+    EXPECT_FALSE(LMReportButtonHelper::isReportButtonInSubviewsOfView(outer.get())) << "deeper ones do not count";
+    EXPECT_FALSE(LMReportButtonHelper::isReportButtonInSubviewsOfView(make<NSObject>().get()));
+}
+
+TEST_F(ReportFlowTest, AProcessorGivesMarkupAndType)
+{
+    class Processor final : public LMAdViewProcessor {
+    public:
+        static const ClassDescription& classDescription()
+        {
+            static const ClassDescription description = ClassDescription::of<Processor, NSObject>("TestMarkupProcessor");
+            return description;
+        }
+        void updateEventInfo(const std::shared_ptr<TDEventModel>&, const EventCompletion&) override { }
+        std::string getAdTypeInString() override { return "video"; }
+        void getNewHTMLWithPurpose(HTMLPurpose purpose, const HTMLCompletion& completion) override
+        {
+            completion(purpose == HTMLPurpose::Report ? "<b>ad</b>" : "", true);
+        }
+    };
+    const auto view = adView({ 320, 50 });
+    const auto inner = make<UIView>();
+    view->addSubview(inner);
+    const auto processor = make<Processor>();
+    processor->setAdObject(inner);
+    ProcessorsManager::sharedInstance().addProcessor(processor);
+    buttonOn(*view)->buttonHandler()->sendReportWithInfo("x");
+    world.phone.wait(1);
+    EXPECT_EQ(world.lastReport()["html"], Value { "<b>ad</b>" });
+    EXPECT_EQ(world.lastReport()["adType"], Value { "video" });
+}
+
+TEST_F(ReportFlowTest, ClosedGateMeansNoButtonAndNoImpression)
+{
+    world.service.setRecord(R"({"active": false, "ttlConfig": 50})");
+    TDActivationManager::sharedInstance().getNewConfig();
+    world.phone.wait(1);
+    world.showMoPub();
+    EXPECT_TRUE(TDButtonManager::sharedInstance().getButtonsArray().empty());
+    EXPECT_EQ(world.service.impressions().size(), 0u);
+}
+
+TEST_F(ReportFlowTest, AnInterstitialIsReportedThroughTheSheet)
+{
+    const auto support = make<NSObject>();
+    const auto view = adView({ 375, 812 }, interstitial(support));
+    const auto button = buttonOn(*view);
+    ASSERT_EQ(button->buttonForm(), Form::Full);
+    world.phone.wait(0.25);
+    ASSERT_EQ(button->buttonState(), State::Icon);
+    world.phone.tap(*tests::find<UIImageView>(*button));
+    world.phone.wait(0.35 + 0.25);
+    ASSERT_EQ(button->buttonState(), State::Full);
+    world.phone.tap(*button);
+    world.phone.wait(0.35 + 0.3 + 0.1);
+    UIViewController* sheet = world.phone.window().rootViewController()->presentedViewController();
+    ASSERT_TRUE(sheet);
+    world.phone.tap(*tests::reasonOn(*sheet->view(), "fraud"));
+    world.phone.wait(2);
+    EXPECT_FALSE(world.phone.window().rootViewController()->presentedViewController());
+    const NSDictionary report = world.lastReport();
+    EXPECT_EQ(report["creativeId"], Value { "both" });
+    EXPECT_EQ(report["adFormat"], Value { "interstitial" });
+    EXPECT_EQ((*report["metadata"].dictionary())["placementId"], Value { "place" });
+    EXPECT_EQ((*report["metadata"].dictionary())["extra"], Value { "yes" });
+}
+
+}
+}

@@ -1,0 +1,249 @@
+#include "report/TDReportButtonView.h"
+
+#include "interception/TDMetadataClassProtocol.h"
+#include "lumora/LMReportButtonHelper.h"
+#include "platform/dispatch/VirtualExecutor.h"
+#include "platform/quartzcore/CAShapeLayer.h"
+#include "platform/uikit/NSLayoutConstraint.h"
+#include "report/TDButtonManager.h"
+#include "report/TDReportButtonPlacement.h"
+#include "tests/world/World.h"
+
+#include <gtest/gtest.h>
+
+namespace lumora {
+namespace {
+
+using State = TDReportButtonView::State;
+using Form = TDReportButtonView::Form;
+using tests::World;
+
+class FullScreenAd final : public NSObject {
+public:
+    static const ClassDescription& classDescription()
+    {
+        static const ClassDescription description = ClassDescription::of<FullScreenAd, NSObject>("TestFullScreenAd")
+                                                        .classMethod<&name>(sel::getSDKName)
+                                                        .classMethod<&name>(sel::getVersion)
+                                                        .classMethod<&type>(sel::adType);
+        return description;
+    }
+    static std::string name() { return "TestNet"; }
+    static std::string type() { return "interstitial"; }
+};
+
+class TDReportButtonViewTest : public testing::Test {
+protected:
+    void startWith(const std::string& record)
+    {
+        world.service.setRecord(record);
+        world.start();
+    }
+    std::shared_ptr<TDReportButtonView> buttonOn(const CGRect& frame, bool fullScreen)
+    {
+        view = make<UIView>();
+        view->setFrame(frame);
+        world.phone.content().addSubview(view);
+        LMReportButtonHelper::addReportButtonToView(view.get(), nullptr,
+            fullScreen ? NSDictionary { { "metaclass", retain(classOf<FullScreenAd>()) } } : NSDictionary {});
+        world.phone.wait(1);
+        return tests::find<TDReportButtonView>(*view);
+    }
+
+    World world;
+    std::shared_ptr<UIView> view;
+};
+
+TEST_F(TDReportButtonViewTest, ComesAfterOneSecondAndNotBefore)
+{
+    startWith(R"({"active": true})");
+    const auto ad = make<UIView>();
+    ad->setFrame(CGRectMake(0, 0, 320, 50));
+    LMReportButtonHelper::addReportButtonToView(ad.get(), nullptr);
+    world.phone.wait(0.999);
+    EXPECT_FALSE(tests::find<TDReportButtonView>(*ad));
+    world.phone.wait(0.001);
+    const auto button = tests::find<TDReportButtonView>(*ad);
+    ASSERT_TRUE(button);
+    EXPECT_TRUE(ad->clipsToBounds());
+    EXPECT_TRUE(TDButtonManager::sharedInstance().containsButton(button.get()));
+}
+
+TEST_F(TDReportButtonViewTest, TheShortFormSlidesInAtOnceAndStays)
+{
+    startWith(R"({"active": true})");
+    const auto button = buttonOn(CGRectMake(0, 100, 320, 100), false);
+    EXPECT_EQ(button->buttonForm(), Form::Short);
+    EXPECT_EQ(button->buttonState(), State::HiddenToFull);
+    EXPECT_EQ(tests::find<UILabel>(*button)->text(), "");
+    EXPECT_DOUBLE_EQ(button->timeForAnimation(), 0.01);
+    world.phone.wait(0.01);
+    EXPECT_EQ(button->buttonState(), State::Full);
+    EXPECT_DOUBLE_EQ(button->frame().maxX(), 320);
+    EXPECT_DOUBLE_EQ(button->frame().origin.y, 0) << "at the top, not 0.12 down";
+    EXPECT_FALSE(button->layer().sublayers().front()->mask());
+    world.phone.wait(60);
+    EXPECT_EQ(button->buttonState(), State::Full);
+}
+
+TEST_F(TDReportButtonViewTest, TheFullFormSlidesInAsAnIcon)
+{
+    startWith(R"({"active": true})");
+    const auto button = buttonOn(CGRectMake(0, 0, 375, 812), true);
+    EXPECT_EQ(button->buttonForm(), Form::Full);
+    EXPECT_EQ(button->buttonState(), State::HiddenToIcon);
+    EXPECT_DOUBLE_EQ(button->timeForAnimation(), 0.25);
+    world.phone.wait(0.24);
+    EXPECT_EQ(button->buttonState(), State::HiddenToIcon);
+    world.phone.wait(0.01);
+    EXPECT_EQ(button->buttonState(), State::Icon);
+    const double captionX = tests::find<UILabel>(*button)->frame().origin.x;
+    EXPECT_DOUBLE_EQ(button->frame().origin.x, 375 - captionX) << "only what is left of the caption shows";
+    EXPECT_DOUBLE_EQ(button->frame().origin.y, 44 + 812 * 0.12) << "below the safe area";
+    EXPECT_DOUBLE_EQ(button->layer().zPosition(), 50);
+}
+
+TEST_F(TDReportButtonViewTest, TheBodyOfTheFullFormIsRoundedOnTheLeft)
+{
+    startWith(R"({"active": true})");
+    const auto button = buttonOn(CGRectMake(0, 0, 375, 812), true);
+    world.phone.wait(1);
+    const auto body = button->subviews().front();
+    const double radius = body->frame().size.height / 2;
+    EXPECT_EQ(button->getBezierPathFor(1), button->getBezierPathFor(4)) << "the placement is ignored";
+    EXPECT_EQ(button->getBezierPathFor(0),
+        UIBezierPath::bezierPathWithRoundedRect(body->bounds(), UIRectCornerTopLeft | UIRectCornerBottomLeft, { radius, radius }));
+    const auto mask = std::dynamic_pointer_cast<CAShapeLayer>(body->layer().mask());
+    ASSERT_TRUE(mask);
+    EXPECT_EQ(mask->path(), button->getBezierPathFor(0));
+}
+
+TEST_F(TDReportButtonViewTest, AnIconOpensForTheConfiguredNumberOfTaps)
+{
+    const std::pair<const char*, bool> rows[] = { { R"({"active": true, "buttonTap": "single"})", true }, { R"({"active": true})", false } };
+    for (const auto& [record, single] : rows) {
+        World fresh { { .record = record } };
+        fresh.start();
+        const auto ad = make<UIView>();
+        ad->setFrame(CGRectMake(0, 0, 375, 812));
+        fresh.phone.content().addSubview(ad);
+        LMReportButtonHelper::addReportButtonToView(ad.get(), nullptr, { { "metaclass", retain(classOf<FullScreenAd>()) } });
+        fresh.phone.wait(1.5);
+        const auto button = tests::find<TDReportButtonView>(*ad);
+        const auto icon = tests::find<UIImageView>(*button);
+        single ? fresh.phone.doubleTap(*icon) : fresh.phone.tap(*icon);
+        fresh.phone.wait(1);
+        EXPECT_EQ(button->buttonState(), State::Icon) << record << ": the other number does nothing";
+        single ? fresh.phone.tap(*icon) : fresh.phone.doubleTap(*icon);
+        fresh.phone.wait(0.35 + 0.25);
+        EXPECT_EQ(button->buttonState(), State::Full) << record;
+        fresh.phone.wait(3.25);
+        EXPECT_EQ(button->buttonState(), State::Icon) << "collapses after three seconds";
+    }
+}
+
+TEST_F(TDReportButtonViewTest, AnAdWiderThanTheScreen)
+{
+    startWith(R"({"active": true})");
+    const std::pair<double, double> rows[] = { { 500, -125 }, { 812, 0 }, { 375, 0 }, { 320, 0 } };
+    for (const auto& [width, diff] : rows) {
+        const auto button = buttonOn(CGRectMake(0, 0, width, 100), false);
+        world.phone.wait(0.1);
+        EXPECT_DOUBLE_EQ(button->widerAdDiff(), diff) << width;
+        EXPECT_DOUBLE_EQ(button->frame().maxX(), width + diff) << width;
+    }
+}
+
+TEST_F(TDReportButtonViewTest, PlacingAViewWithoutASize)
+{
+    startWith(R"({"active": true})");
+    const auto button = buttonOn(CGRectMake(0, 0, 0, 0), false);
+    ASSERT_TRUE(button) << "its own size keeps the frame from being zero";
+    EXPECT_EQ(button->getFrameForButtonInView(*view).origin, (CGPoint { 0, 0 }));
+}
+
+TEST_F(TDReportButtonViewTest, AHiddenButtonIsThereButNotSeen)
+{
+    startWith(R"({"active": true, "hideButton": true, "buttonTap": "single"})");
+    const auto button = buttonOn(CGRectMake(0, 0, 320, 50), false);
+    EXPECT_TRUE(button->isHidden());
+    EXPECT_TRUE(TDButtonManager::sharedInstance().containsButton(button.get()));
+    world.phone.wait(1);
+    EXPECT_EQ(button->buttonState(), State::Full);
+    EXPECT_EQ(world.service.impressions().size(), 1u);
+    world.phone.tapAt({ 310, 10 });
+    world.phone.wait(1);
+    EXPECT_EQ(button->buttonState(), State::Full) << "untappable";
+}
+
+TEST_F(TDReportButtonViewTest, TheReportedStateIsFinal)
+{
+    startWith(R"({"active": true})");
+    const auto button = buttonOn(CGRectMake(0, 0, 375, 812), true);
+    world.phone.wait(0.25);
+    button->animateFromIconToFull();
+    EXPECT_EQ(button->buttonState(), State::IconToFull);
+    world.phone.wait(0.1);
+    button->adWasReported();
+    world.phone.wait(0.5);
+    EXPECT_EQ(button->buttonState(), State::Reported) << "an interrupted slide's end does not overwrite it";
+    button->animateFromFullToIcon();
+    EXPECT_EQ(button->buttonState(), State::Reported);
+    world.phone.wait(3.5);
+    EXPECT_FALSE(button->superview());
+}
+
+TEST_F(TDReportButtonViewTest, AnOffMainReportMovesItselfToTheMainThread)
+{
+    startWith(R"({"active": true})");
+    const auto button = buttonOn(CGRectMake(0, 0, 320, 50), false);
+    world.phone.wait(0.1);
+    dispatch_get_global_queue().async([&] {
+        button->adWasReported();
+        EXPECT_NE(button->buttonState(), State::Reported);
+    });
+    world.phone.clock().drain();
+    EXPECT_EQ(button->buttonState(), State::Reported);
+}
+
+TEST(TDButtonManagerTest, DisablingRemovesButDoesNotUnregister)
+{
+    World world;
+    world.start();
+    TDButtonManager::sharedInstance().disableAllButtons();
+    std::vector<std::shared_ptr<UIView>> banners { world.showMoPub(), world.showAdMob(), world.showMoPub() };
+    std::vector<std::shared_ptr<TDReportButtonView>> buttons = TDButtonManager::sharedInstance().getButtonsArray();
+    ASSERT_EQ(buttons.size(), 3u);
+    TDButtonManager::sharedInstance().addButton(buttons.front());
+    TDButtonManager::sharedInstance().disableAllButtons();
+    EXPECT_TRUE(buttons.front()->superview()) << "on the main queue, not here";
+    world.phone.clock().drain();
+    for (const auto& button : buttons) {
+        EXPECT_FALSE(button->superview());
+        EXPECT_TRUE(TDButtonManager::sharedInstance().containsButton(button.get()));
+    }
+    buttons.pop_back();
+    EXPECT_EQ(TDButtonManager::sharedInstance().getButtonsArray().size(), 2u) << "the dead leave by themselves";
+    TDButtonManager::sharedInstance().removeButton(buttons.front().get());
+    EXPECT_EQ(TDButtonManager::sharedInstance().getButtonsArray().size(), 1u);
+}
+
+TEST(TDReportButtonPlacementTest, RulesAndNames)
+{
+    Phone phone { {} };
+    auto& placements = TDReportButtonPlacement::sharedInstance();
+    using Placement = TDReportButtonPlacement;
+    EXPECT_EQ(Placement::adTypeStringValue(TDAdNetworkType::SpotX), "SpotX");
+    EXPECT_EQ(Placement::adTypeStringValue(static_cast<TDAdNetworkType>(19)), "");
+    EXPECT_EQ(Placement::adFormatStringValue(TDAdFormatType::All), "all");
+    EXPECT_EQ(Placement::adFormatStringValue(static_cast<TDAdFormatType>(4)), "");
+    placements.setNewButtonPlacement(3, static_cast<TDAdNetworkType>(99), TDAdFormatType::Banner);
+    EXPECT_EQ(placements.checkForUserCustomPlacementForAdWithName("", "banner"), 3);
+    placements.setNewButtonPlacement(2, TDAdNetworkType::MoPub, TDAdFormatType::Banner);
+    placements.setNewButtonPlacement(5, TDAdNetworkType::MoPub, TDAdFormatType::Banner);
+    EXPECT_EQ(placements.checkForUserCustomPlacementForAdWithName("MoPub", "banner"), 5);
+    EXPECT_EQ(placements.checkForUserCustomPlacementForAdWithName({}, {}), 6) << "nil is \"(null)\"";
+}
+
+}
+}

@@ -1,0 +1,249 @@
+#include "service/LMEventsManager.h"
+
+#include "core/TDActivationManager.h"
+#include "platform/foundation/NSUserDefaults.h"
+#include "processing/LMAdViewProcessor.h"
+#include "processing/ProcessorsManager.h"
+#include "service/LMFirstTimeLaunchDetector.h"
+#include "tests/world/World.h"
+
+#include <gtest/gtest.h>
+
+namespace lumora {
+namespace {
+
+using tests::World;
+
+std::shared_ptr<TDEventModel> eventOf(const std::string& type)
+{
+    auto event = make<TDEventModel>();
+    event->setType(type);
+    return event;
+}
+
+Events backup() { return LMEventsSaverUserDefaultsProvider().getAllEvents(); }
+
+std::vector<std::string> typesSent(const World& world)
+{
+    std::vector<std::string> types;
+    for (const Arrival& report : world.service.reports())
+        types.push_back(tests::object(report.body)["type"].stringOrEmpty());
+    return types;
+}
+
+/// Answers for one ad and fills events with what it knows.
+class Filler final : public LMAdViewProcessor {
+public:
+    static const ClassDescription& classDescription()
+    {
+        static const ClassDescription description = ClassDescription::of<Filler, NSObject>("TestFiller");
+        return description;
+    }
+    void updateEventInfo(const std::shared_ptr<TDEventModel>& event, const EventCompletion& completion) override
+    {
+        event->setCreativeId("known");
+        completion(event);
+    }
+    std::string getAdTypeInString() override { return "html"; }
+    void getNewHTMLWithPurpose(HTMLPurpose, const HTMLCompletion& completion) override { completion("<p>", true); }
+};
+
+TEST(TDEventModelTest, WhatIsSent)
+{
+    Phone phone { {} };
+    const auto event = eventOf("redirect");
+    event->setPlacementId("p");
+    event->addAdditionalInfo({ { "placementId", "overridden" }, { "extra", 1 } });
+    const NSDictionary sent = *event->getEventAsMutableDictionary();
+    EXPECT_EQ(sent.size(), 13u);
+    EXPECT_EQ(sent["creativeId"], Value { "-1" });
+    EXPECT_EQ(sent["adType"], Value { "html" });
+    EXPECT_TRUE(sent["ts"].isInteger());
+    EXPECT_EQ(sent["metadata"], (Value { NSDictionary { { "placementId", "p" }, { "extra", 1 } } }));
+    EXPECT_FALSE(sent.find("eventId"));
+    event->setVideo(std::nullopt);
+    EXPECT_FALSE(event->getEventAsMutableDictionary()) << "an unset property makes it unsendable";
+}
+
+TEST(TDEventModelTest, EqualByEventIdAndTime)
+{
+    Phone phone { {} };
+    const auto a = eventOf("a");
+    const auto b = eventOf("b");
+    EXPECT_FALSE(a->isEqual(b.get()));
+    b->setEventId(a->eventId());
+    EXPECT_TRUE(a->isEqual(b.get()));
+    b->setTs(a->ts().integerValue() + 1);
+    EXPECT_FALSE(a->isEqual(b.get()));
+}
+
+TEST(LMEventsManagerTest, DeliveredMeansGoneFromTheBackup)
+{
+    World world;
+    world.start();
+    int delivered = 0;
+    LMEventsManager::shared().handleEvent(eventOf("redirect"), [&](bool success) { delivered += success ? 1 : 0; });
+    EXPECT_EQ(backup().size(), 1u) << "stored before it is sent";
+    world.phone.wait(1);
+    EXPECT_EQ(delivered, 1);
+    EXPECT_EQ(backup().size(), 0u);
+    EXPECT_EQ(typesSent(world), std::vector<std::string> { "redirect" });
+}
+
+TEST(LMEventsManagerTest, AMissingOrUnsendableEventIsAnsweredFalseOnce)
+{
+    World world;
+    world.start();
+    std::vector<bool> answers;
+    auto remember = [&](bool success) { answers.push_back(success); };
+    LMEventsManager::shared().handleEvent(nullptr, remember);
+    EXPECT_EQ(backup().size(), 0u);
+    const auto unsendable = eventOf("x");
+    unsendable->setHtml(std::nullopt);
+    LMEventsManager::shared().handleEvent(unsendable, remember);
+    world.phone.wait(1);
+    EXPECT_EQ(answers, (std::vector { false, false }));
+    EXPECT_EQ(backup().size(), 1u) << "it follows the normal budget";
+    EXPECT_TRUE(typesSent(world).empty());
+}
+
+TEST(LMEventsManagerTest, BehindAClosedGateAnEventWaitsInSilence)
+{
+    World world { { .record = R"({"active": false})" } };
+    world.start();
+    bool answered = false;
+    LMEventsManager::shared().handleEvent(eventOf("a"), [&](bool) { answered = true; });
+    world.phone.wait(1);
+    EXPECT_FALSE(answered);
+    EXPECT_EQ(backup().size(), 1u);
+}
+
+TEST(LMEventsManagerTest, TheBudgetIsOneForAllAndCountsPasses)
+{
+    World world { { .record = R"({"active": true, "ttlConfig": 100000, "retryAfter": 10, "retryLimit": 2})" } };
+    world.start();
+    world.setServiceAway(true);
+    for (const char* type : { "a", "b" })
+        LMEventsManager::shared().handleEvent(eventOf(type), nullptr);
+    world.phone.wait(1);
+    EXPECT_EQ(backup().size(), 2u);
+    world.phone.wait(5);
+    EXPECT_EQ(backup().size(), 2u) << "first pass, at 5 s";
+    world.phone.wait(10);
+    EXPECT_EQ(backup().size(), 2u) << "second pass";
+    world.phone.wait(10);
+    EXPECT_EQ(backup().size(), 0u) << "the third drops them for good";
+    world.setServiceAway(false);
+    world.phone.wait(100);
+    EXPECT_TRUE(typesSent(world).empty());
+}
+
+TEST(LMEventsManagerTest, WithoutNetworkAPassSpendsNothing)
+{
+    World world { { .record = R"({"active": true, "ttlConfig": 100000, "retryAfter": 10, "retryLimit": 1})" } };
+    world.start();
+    world.setServiceAway(true);
+    LMEventsManager::shared().handleEvent(eventOf("a"), nullptr);
+    world.phone.radio().connect(Radio::Link::None);
+    world.phone.wait(100);
+    world.phone.radio().connect(Radio::Link::WiFi);
+    world.setServiceAway(false);
+    world.phone.wait(10);
+    EXPECT_EQ(typesSent(world), std::vector<std::string> { "a" });
+}
+
+TEST(LMEventsManagerTest, TimersWithAndWithoutAConfiguration)
+{
+    World world { { .record = R"({"active": true, "ttlConfig": 100000, "retryAfter": 42})" } };
+    world.service.addFault({ .delaySeconds = 7 });
+    world.start();
+    EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 5, 0.1);
+    world.phone.wait(5);
+    EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 5, 0.1) << "polls until there is one";
+    world.phone.wait(5);
+    EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 42, 0.1);
+    EXPECT_NEAR(tests::timersNamed(world.phone, "LMAdMonitor configTimer]").at(0), 10, 0.1) << "20 s from the start";
+}
+
+TEST(LMEventsManagerTest, ParkedEventsInheritTheFilledModel)
+{
+    World world;
+    world.start();
+    const auto adView = make<UIView>();
+    const auto other = make<UIView>();
+    const auto first = eventOf("redirect");
+    first->setRedirectUrl("https://shop.example");
+    const auto second = eventOf("autoplay");
+    second->setTs(5);
+    LMEventsManager::shared().handleEventAsPending(first, adView.get());
+    LMEventsManager::shared().handleEventAsPending(eventOf("elsewhere"), other.get());
+    LMEventsManager::shared().handleEventAsPending(second, adView.get());
+    EXPECT_EQ(backup().size(), 3u);
+
+    const auto filler = make<Filler>();
+    filler->setAdObject(adView);
+    ProcessorsManager::sharedInstance().addProcessor(filler);
+    world.phone.wait(1);
+    const auto reports = world.service.reports();
+    ASSERT_EQ(reports.size(), 2u);
+    const NSDictionary sent = tests::object(reports.at(0).body);
+    EXPECT_EQ(sent["type"], Value { "redirect" });
+    EXPECT_EQ(sent["redirectUrl"], Value { "https://shop.example" });
+    EXPECT_EQ(sent["creativeId"], Value { "known" });
+    EXPECT_EQ(tests::object(reports.at(1).body)["ts"], Value { 5 }) << "one model, changed between the two";
+}
+
+TEST(LMEventsManagerTest, WhatNobodyFilledIsSentAfterTheNextLaunch)
+{
+    World world;
+    world.start();
+    {
+        const auto adView = make<UIView>();
+        LMEventsManager::shared().handleEventAsPending(eventOf("parked"), adView.get());
+    }
+    world.phone.wait(400);
+    EXPECT_TRUE(typesSent(world).empty());
+    world.restart();
+    world.start();
+    world.phone.wait(6);
+    EXPECT_EQ(typesSent(world), std::vector<std::string> { "parked" });
+    EXPECT_EQ(backup().size(), 0u);
+}
+
+TEST(LMEventsManagerTest, ADamagedBackupIsAnEmptyOne)
+{
+    World world;
+    NSUserDefaults::standardUserDefaults().setObject("com.lumora.event.module.saver.ud", NSData::fromText("bplist00 but not really"));
+    EXPECT_EQ(backup().size(), 0u);
+    world.start();
+    LMEventsManager::shared().handleEvent(eventOf("a"), nullptr);
+    EXPECT_EQ(backup().size(), 1u);
+}
+
+TEST(LMAdMonitorTest, RoundsAsTheConfigurationWantsThem)
+{
+    World world { { .record = R"({"active": true, "ttlConfig": 100000, "sendingHTML": 30})" } };
+    world.start();
+    world.phone.wait(20);
+    EXPECT_NEAR(tests::timersNamed(world.phone, "LMAdMonitor configTimer]").at(0), 30, 0.1);
+}
+
+TEST(LMAdMonitorTest, AnOddPeriodDoesNotHangTheClock)
+{
+    World world { { .record = R"({"active": true, "ttlConfig": 100000, "sendingHTML": -5, "retryAfter": 0})" } };
+    world.start();
+    world.phone.wait(5.01);
+    EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 0.0001, 0.0001);
+}
+
+TEST(LMFirstTimeLaunchDetectorTest, TrueOncePerInstallation)
+{
+    World world;
+    EXPECT_TRUE(LMFirstTimeLaunchDetector::sharedInstance().isFirstLaunch());
+    EXPECT_FALSE(LMFirstTimeLaunchDetector::sharedInstance().isFirstLaunch());
+    world.restart();
+    EXPECT_FALSE(LMFirstTimeLaunchDetector::sharedInstance().isFirstLaunch());
+}
+
+}
+}

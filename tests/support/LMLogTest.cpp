@@ -1,0 +1,158 @@
+#include "lumora/LMLog.h"
+#include "lumora/LMLogManager.h"
+#include "platform/foundation/NSFileManager.h"
+#include "simulator/Phone.h"
+#include "tests/world/World.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+namespace lumora {
+namespace {
+
+class LMLogTest : public testing::Test {
+protected:
+    std::vector<std::string> printed(const std::string& message)
+    {
+        const size_t before = phone.console().lines().size();
+        LMLog::logMessage(message);
+        const auto lines = phone.console().lines();
+        return { lines.begin() + static_cast<std::ptrdiff_t>(before), lines.end() };
+    }
+    std::string file() const
+    {
+        const auto content = contentsOfFile(LMLogManager::getFullPathToLogFile());
+        return content ? std::string { content->view() } : "(none)";
+    }
+
+    Phone phone { {} };
+};
+
+TEST_F(LMLogTest, NothingIsPrintedAtTheInitialThreshold)
+{
+    LMLog::logMessage("a");
+    LMLog::logErrorMessage("b");
+    LMLog::logImportantMessage("c");
+    LMLog::logFuckupMessage();
+    EXPECT_TRUE(phone.console().lines().empty());
+    LMLog::setLogLevel(35);
+    LMLog::logImportantMessage("below");
+    LMLog::logFuckupMessage();
+    EXPECT_EQ(phone.console().lines(), std::vector<std::string> { "[Lumora] WARNING! LUMORA FRAMEWORK WAS NOT INITIALIZED!" });
+}
+
+TEST_F(LMLogTest, LevelsOfTheOperations)
+{
+    LMLog::setLogLevel(10);
+    LMLog::logMessage("zero");
+    LMLog::logErrorMessage("ten");
+    LMLog::logError(nullptr);
+    LMLog::logImportantMessage("fifteen");
+    LMLog::logDebug("never");
+    LMLog::log("nine", 9);
+    EXPECT_EQ(phone.console().lines(), (std::vector<std::string> { "[Lumora] ten", "[Lumora] error - (null)", "[Lumora] fifteen" }));
+}
+
+TEST_F(LMLogTest, LongLinesAreCut)
+{
+    LMLog::setLogLevel(0);
+    EXPECT_EQ(printed(std::string(503, 'x')), std::vector { "[Lumora] " + std::string(503, 'x') }) << "512 characters are whole";
+    EXPECT_EQ(printed(std::string(504, 'x')),
+        (std::vector<std::string> { "[Lumora] MESSAGE BELOW WAS CUTTED FROM 504 CHARACTERS", "[Lumora] " + std::string(502, 'x') }));
+    EXPECT_EQ(printed(std::string(600, 'x')).front(), "[Lumora] MESSAGE BELOW WAS CUTTED FROM 600 CHARACTERS");
+}
+
+TEST_F(LMLogTest, TheNoticeHasALevelOfItsOwn)
+{
+    LMLog::setLogLevel(16);
+    LMLog::log(std::string(600, 'x'), 20);
+    EXPECT_EQ(phone.console().lines(), std::vector { "[Lumora] " + std::string(502, 'x') });
+}
+
+TEST_F(LMLogTest, PercentSignsCountTwiceAndPrintOnce)
+{
+    LMLog::setLogLevel(0);
+    EXPECT_EQ(printed("100%"), std::vector<std::string> { "[Lumora] 100%" });
+    EXPECT_EQ(printed("%@ %s %n"), std::vector<std::string> { "[Lumora] %@ %s %n" });
+    // 9 + 1 + 2 * 252 = 514 escaped characters; the cut at 511 splits the last pair it keeps.
+    EXPECT_EQ(printed("x" + std::string(252, '%')).back(), "[Lumora] x" + std::string(251, '%'));
+}
+
+TEST_F(LMLogTest, ASurrogatePairIsNeverSplit)
+{
+    LMLog::setLogLevel(0);
+    const std::string face = "\xF0\x9F\x98\x80";
+    // The pair stands at units 511 and 512 of the line.
+    const std::string line = printed(std::string(501, 'x') + face + "yyyy").back();
+    EXPECT_EQ(line, "[Lumora] " + std::string(501, 'x'));
+}
+
+TEST_F(LMLogTest, TheFileTakesEveryLineAsItIs)
+{
+    LMLog::logMessage("before");
+    LMLogManager::sharedInstance().setLoggingTTL(60);
+    LMLog::logMessage("one 100%");
+    EXPECT_EQ(file(), "one 100%") << "no break after the first";
+    LMLog::logMessage("two");
+    LMLog::logDebug("never");
+    LMLog::logMessage("three");
+    EXPECT_EQ(file(), "one 100%two\nthree\n");
+}
+
+TEST_F(LMLogTest, TimesToLive)
+{
+    auto& manager = LMLogManager::sharedInstance();
+    auto timers = [&] {
+        phone.clock().drain();
+        return tests::timersNamed(phone, "sendLog]");
+    };
+    manager.setLoggingTTL(60);
+    EXPECT_EQ(timers(), std::vector<double> { 60 });
+    phone.wait(10);
+    manager.setLoggingTTL(60);
+    EXPECT_EQ(timers(), std::vector<double> { 50 }) << "the same again changes nothing";
+    LMLog::logMessage("kept until now");
+    manager.setLoggingTTL(-5);
+    EXPECT_EQ(file(), "(none)");
+    EXPECT_TRUE(timers().empty());
+    LMLog::logMessage("written all the same");
+    EXPECT_EQ(file(), "written all the same");
+    manager.setLoggingTTL(-1);
+    LMLog::logMessage("off");
+    EXPECT_EQ(file(), "(none)");
+}
+
+TEST_F(LMLogTest, OnlyTheNewestTimeToLiveGetsATimer)
+{
+    auto& manager = LMLogManager::sharedInstance();
+    for (int64_t ttl : { 60, 30, 60, 20 })
+        manager.setLoggingTTL(ttl);
+    phone.clock().drain();
+    EXPECT_EQ(tests::timersNamed(phone, "sendLog]"), std::vector<double> { 20 });
+    manager.setLoggingTTL(0);
+    phone.wait(0.01);
+    EXPECT_EQ(tests::timersNamed(phone, "sendLog]").size(), 1u) << "hot, yet time goes on";
+}
+
+TEST_F(LMLogTest, LinesOfManyThreadsStayWhole)
+{
+    LMLogManager::sharedInstance().setLoggingTTL(60);
+    LMLog::logMessage("first");
+    std::vector<std::thread> writers;
+    for (int i = 0; i < 4; i++) {
+        writers.emplace_back([&, i] {
+            Process::Scope scope(phone.process());
+            for (int n = 0; n < 50; n++)
+                LMLog::logMessage(std::string(20, static_cast<char>('a' + i)));
+        });
+    }
+    for (std::thread& writer : writers)
+        writer.join();
+    const std::string content = file();
+    EXPECT_EQ(content.size(), 5u + 200 * 21);
+    EXPECT_EQ(content.find("ab"), std::string::npos);
+}
+
+}
+}

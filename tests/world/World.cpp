@@ -1,0 +1,117 @@
+#include "tests/world/World.h"
+
+#include "platform/dispatch/VirtualExecutor.h"
+
+namespace lumora::tests {
+
+Phone::Options World::phoneOptions(World& world, const Options& options)
+{
+    Phone::Options phone;
+    phone.makeTransport = [&world] {
+        auto transport = std::make_shared<DirectTransport>(world.service, TDAPI::getURLWithType(TDAPI::EndpointType::Configuration));
+        transport->setServiceAway(world.m_away);
+        world.m_transport = transport;
+        return transport;
+    };
+    phone.onBoot = [] {
+        MoPubStandIn::install();
+        GoogleStandIn::install();
+    };
+    if (options.adjust)
+        options.adjust(phone);
+    return phone;
+}
+
+World::World(const Options& options)
+    : service(validKey)
+    , phone(phoneOptions(*this, options))
+{
+    service.setRecord(options.record);
+}
+
+void World::start()
+{
+    Lumora::initiateTrackerWithKey(validKey);
+    phone.wait(2 * DirectTransport::latency);
+}
+
+void World::restart()
+{
+    phone.kill();
+    phone.boot();
+}
+
+void World::setServiceAway(bool away)
+{
+    m_away = away;
+    if (const auto transport = m_transport.lock())
+        transport->setServiceAway(away);
+}
+
+std::shared_ptr<UIView> World::onScreen(const std::shared_ptr<UIView>& banner)
+{
+    banner->setFrame({ { 20, 200 }, banner->bounds().size });
+    phone.content().addSubview(banner);
+    return banner;
+}
+
+std::shared_ptr<UIView> World::showMoPub(const MoPubStandIn::Creative& creative)
+{
+    const auto banner = onScreen(MoPubStandIn::makeBanner(creative.size));
+    MoPubStandIn::load(*banner, creative);
+    phone.wait(1.1);
+    return banner;
+}
+
+std::shared_ptr<UIView> World::showAdMob(const GoogleStandIn::Creative& creative)
+{
+    const auto banner = onScreen(GoogleStandIn::makeBanner(creative.size));
+    GoogleStandIn::load(*banner, creative);
+    phone.wait(1.1);
+    return banner;
+}
+
+NSDictionary object(std::string_view json)
+{
+    const auto value = JSONObjectWithData(json);
+    if (!value)
+        return {};
+    if (const NSArray* list = value->array(); list && list->size() == 1 && list->front().isDictionary())
+        return *list->front().dictionary();
+    return value->isDictionary() ? *value->dictionary() : NSDictionary {};
+}
+
+NSDictionary World::lastReport() const
+{
+    const auto reports = service.reports();
+    return reports.empty() ? NSDictionary {} : object(reports.back().body);
+}
+
+NSDictionary World::lastImpression() const
+{
+    const auto impressions = service.impressions();
+    return impressions.empty() ? NSDictionary {} : object(impressions.back().body);
+}
+
+std::shared_ptr<LMReportAdViewRoundedButton> reasonOn(UIView& view, std::string_view reason)
+{
+    for (const auto& subview : view.subviews()) {
+        if (auto button = as<LMReportAdViewRoundedButton>(subview); button && button->userDescription() == reason)
+            return button;
+        if (auto button = reasonOn(*subview, reason))
+            return button;
+    }
+    return nullptr;
+}
+
+std::vector<double> timersNamed(const Phone& phone, std::string_view ending)
+{
+    std::vector<double> due;
+    for (const auto& timer : phone.process().executor().pendingTimers()) {
+        if (timer->name().ends_with(ending))
+            due.push_back(timer->dueTime() - phone.process().now());
+    }
+    return due;
+}
+
+}

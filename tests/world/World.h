@@ -1,0 +1,85 @@
+#pragma once
+
+#include "devservice/ConfigurationService.h"
+#include "lumora/Lumora.h"
+#include "platform/foundation/NSJSONSerialization.h"
+#include "platform/uikit/UIView.h"
+#include "report/TDReportButtonView.h"
+#include "service/TDAPI.h"
+#include "simulator/Phone.h"
+#include "simulator/networks/GoogleStandIn.h"
+#include "simulator/networks/MoPubStandIn.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace lumora::tests {
+
+inline constexpr const char* validKey = "a-key-of-exactly-thirty-chars!";
+
+/// A configuration service and a phone with both networks' SDKs, under the virtual clock.
+class World {
+public:
+    struct Options {
+        std::string record { R"({"active": true, "ttlConfig": 3600, "buttonTap": "single"})" };
+        std::function<void(Phone::Options&)> adjust;
+    };
+    World()
+        : World(Options {})
+    {
+    }
+    explicit World(const Options& options);
+
+    /// The entry call, and time for the configuration to arrive.
+    void start();
+    /// Restarts the application: another process, the same home folder.
+    void restart();
+    void setServiceAway(bool away);
+
+    /// A banner on screen, loaded, its button attached and slid out.
+    std::shared_ptr<UIView> showMoPub(const MoPubStandIn::Creative& creative = { .html = "<h1>Ad</h1>", .dspCreativeId = "dsp-1", .creativeId = "mp-1" });
+    std::shared_ptr<UIView> showAdMob(const GoogleStandIn::Creative& creative = { .html = "<h1>Ad</h1>", .debugText = "crid:12345" });
+
+    /// The body of the last report, an object; empty when none arrived.
+    NSDictionary lastReport() const;
+    NSDictionary lastImpression() const;
+
+private:
+    static Phone::Options phoneOptions(World& world, const Options& options);
+    std::shared_ptr<UIView> onScreen(const std::shared_ptr<UIView>& banner);
+
+    std::weak_ptr<DirectTransport> m_transport;
+    bool m_away { false };
+
+public:
+    // The phone comes last and goes first: it talks to all of the others.
+    ConfigurationService service;
+    Phone phone;
+};
+
+/// The first view of a type below a view; null when there is none.
+template <typename T>
+std::shared_ptr<T> find(UIView& view)
+{
+    for (const auto& subview : view.subviews()) {
+        if (auto found = as<T>(subview))
+            return found;
+        if (auto found = find<T>(*subview))
+            return found;
+    }
+    return nullptr;
+}
+
+/// The button on a banner, wherever in it; null when there is none.
+inline std::shared_ptr<TDReportButtonView> buttonOn(UIView& banner) { return find<TDReportButtonView>(banner); }
+/// The button of an overlay or sheet that stands for a reason.
+std::shared_ptr<LMReportAdViewRoundedButton> reasonOn(UIView& view, std::string_view reason);
+
+/// The pending timers whose name ends like that, in seconds from now.
+std::vector<double> timersNamed(const Phone& phone, std::string_view ending);
+
+/// A decoded JSON object; empty when it is none.
+NSDictionary object(std::string_view json);
+
+}
