@@ -63,6 +63,7 @@ Phone::Phone(Options options)
     : m_options(std::move(options))
     , m_console(std::make_shared<ConsoleRecorder>())
     , m_radio(std::make_shared<Radio>())
+    , m_virtualTime(VirtualExecutor::epoch)
 {
     if (m_options.home.empty()) {
         m_options.home = makeTemporaryHome();
@@ -91,7 +92,7 @@ void Phone::boot()
     configuration.network = m_radio;
     configuration.transport = m_options.makeTransport ? m_options.makeTransport() : std::make_shared<NoTransport>();
     if (m_options.virtualTime)
-        configuration.makeExecutor = [](Process& process) { return std::make_unique<VirtualExecutor>(process); };
+        configuration.makeExecutor = [this](Process& process) { return std::make_unique<VirtualExecutor>(process, m_virtualTime); };
     std::filesystem::create_directories(m_options.home / "Documents");
 
     m_process = std::make_unique<Process>(std::move(configuration));
@@ -109,6 +110,7 @@ void Phone::kill()
 {
     if (!m_process)
         return;
+    m_virtualTime = m_process->now();
     // Nothing runs from here on: what was queued is lost, as it is at a real kill.
     m_process->stop();
     m_window.reset();

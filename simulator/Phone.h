@@ -87,6 +87,8 @@ private:
     bool m_ownsHome { false };
     std::shared_ptr<ConsoleRecorder> m_console;
     std::shared_ptr<Radio> m_radio;
+    // Virtual time goes on over a restart.
+    double m_virtualTime;
     std::unique_ptr<Process> m_process;
     std::unique_ptr<Process::Scope> m_scope;
     std::shared_ptr<UIWindow> m_window;

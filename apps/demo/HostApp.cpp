@@ -11,7 +11,7 @@ constexpr double bannerTop = 318;
 constexpr UIColor ink { 0.09, 0.13, 0.2, 1 };
 constexpr UIColor soft { 0.4, 0.45, 0.54, 1 };
 
-void addText(UIView& page, const std::string& text, const UIFont& font, const UIColor& color, const CGRect& frame)
+std::shared_ptr<UIView> addText(UIView& page, const std::string& text, const UIFont& font, const UIColor& color, const CGRect& frame)
 {
     auto label = make<UILabel>();
     label->setFrame(frame);
@@ -20,6 +20,7 @@ void addText(UIView& page, const std::string& text, const UIFont& font, const UI
     label->setTextColor(color);
     label->setNumberOfLines(0);
     page.addSubview(label);
+    return label;
 }
 
 }
@@ -35,10 +36,10 @@ HostApp::HostApp(UIView& content)
         "They came before dawn, hundreds of them, each with a paper light on a stick. By six the whole quay glowed, and nobody "
         "could say who had started it.",
         { "Roboto-Regular", 16 }, ink, CGRectMake(margin, 194, width, 100));
-    addText(content,
+    m_textBelow = addText(content,
         "\xE2\x80\x9CMy grandmother used to tell me about a night like this,\xE2\x80\x9D said the ferryman, who had moored an hour "
         "early to watch. \xE2\x80\x9CI never believed her.\xE2\x80\x9D",
-        { "Roboto-Regular", 16 }, ink, CGRectMake(margin, 600, width, 80));
+        { "Roboto-Regular", 16 }, ink, CGRectMake(margin, bannerTop, width, 80));
 }
 
 void HostApp::show(const std::shared_ptr<UIView>& banner)
@@ -49,6 +50,7 @@ void HostApp::show(const std::shared_ptr<UIView>& banner)
     const CGSize size = banner->bounds().size;
     banner->setFrame(CGRectMake((m_content.bounds().size.width - size.width) / 2, bannerTop, size.width, size.height));
     m_content.addSubview(banner);
+    m_textBelow->setFrame({ { margin, banner->frame().maxY() + margin }, m_textBelow->frame().size });
 }
 
 }

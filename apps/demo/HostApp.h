@@ -21,6 +21,7 @@ public:
 private:
     UIView& m_content;
     std::shared_ptr<UIView> m_banner;
+    std::shared_ptr<UIView> m_textBelow;
 };
 
 /// The host's listener: remembers the reasons it was told.

@@ -55,8 +55,9 @@ private:
     std::string m_name;
 };
 
-VirtualExecutor::VirtualExecutor(Process& process)
+VirtualExecutor::VirtualExecutor(Process& process, double start)
     : m_process(process)
+    , m_now(start)
     , m_main(std::make_shared<Queue>(*this, "com.apple.main-thread"))
     , m_global(std::make_shared<Queue>(*this, "com.apple.root.default-qos"))
     , m_thread(std::this_thread::get_id())

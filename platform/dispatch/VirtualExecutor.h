@@ -17,7 +17,7 @@ public:
     /// Where virtual time begins: 2023-11-14 22:13:20 UTC.
     static constexpr double epoch = 1'700'000'000;
 
-    explicit VirtualExecutor(Process& process);
+    explicit VirtualExecutor(Process& process, double start = epoch);
     ~VirtualExecutor() override;
 
     /// Runs what is due now, and what that posts for now.
@@ -56,7 +56,7 @@ private:
     Process& m_process;
     mutable Lock m_lock;
     std::map<Key, Entry> m_entries LUMORA_GUARDED_BY(m_lock);
-    double m_now LUMORA_GUARDED_BY(m_lock) { epoch };
+    double m_now LUMORA_GUARDED_BY(m_lock);
     uint64_t m_sequence LUMORA_GUARDED_BY(m_lock) { 0 };
     bool m_stopped LUMORA_GUARDED_BY(m_lock) { false };
     std::shared_ptr<Queue> m_main;

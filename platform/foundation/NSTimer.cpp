@@ -30,38 +30,33 @@ std::shared_ptr<NSTimer> NSTimer::scheduledTimerWithTimeInterval(
     timer->m_interval = effectiveTimerInterval(interval);
     timer->m_selector = selector;
     timer->m_repeats = repeats;
-    {
-        Locker hold(timer->m_lock);
-        timer->m_target = std::move(target);
-    }
-    timer->arm();
+    timer->arm(std::move(target));
     return timer;
 }
 
-void NSTimer::arm()
+void NSTimer::arm(std::shared_ptr<Object> target)
 {
+    const std::string name = "-[" + object_getClassName(target.get()) + " " + sel_getName(m_selector) + "]";
     // Scheduled under the lock, so that an invalidation on another thread finds it.
     Locker hold(m_lock);
-    if (!m_target)
+    if (!m_valid || !target)
         return;
-    m_scheduled = isa()->registry().process().executor().scheduleTimer(
-        "-[" + object_getClassName(m_target.get()) + " " + sel_getName(m_selector) + "]", m_interval,
-        [self = std::static_pointer_cast<NSTimer>(shared_from_this())] { self->fire(); });
+    m_scheduled = isa()->registry().process().executor().scheduleTimer(name, m_interval,
+        [self = std::static_pointer_cast<NSTimer>(shared_from_this()), target = std::move(target)] { self->fire(target); });
 }
 
-void NSTimer::fire()
+void NSTimer::fire(const std::shared_ptr<Object>& target)
 {
-    std::shared_ptr<Object> target;
     {
         Locker hold(m_lock);
-        target = m_repeats ? m_target : std::exchange(m_target, nullptr);
+        if (!m_valid)
+            return;
+        m_valid = m_repeats;
         m_scheduled.reset();
     }
-    if (!target)
-        return;
     // Armed first: a handler may invalidate its own timer.
     if (m_repeats)
-        arm();
+        arm(target);
     if (m_selector->name().ends_with(':'))
         send<void>(target.get(), m_selector, static_cast<id>(this));
     else
@@ -70,11 +65,10 @@ void NSTimer::fire()
 
 void NSTimer::invalidate()
 {
-    std::shared_ptr<Object> target;
     std::shared_ptr<ScheduledTimer> scheduled;
     {
         Locker hold(m_lock);
-        target = std::exchange(m_target, nullptr);
+        m_valid = false;
         scheduled = std::exchange(m_scheduled, nullptr);
     }
     if (scheduled)
@@ -84,7 +78,7 @@ void NSTimer::invalidate()
 bool NSTimer::isValid() const
 {
     Locker hold(m_lock);
-    return m_target != nullptr;
+    return m_valid;
 }
 
 double NSTimer::fireDate() const

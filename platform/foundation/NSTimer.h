@@ -25,14 +25,15 @@ public:
     double fireDate() const;
 
 private:
-    void arm();
-    void fire();
+    // The run loop holds the target, in the task that is scheduled: whoever drops that task lets the target go.
+    void arm(std::shared_ptr<Object> target);
+    void fire(const std::shared_ptr<Object>& target);
 
     mutable Lock m_lock;
     double m_interval { 0 };
     SEL m_selector { nullptr };
     bool m_repeats { false };
-    std::shared_ptr<Object> m_target LUMORA_GUARDED_BY(m_lock);
+    bool m_valid LUMORA_GUARDED_BY(m_lock) { true };
     std::shared_ptr<ScheduledTimer> m_scheduled LUMORA_GUARDED_BY(m_lock);
 };
 

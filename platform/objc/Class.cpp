@@ -182,9 +182,11 @@ std::shared_ptr<Object> class_createInstance(Class cls)
     if (!description)
         throw NSException(NSInvalidArgumentException, "this class has no instances: " + NSStringFromClass(cls));
     std::shared_ptr<Object> object = description->instantiate()();
-    object->m_isa = cls;
+    object_setClass(*object, cls);
     return object;
 }
+
+void object_setClass(Object& object, Class cls) { object.m_isa = cls; }
 
 bool isKindOfClass(const Object* object, const ClassObject* cls)
 {

@@ -125,6 +125,9 @@ bool class_conformsToProtocol(Class cls, std::string_view protocol);
 /// Allocates an instance: a C++ object of the nearest C++ class above. `init...` is the caller's.
 std::shared_ptr<Object> class_createInstance(Class cls);
 
+/// Gives a fresh object its class.
+void object_setClass(Object& object, Class cls);
+
 bool isKindOfClass(const Object* object, const ClassObject* cls);
 /// False for nil, and for an object whose class does not list the protocol.
 bool conformsToProtocol(const Object* object, std::string_view protocol);

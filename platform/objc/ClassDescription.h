@@ -96,9 +96,7 @@ struct Thunk<Function, R (T::*)(A...)> {
     static decltype(auto) downcast(V&& value)
     {
         using Plain = std::remove_cvref_t<P>;
-        if constexpr (ObjectPointer<Plain>)
-            return static_cast<Plain>(value);
-        else if constexpr (std::is_enum_v<Plain>)
+        if constexpr (ObjectPointer<Plain> || std::is_enum_v<Plain>)
             return static_cast<Plain>(value);
         else
             return std::forward<V>(value);

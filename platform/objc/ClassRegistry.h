@@ -80,11 +80,15 @@ Class classOf()
     return classOf(T::classDescription());
 }
 
-/// Allocates a T with its class in the current process, or with a run-time subclass of it. Uninitialised: send `init...` next.
+/// Allocates a T with its class in the current process, or with a run-time subclass of it. A C++ class without a description of
+/// its own takes its base's class. Uninitialised: send `init...` next.
 template <typename T>
 std::shared_ptr<T> alloc()
 {
-    return std::static_pointer_cast<T>(class_createInstance(classOf<T>()));
+    // Two allocations: weak tables outlive objects, and must not keep their memory.
+    std::shared_ptr<T> object(new T);
+    object_setClass(*object, classOf<T>());
+    return object;
 }
 template <typename T>
 std::shared_ptr<T> alloc(Class cls)

@@ -48,7 +48,7 @@ public:
     virtual bool isEqual(const Object* other) const { return this == other; }
 
 private:
-    friend std::shared_ptr<Object> class_createInstance(Class);
+    friend void object_setClass(Object&, Class);
     friend class ClassObject;
     friend class ClassRegistry;
     friend SideTable& sideTable(Object&);

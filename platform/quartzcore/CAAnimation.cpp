@@ -14,7 +14,8 @@ static CGPoint between(CGPoint from, CGPoint to, double progress)
 static CGRect between(const CGRect& from, const CGRect& to, double progress)
 {
     return { between(from.origin, to.origin, progress),
-        { between(from.size.width, to.size.width, progress), between(from.size.height, to.size.height, progress) } };
+        { between(from.size.width, to.size.width, progress),
+            between(from.size.height, to.size.height, progress) } };
 }
 static UIColor between(const UIColor& from, const UIColor& to, double progress)
 {
@@ -77,8 +78,10 @@ void CAAnimation::apply(std::string_view, double, const CAAnimationValue&, CAAni
 
 std::optional<double> CAAnimation::cycleTime(double time) const
 {
-    const bool forwards = m_fillMode == CAMediaTimingFillMode::Forwards || m_fillMode == CAMediaTimingFillMode::Both;
-    const bool backwards = m_fillMode == CAMediaTimingFillMode::Backwards || m_fillMode == CAMediaTimingFillMode::Both;
+    const bool forwards
+        = m_fillMode == CAMediaTimingFillMode::Forwards || m_fillMode == CAMediaTimingFillMode::Both;
+    const bool backwards
+        = m_fillMode == CAMediaTimingFillMode::Backwards || m_fillMode == CAMediaTimingFillMode::Both;
     const double local = time - m_beginTime;
     if (local < 0)
         return backwards ? std::optional(0.0) : std::nullopt;
@@ -89,7 +92,8 @@ std::optional<double> CAAnimation::cycleTime(double time) const
 
 const ClassDescription& CABasicAnimation::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<CABasicAnimation, CAAnimation>("CABasicAnimation");
+    static const ClassDescription description
+        = ClassDescription::of<CABasicAnimation, CAAnimation>("CABasicAnimation");
     return description;
 }
 static const RegisteredClass registeredCABasicAnimation { &CABasicAnimation::classDescription };
@@ -118,7 +122,8 @@ void CABasicAnimation::apply(
 
 const ClassDescription& CAAnimationGroup::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<CAAnimationGroup, CAAnimation>("CAAnimationGroup");
+    static const ClassDescription description
+        = ClassDescription::of<CAAnimationGroup, CAAnimation>("CAAnimationGroup");
     return description;
 }
 static const RegisteredClass registeredCAAnimationGroup { &CAAnimationGroup::classDescription };
@@ -133,4 +138,4 @@ void CAAnimationGroup::apply(
         animation->apply(keyPath, *cycle, initial, value);
 }
 
-}
+} // namespace lumora

@@ -13,8 +13,8 @@ namespace lumora {
 /// What a layer's property can be while it is animated; `std::monostate` for none.
 using CAAnimationValue = std::variant<std::monostate, double, CGPoint, CGRect, UIColor, UIBezierPath>;
 
-/// A value part of the way between two of one kind. Values of different kinds, and paths of different shapes, have nothing
-/// between them: the second is the answer.
+/// A value part of the way between two of one kind. Values of different kinds, and paths of different shapes,
+/// have nothing between them: the second is the answer.
 CAAnimationValue interpolated(const CAAnimationValue& from, const CAAnimationValue& to, double progress);
 
 /// The time base of animations, in seconds: the process's clock.
@@ -23,15 +23,16 @@ double CACurrentMediaTime();
 enum class CAMediaTimingFillMode { Removed, Forwards, Backwards, Both };
 enum class CAMediaTimingFunction { Linear, EaseInEaseOut };
 
-/// What all animations have in common: when and how often. Times are seconds. Not to be changed once it was added to a layer.
-/// Main thread only.
+/// What all animations have in common: when and how often. Times are seconds. Not to be changed once it was
+/// added to a layer. Main thread only.
 class CAAnimation : public NSObject {
 public:
     static const ClassDescription& classDescription();
 
     double duration() const { return m_duration; }
     void setDuration(double seconds) { m_duration = seconds; }
-    /// In a group the seconds since the group's cycle began; on a layer a time of CACurrentMediaTime, 0 for when it is added.
+    /// In a group the seconds since the group's cycle began; on a layer a time of CACurrentMediaTime, 0 for
+    /// when it is added.
     double beginTime() const { return m_beginTime; }
     void setBeginTime(double seconds) { m_beginTime = seconds; }
     double repeatCount() const { return m_repeatCount; }
@@ -46,9 +47,11 @@ public:
     void setInterruptionHandler(std::function<void()> handler) { m_interruptionHandler = std::move(handler); }
     const std::function<void()>& interruptionHandler() const { return m_interruptionHandler; }
 
-    /// Changes `value`, the property of that key path, to what it is some seconds after this animation's parent began;
-    /// `initial` is what it is without animations. Leaves it alone when the animation says nothing at that moment.
-    virtual void apply(std::string_view keyPath, double time, const CAAnimationValue& initial, CAAnimationValue& value) const;
+    /// Changes `value`, the property of that key path, to what it is some seconds after this animation's
+    /// parent began; `initial` is what it is without animations. Leaves it alone when the animation says
+    /// nothing at that moment.
+    virtual void apply(std::string_view keyPath, double time, const CAAnimationValue& initial,
+        CAAnimationValue& value) const;
     /// All repetitions, without the begin time.
     double activeDuration() const { return m_duration * std::max(0.0, m_repeatCount); }
 
@@ -66,8 +69,8 @@ private:
     std::function<void()> m_interruptionHandler;
 };
 
-/// One property from one value to another. Without a from or a to value, the layer's own is taken. Key paths: "opacity",
-/// "frame", "backgroundColor", "path".
+/// One property from one value to another. Without a from or a to value, the layer's own is taken. Key paths:
+/// "opacity", "frame", "backgroundColor", "path".
 class CABasicAnimation final : public CAAnimation {
 public:
     static const ClassDescription& classDescription();
@@ -93,7 +96,10 @@ public:
     static const ClassDescription& classDescription();
 
     const std::vector<std::shared_ptr<CAAnimation>>& animations() const { return m_animations; }
-    void setAnimations(std::vector<std::shared_ptr<CAAnimation>> animations) { m_animations = std::move(animations); }
+    void setAnimations(std::vector<std::shared_ptr<CAAnimation>> animations)
+    {
+        m_animations = std::move(animations);
+    }
 
     void apply(std::string_view, double, const CAAnimationValue&, CAAnimationValue&) const override;
 

@@ -14,7 +14,8 @@ const ClassDescription& CALayer::classDescription()
     auto layer = [](Object& object) -> CALayer& { return static_cast<CALayer&>(object); };
     static const ClassDescription description
         = ClassDescription::of<CALayer, NSObject>("CALayer")
-              .variable("superlayer", [=](Object& object) { return Value { retain(layer(object).superlayer()) }; })
+              .variable(
+                  "superlayer", [=](Object& object) { return Value { retain(layer(object).superlayer()) }; })
               .variable("sublayers",
                   [=](Object& object) {
                       const auto sublayers = layer(object).sublayers();
@@ -46,7 +47,9 @@ void CALayer::setFrame(const CGRect& frame)
 
 void CALayer::setBounds(const CGRect& bounds)
 {
-    const CGRect resized { { m_frame.midX() - bounds.size.width / 2, m_frame.midY() - bounds.size.height / 2 }, bounds.size };
+    const CGRect resized {
+        { m_frame.midX() - bounds.size.width / 2, m_frame.midY() - bounds.size.height / 2 }, bounds.size
+    };
     setFrame(resized);
     m_boundsOrigin = bounds.origin;
 }
@@ -61,7 +64,10 @@ std::vector<std::shared_ptr<CALayer>> CALayer::sublayersInDrawingOrder() const
     return sorted;
 }
 
-void CALayer::addSublayer(std::shared_ptr<CALayer> layer) { insertSublayer(std::move(layer), m_sublayers.size()); }
+void CALayer::addSublayer(std::shared_ptr<CALayer> layer)
+{
+    insertSublayer(std::move(layer), m_sublayers.size());
+}
 
 void CALayer::insertSublayer(std::shared_ptr<CALayer> layer, size_t index)
 {
@@ -73,7 +79,8 @@ void CALayer::insertSublayer(std::shared_ptr<CALayer> layer, size_t index)
         return;
     layer->removeFromSuperlayer();
     layer->m_superlayer = weakly(this);
-    m_sublayers.insert(m_sublayers.begin() + static_cast<ptrdiff_t>(std::min(index, m_sublayers.size())), std::move(layer));
+    m_sublayers.insert(
+        m_sublayers.begin() + static_cast<ptrdiff_t>(std::min(index, m_sublayers.size())), std::move(layer));
 }
 
 void CALayer::removeFromSuperlayer()
@@ -98,7 +105,8 @@ static bool isOver(const CAAnimation& animation, double start)
 
 void CALayer::dropFinishedAnimations()
 {
-    std::erase_if(m_animations, [](const Running& running) { return isOver(*running.animation, running.start); });
+    std::erase_if(
+        m_animations, [](const Running& running) { return isOver(*running.animation, running.start); });
 }
 
 void CALayer::interrupt(std::vector<Running> animations)
@@ -161,7 +169,10 @@ CAAnimationValue CALayer::presentationValue(std::string_view keyPath, CAAnimatio
 }
 
 CGRect CALayer::presentationFrame() const { return std::get<CGRect>(presentationValue("frame", m_frame)); }
-double CALayer::presentationOpacity() const { return std::get<double>(presentationValue("opacity", m_opacity)); }
+double CALayer::presentationOpacity() const
+{
+    return std::get<double>(presentationValue("opacity", m_opacity));
+}
 
 std::optional<UIColor> CALayer::presentationBackgroundColor() const
 {
@@ -170,6 +181,9 @@ std::optional<UIColor> CALayer::presentationBackgroundColor() const
     return std::get<UIColor>(presentationValue("backgroundColor", *m_backgroundColor));
 }
 
-UIBezierPath CAShapeLayer::presentationPath() const { return std::get<UIBezierPath>(presentationValue("path", m_path)); }
-
+UIBezierPath CAShapeLayer::presentationPath() const
+{
+    return std::get<UIBezierPath>(presentationValue("path", m_path));
 }
+
+} // namespace lumora

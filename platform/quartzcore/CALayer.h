@@ -10,8 +10,9 @@ namespace lumora {
 
 class UIView;
 
-/// A rectangle that is drawn: what a view shows, or a part of it. Frames are in points of the layer above. A layer owns its
-/// sublayers. Model values change at once; presentation values follow the animations by the process's clock. Main thread only.
+/// A rectangle that is drawn: what a view shows, or a part of it. Frames are in points of the layer above. A
+/// layer owns its sublayers. Model values change at once; presentation values follow the animations by the
+/// process's clock. Main thread only.
 class CALayer : public NSObject {
 public:
     static const ClassDescription& classDescription();
@@ -55,7 +56,8 @@ public:
     void removeFromSuperlayer();
 
     /// Starts an animation now. One of the same key is taken off first; without a key it stays until its end.
-    void addAnimation(std::shared_ptr<CAAnimation> animation, const std::optional<std::string>& key = std::nullopt);
+    void addAnimation(
+        std::shared_ptr<CAAnimation> animation, const std::optional<std::string>& key = std::nullopt);
     std::shared_ptr<CAAnimation> animationForKey(std::string_view key) const;
     void removeAnimationForKey(std::string_view key);
     /// Takes the animations off this layer and all under it.

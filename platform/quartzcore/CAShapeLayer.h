@@ -20,4 +20,4 @@ private:
     UIColor m_fillColor { UIColor::blackColor() };
 };
 
-}
+} // namespace lumora

@@ -24,11 +24,15 @@ static const TypedSelector<void(Value, id)>& messageOf(UITouchPhase phase)
     return sel::touchesCancelled;
 }
 
-static bool isUp(UITouchPhase phase) { return phase == UITouchPhase::Ended || phase == UITouchPhase::Cancelled; }
+static bool isUp(UITouchPhase phase)
+{
+    return phase == UITouchPhase::Ended || phase == UITouchPhase::Cancelled;
+}
 
 size_t GestureArena::touchesDown() const
 {
-    return static_cast<size_t>(std::count_if(m_fingers.begin(), m_fingers.end(), [](const auto& finger) { return finger->down; }));
+    return static_cast<size_t>(
+        std::count_if(m_fingers.begin(), m_fingers.end(), [](const auto& finger) { return finger->down; }));
 }
 
 std::shared_ptr<GestureArena::Finger> GestureArena::findFinger(int number) const
@@ -51,8 +55,8 @@ std::shared_ptr<GestureArena::Finger> GestureArena::beginFinger(UIWindow& window
     finger->touch->m_view = view;
     finger->touch->m_window = weakly(&window);
     const bool quick = Process::current().now() - m_lastUpTime <= UITapGestureRecognizer::maximumInterval;
-    const bool near
-        = std::hypot(point.x - m_lastUp.x, point.y - m_lastUp.y) <= UITapGestureRecognizer::maximumDistanceBetweenTaps;
+    const bool near = std::hypot(point.x - m_lastUp.x, point.y - m_lastUp.y)
+        <= UITapGestureRecognizer::maximumDistanceBetweenTaps;
     finger->touch->m_tapCount = quick && near ? m_lastTapCount + 1 : 1;
     for (UIView* at = view.get(); at; at = at->superview()) {
         for (const auto& recognizer : at->gestureRecognizers()) {
@@ -100,7 +104,8 @@ void GestureArena::tellRecognizers(const Finger& finger)
     const bool outer = std::exchange(m_settling, true);
     for (const Recognizer& recognizer : std::vector(finger.watchers)) {
         if (!recognizer->m_wanted && !recognizer->isDecided())
-            send(recognizer, messageOf(finger.touch->phase()), Value { NSArray { Value { finger.touch } } }, nullptr);
+            send(recognizer, messageOf(finger.touch->phase()), Value { NSArray { Value { finger.touch } } },
+                nullptr);
     }
     m_settling = outer;
 }
@@ -158,8 +163,10 @@ GestureArena::Recognizer GestureArena::nextToRecognize()
 bool GestureArena::mustWait(const Recognizer& recognizer)
 {
     for (const Recognizer& other : std::vector(m_members)) {
-        const bool failed = other->state() == UIGestureRecognizerState::Failed || other->state() == UIGestureRecognizerState::Cancelled;
-        if (other == recognizer || failed || !shareTouch(*recognizer, *other) || !requiresFailure(*recognizer, *other))
+        const bool failed = other->state() == UIGestureRecognizerState::Failed
+            || other->state() == UIGestureRecognizerState::Cancelled;
+        if (other == recognizer || failed || !shareTouch(*recognizer, *other)
+            || !requiresFailure(*recognizer, *other))
             continue;
         if (!other->isDecided())
             return true;
@@ -238,7 +245,8 @@ void GestureArena::passOnTouches()
             const UITouchPhase phase = finger->held.front();
             if (!finger->taken && !finger->toldView && someone(&UIGestureRecognizer::delaysTouchesBegan))
                 break;
-            if (!finger->taken && phase == UITouchPhase::Ended && someone(&UIGestureRecognizer::delaysTouchesEnded))
+            if (!finger->taken && phase == UITouchPhase::Ended
+                && someone(&UIGestureRecognizer::delaysTouchesEnded))
                 break;
             finger->held.erase(finger->held.begin());
             if (!finger->taken)
@@ -268,7 +276,8 @@ bool GestureArena::shareTouch(const UIGestureRecognizer& one, const UIGestureRec
     });
 }
 
-static bool ask(const TypedSelector<bool(id, id)>& question, UIGestureRecognizer& recognizer, UIGestureRecognizer& other)
+static bool ask(
+    const TypedSelector<bool(id, id)>& question, UIGestureRecognizer& recognizer, UIGestureRecognizer& other)
 {
     const auto delegate = retain(recognizer.delegate());
     return respondsToSelector(delegate.get(), question) && send(delegate, question, &recognizer, &other);
@@ -292,4 +301,4 @@ bool GestureArena::mayBeTogether(UIGestureRecognizer& one, UIGestureRecognizer& 
         || ask(sel::gestureRecognizerShouldRecognizeSimultaneouslyWith, other, one);
 }
 
-}
+} // namespace lumora

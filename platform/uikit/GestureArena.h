@@ -4,10 +4,11 @@
 
 namespace lumora {
 
-/// Where the touches of one window are fought over: which recognizers see them, which of those wins, and what is left for the
-/// views. A recognizer that has what it needs waits for those that must fail first; when it is recognized, the others that
-/// share a touch with it fail, unless a delegate lets both be or the other one needs more taps. If all that is left waits for
-/// each other, the one of the deepest view goes. Owned by its window. Main thread only.
+/// Where the touches of one window are fought over: which recognizers see them, which of those wins, and what
+/// is left for the views. A recognizer that has what it needs waits for those that must fail first; when it
+/// is recognized, the others that share a touch with it fail, unless a delegate lets both be or the other one
+/// needs more taps. If all that is left waits for each other, the one of the deepest view goes. Owned by its
+/// window. Main thread only.
 class GestureArena : public std::enable_shared_from_this<GestureArena> {
 public:
     void touch(UIWindow& window, UITouchPhase phase, CGPoint point, int number);

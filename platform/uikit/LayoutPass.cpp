@@ -5,6 +5,7 @@
 #include "platform/uikit/UIViewController.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace lumora {
 
@@ -71,8 +72,9 @@ LayoutPass::LayoutPass(UIView& superview, Purpose purpose, int depth)
 
 void LayoutPass::gather()
 {
-    std::erase_if(m_superview.m_constraints,
-        [](const auto& constraint) { return !constraint->firstItem() || (constraint->m_hasSecond && !constraint->secondItem()); });
+    std::erase_if(m_superview.m_constraints, [](const auto& constraint) {
+        return !constraint->firstItem() || (constraint->m_hasSecond && !constraint->secondItem());
+    });
     for (const auto& constraint : m_superview.m_constraints)
         consider(constraint);
     for (const auto& child : m_children) {
@@ -93,14 +95,17 @@ void LayoutPass::gather()
     }
     std::stable_sort(m_equations.begin(), m_equations.end(), [this](const auto& one, const auto& other) {
         // What reaches out of the superview comes after what is inside.
-        auto distant = [this](const auto& constraint) { return !constraint->m_holder.lock()->isDescendantOfView(&m_superview); };
+        auto distant = [this](const auto& constraint) {
+            return !constraint->m_holder.lock()->isDescendantOfView(&m_superview);
+        };
         if (distant(one) != distant(other))
             return distant(other);
         return one->priority() > other->priority();
     });
 }
 
-// Of a constraint between branches one side moves: the one right under their common superview, or else the first.
+// Of a constraint between branches one side moves: the one right under their common superview, or else the
+// first.
 bool LayoutPass::isForThisSide(const NSLayoutConstraint& constraint, const UIView& child) const
 {
     const bool isFirst = constraint.m_first.view() == &child;
@@ -127,7 +132,8 @@ std::optional<size_t> LayoutPass::indexOf(const UIView& view) const
 std::optional<LayoutPass::Box> LayoutPass::boxOf(UIView& view)
 {
     auto known = [](const CGRect& rect) {
-        return Box { { {}, rect.origin.x }, { {}, rect.origin.y }, { {}, rect.size.width }, { {}, rect.size.height } };
+        return Box { { {}, rect.origin.x }, { {}, rect.origin.y }, { {}, rect.size.width },
+            { {}, rect.size.height } };
     };
     auto unknown = [](size_t index) { return LayoutExpression::unknown(index); };
     if (&view == &m_superview) {
@@ -151,7 +157,8 @@ std::optional<LayoutPass::Box> LayoutPass::boxOf(UIView& view)
         return known(m_superview.convertRectFromView(view.bounds(), &view));
     // Under a child: at its present place in the child, wherever that comes to be.
     m_reachesDeeper = true;
-    Box box = known(child->convertRectFromView(view.bounds(), &view).offsetBy(-child->bounds().minX(), -child->bounds().minY()));
+    Box box = known(child->convertRectFromView(view.bounds(), &view)
+                        .offsetBy(-child->bounds().minX(), -child->bounds().minY()));
     const size_t first = *indexOf(*child) * partsOfChild;
     box.x.add(unknown(first));
     box.y.add(unknown(first + 1));
@@ -253,7 +260,8 @@ void LayoutPass::fillHeights()
         // The height of a text of several lines follows from its width.
         const CGSize natural = send(m_children[i], sel::intrinsicContentSize);
         if (natural.height >= 0) {
-            const CGSize fitting = send(m_children[i], sel::sizeThatFits, CGSize { valueOf(i, 2).value_or(0), 0 });
+            const CGSize fitting
+                = send(m_children[i], sel::sizeThatFits, CGSize { valueOf(i, 2).value_or(0), 0 });
             m_solver.suggest(i * partsOfChild + 3, fitting.height);
         }
     }
@@ -287,11 +295,16 @@ void LayoutPass::setFrames()
 {
     for (size_t i = 0; i < m_children.size(); ++i) {
         const CGRect now = m_children[i]->frame();
-        // Plus zero, so that no zero is negative.
-        m_children[i]->setFrame(CGRectMake(valueOf(i, 0).value_or(now.origin.x) + 0.0,
-            valueOf(i, 1).value_or(now.origin.y) + 0.0, valueOf(i, 2).value_or(now.size.width) + 0.0,
-            valueOf(i, 3).value_or(now.size.height) + 0.0));
+        auto part = [&](size_t index, double otherwise) {
+            // To a millionth of a point, so that rounding noise moves nothing; plus zero, so that no zero is
+            // negative.
+            constexpr double steps = 1e6;
+            const std::optional<double> value = valueOf(i, index);
+            return value ? std::round(*value * steps) / steps + 0.0 : otherwise;
+        };
+        m_children[i]->setFrame(CGRectMake(
+            part(0, now.origin.x), part(1, now.origin.y), part(2, now.size.width), part(3, now.size.height)));
     }
 }
 
-}
+} // namespace lumora

@@ -54,9 +54,10 @@ LayoutSolver::Outcome LayoutSolver::add(const LayoutExpression& zero)
         return Outcome::Contradiction;
     if (equation.terms.empty())
         return std::abs(equation.constant) < tolerance ? Outcome::Known : Outcome::Contradiction;
+    // Of equal ones the last: later views tend to hang on earlier ones, and rows stay short.
     auto pivot = equation.terms.front();
     for (const auto& term : equation.terms) {
-        if (std::abs(term.second) > std::abs(pivot.second))
+        if (std::abs(term.second) >= std::abs(pivot.second))
             pivot = term;
     }
     LayoutExpression row { {}, -equation.constant / pivot.second };
@@ -89,4 +90,4 @@ void LayoutSolver::suggest(size_t unknown, double value)
         add(LayoutExpression::unknown(unknown).add({ {}, -value }));
 }
 
-}
+} // namespace lumora

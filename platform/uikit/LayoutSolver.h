@@ -16,8 +16,9 @@ struct LayoutExpression {
     LayoutExpression& add(const LayoutExpression& other, double factor = 1);
 };
 
-/// Linear equations that are taken in one after the other: each one either fixes something that was free, or follows from the
-/// earlier ones, or contradicts them and is refused. Unknowns are numbered from 0. A plain value.
+/// Linear equations that are taken in one after the other: each one either fixes something that was free, or
+/// follows from the earlier ones, or contradicts them and is refused. Unknowns are numbered from 0. A plain
+/// value.
 class LayoutSolver {
 public:
     enum class Outcome { Taken, Known, Contradiction };
@@ -43,4 +44,4 @@ private:
     std::vector<size_t> m_rowOf;
 };
 
-}
+} // namespace lumora

@@ -10,21 +10,25 @@ namespace lumora {
 
 const ClassDescription& NSLayoutConstraint::classDescription()
 {
-    auto constraint = [](Object& object) -> NSLayoutConstraint& { return static_cast<NSLayoutConstraint&>(object); };
+    auto constraint
+        = [](Object& object) -> NSLayoutConstraint& { return static_cast<NSLayoutConstraint&>(object); };
     static const ClassDescription description
         = ClassDescription::of<NSLayoutConstraint, NSObject>("NSLayoutConstraint")
               .method<&NSLayoutConstraint::firstItem>("firstItem"_sel)
               .method<&NSLayoutConstraint::secondItem>("secondItem"_sel)
               .variable(
                   "constant", [=](Object& object) { return Value { constraint(object).constant() }; },
-                  [=](Object& object, const Value& value) { constraint(object).setConstant(value.doubleValue()); });
+                  [=](Object& object, const Value& value) {
+                      constraint(object).setConstant(value.doubleValue());
+                  });
     return description;
 }
 static const RegisteredClass registeredNSLayoutConstraint { &NSLayoutConstraint::classDescription };
 
 const ClassDescription& UILayoutGuide::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<UILayoutGuide, NSObject>("UILayoutGuide");
+    static const ClassDescription description
+        = ClassDescription::of<UILayoutGuide, NSObject>("UILayoutGuide");
     return description;
 }
 static const RegisteredClass registeredUILayoutGuide { &UILayoutGuide::classDescription };
@@ -37,8 +41,9 @@ UIView* NSLayoutConstraint::Side::view() const
     return as<UIView>(held.get());
 }
 
-std::shared_ptr<NSLayoutConstraint> NSLayoutConstraint::constraintWithItem(Object* item1, NSLayoutAttribute attribute1,
-    Object* item2, NSLayoutAttribute attribute2, double multiplier, double constant)
+std::shared_ptr<NSLayoutConstraint> NSLayoutConstraint::constraintWithItem(Object* item1,
+    NSLayoutAttribute attribute1, Object* item2, NSLayoutAttribute attribute2, double multiplier,
+    double constant)
 {
     auto constraint = make<NSLayoutConstraint>();
     constraint->m_first = { weakly(item1), attribute1 };
@@ -49,13 +54,15 @@ std::shared_ptr<NSLayoutConstraint> NSLayoutConstraint::constraintWithItem(Objec
     return constraint;
 }
 
-void NSLayoutConstraint::activateConstraints(const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints)
+void NSLayoutConstraint::activateConstraints(
+    const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints)
 {
     for (const auto& constraint : constraints)
         constraint->setActive(true);
 }
 
-void NSLayoutConstraint::deactivateConstraints(const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints)
+void NSLayoutConstraint::deactivateConstraints(
+    const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints)
 {
     for (const auto& constraint : constraints)
         constraint->setActive(false);
@@ -85,7 +92,8 @@ void NSLayoutConstraint::setActive(bool active)
         if (!view || view == holder || view->superview() == holder)
             continue;
         auto& distant = view->m_distantConstraints;
-        if (std::none_of(distant.begin(), distant.end(), [&](const auto& one) { return refersTo(one, this); }))
+        if (std::none_of(
+                distant.begin(), distant.end(), [&](const auto& one) { return refersTo(one, this); }))
             distant.push_back(self);
     }
     changed();
@@ -140,4 +148,4 @@ void NSLayoutConstraint::reportOnce(const char* problem)
     Process::current().log(text + " " + problem);
 }
 
-}
+} // namespace lumora

@@ -8,19 +8,32 @@ namespace lumora {
 
 class UIView;
 
-enum class NSLayoutAttribute { NotAnAttribute, Left, Right, Top, Bottom, Leading, Trailing, Width, Height, CenterX, CenterY };
+enum class NSLayoutAttribute {
+    NotAnAttribute,
+    Left,
+    Right,
+    Top,
+    Bottom,
+    Leading,
+    Trailing,
+    Width,
+    Height,
+    CenterX,
+    CenterY
+};
 
-/// An equation between two attributes of views: item1.attribute1 = item2.attribute2 * multiplier + constant. An item is a UIView
-/// or a UILayoutGuide. Active, it is owned by the nearest common ancestor of its views, which it holds weakly, and is solved
-/// when the views' superviews are laid out. One that contradicts others is left out, with a line on the console. Main thread only.
+/// An equation between two attributes of views: item1.attribute1 = item2.attribute2 * multiplier + constant.
+/// An item is a UIView or a UILayoutGuide. Active, it is owned by the nearest common ancestor of its views,
+/// which it holds weakly, and is solved when the views' superviews are laid out. One that contradicts others
+/// is left out, with a line on the console. Main thread only.
 class NSLayoutConstraint final : public NSObject {
 public:
     static const ClassDescription& classDescription();
     static constexpr double required = 1000;
 
     /// With a null second item the attribute is the constant.
-    static std::shared_ptr<NSLayoutConstraint> constraintWithItem(Object* item1, NSLayoutAttribute attribute1, Object* item2,
-        NSLayoutAttribute attribute2, double multiplier, double constant);
+    static std::shared_ptr<NSLayoutConstraint> constraintWithItem(Object* item1, NSLayoutAttribute attribute1,
+        Object* item2, NSLayoutAttribute attribute2, double multiplier, double constant);
     static void activateConstraints(const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints);
     static void deactivateConstraints(const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints);
 

@@ -13,12 +13,13 @@ static UIApplication* shared() { return &UIApplication::sharedApplication(); }
 
 const ClassDescription& UIApplication::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<UIApplication, UIResponder>("UIApplication")
-                                                    .classMethod<&shared>("sharedApplication"_sel)
-                                                    .method<&UIApplication::openURL>(sel::openURL)
-                                                    .method<&UIApplication::openURLWithOptions>(sel::openURLWithOptions)
-                                                    .variable<&UIApplication::m_keyWindow>("keyWindow")
-                                                    .variable<&UIApplication::m_state>("applicationState");
+    static const ClassDescription description
+        = ClassDescription::of<UIApplication, UIResponder>("UIApplication")
+              .classMethod<&shared>("sharedApplication"_sel)
+              .method<&UIApplication::openURL>(sel::openURL)
+              .method<&UIApplication::openURLWithOptions>(sel::openURLWithOptions)
+              .variable<&UIApplication::m_keyWindow>("keyWindow")
+              .variable<&UIApplication::m_state>("applicationState");
     return description;
 }
 static const RegisteredClass registeredUIApplication { &UIApplication::classDescription };
@@ -42,15 +43,18 @@ std::vector<std::shared_ptr<UIWindow>> UIApplication::windows() const
 void UIApplication::enterForeground()
 {
     m_state = UIApplicationState::Inactive;
-    NSNotificationCenter::defaultCenter().postNotification(UIApplicationWillEnterForegroundNotification, retain(this));
+    NSNotificationCenter::defaultCenter().postNotification(
+        UIApplicationWillEnterForegroundNotification, retain(this));
     m_state = UIApplicationState::Active;
-    NSNotificationCenter::defaultCenter().postNotification(UIApplicationDidBecomeActiveNotification, retain(this));
+    NSNotificationCenter::defaultCenter().postNotification(
+        UIApplicationDidBecomeActiveNotification, retain(this));
 }
 
 void UIApplication::resignActive()
 {
     m_state = UIApplicationState::Inactive;
-    NSNotificationCenter::defaultCenter().postNotification(UIApplicationWillResignActiveNotification, retain(this));
+    NSNotificationCenter::defaultCenter().postNotification(
+        UIApplicationWillResignActiveNotification, retain(this));
 }
 
 void UIApplication::enterBackground()
@@ -58,7 +62,8 @@ void UIApplication::enterBackground()
     if (m_state == UIApplicationState::Active)
         resignActive();
     m_state = UIApplicationState::Background;
-    NSNotificationCenter::defaultCenter().postNotification(UIApplicationDidEnterBackgroundNotification, retain(this));
+    NSNotificationCenter::defaultCenter().postNotification(
+        UIApplicationDidEnterBackgroundNotification, retain(this));
 }
 
 bool UIApplication::openURL(const Value& url)
@@ -77,7 +82,8 @@ void UIApplication::openURLWithOptions(
 
 void UIApplication::sendTouch(UITouchPhase phase, CGPoint point, int finger)
 {
-    auto held = std::find_if(m_fingers.begin(), m_fingers.end(), [&](const auto& one) { return one.first == finger; });
+    auto held = std::find_if(
+        m_fingers.begin(), m_fingers.end(), [&](const auto& one) { return one.first == finger; });
     std::shared_ptr<UIWindow> target;
     if (held != m_fingers.end()) {
         target = held->second.lock();
@@ -98,4 +104,4 @@ void UIApplication::sendTouch(UITouchPhase phase, CGPoint point, int finger)
     target->sendTouch(phase, { point.x - origin.x, point.y - origin.y }, finger);
 }
 
-}
+} // namespace lumora

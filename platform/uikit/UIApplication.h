@@ -7,10 +7,14 @@ namespace lumora {
 
 class UIWindow;
 
-inline constexpr const char* UIApplicationWillEnterForegroundNotification = "UIApplicationWillEnterForegroundNotification";
-inline constexpr const char* UIApplicationDidBecomeActiveNotification = "UIApplicationDidBecomeActiveNotification";
-inline constexpr const char* UIApplicationWillResignActiveNotification = "UIApplicationWillResignActiveNotification";
-inline constexpr const char* UIApplicationDidEnterBackgroundNotification = "UIApplicationDidEnterBackgroundNotification";
+inline constexpr const char* UIApplicationWillEnterForegroundNotification
+    = "UIApplicationWillEnterForegroundNotification";
+inline constexpr const char* UIApplicationDidBecomeActiveNotification
+    = "UIApplicationDidBecomeActiveNotification";
+inline constexpr const char* UIApplicationWillResignActiveNotification
+    = "UIApplicationWillResignActiveNotification";
+inline constexpr const char* UIApplicationDidEnterBackgroundNotification
+    = "UIApplicationDidEnterBackgroundNotification";
 
 enum class UIApplicationState { Active, Inactive, Background };
 
@@ -34,9 +38,11 @@ public:
     void setURLOpener(std::function<bool(const NSURLValue&)> opener) { m_opener = std::move(opener); }
     bool openURL(const Value& url);
     /// The completion runs on the main queue.
-    void openURLWithOptions(const Value& url, const NSDictionary& options, const std::function<void(bool)>& completion);
+    void openURLWithOptions(
+        const Value& url, const NSDictionary& options, const std::function<void(bool)>& completion);
 
-    /// A finger on the screen: goes to the topmost window that can be touched there, and stays with it until it goes up.
+    /// A finger on the screen: goes to the topmost window that can be touched there, and stays with it until
+    /// it goes up.
     void sendTouch(UITouchPhase phase, CGPoint point, int finger = 0);
 
 private:

@@ -76,4 +76,4 @@ void UIButton::touchesBegan(const Value&, Object*) { setHighlighted(true); }
 void UIButton::touchesEnded(const Value&, Object*) { setHighlighted(false); }
 void UIButton::touchesCancelled(const Value&, Object*) { setHighlighted(false); }
 
-}
+} // namespace lumora

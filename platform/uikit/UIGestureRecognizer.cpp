@@ -17,6 +17,12 @@ const ClassDescription& UITouch::classDescription()
 }
 static const RegisteredClass registeredUITouch { &UITouch::classDescription };
 
+std::shared_ptr<UITouch> UITouch::touchIn(const Value& touches)
+{
+    const NSArray* array = touches.array();
+    return array && !array->empty() ? as<UITouch>(array->front().object()) : nullptr;
+}
+
 UIWindow* UITouch::window() const { return m_window.lock().get(); }
 
 CGPoint UITouch::locationInView(UIView* view) const
@@ -64,7 +70,10 @@ CGPoint UIGestureRecognizer::locationInView(UIView* view) const
     return m_touches.empty() ? CGPoint {} : m_touches.back()->locationInView(view);
 }
 
-void UIGestureRecognizer::touchesCancelled(const Value&, Object*) { setState(UIGestureRecognizerState::Cancelled); }
+void UIGestureRecognizer::touchesCancelled(const Value&, Object*)
+{
+    setState(UIGestureRecognizerState::Cancelled);
+}
 
 bool UIGestureRecognizer::isDecided() const
 {
@@ -74,8 +83,8 @@ bool UIGestureRecognizer::isDecided() const
 
 bool UIGestureRecognizer::explicitlyRequires(const UIGestureRecognizer& other) const
 {
-    return std::any_of(
-        m_requirements.begin(), m_requirements.end(), [&](const auto& required) { return refersTo(required, &other); });
+    return std::any_of(m_requirements.begin(), m_requirements.end(),
+        [&](const auto& required) { return refersTo(required, &other); });
 }
 
 void UIGestureRecognizer::abandon()
@@ -119,4 +128,4 @@ void UIGestureRecognizer::sendActions()
     }
 }
 
-}
+} // namespace lumora

@@ -9,15 +9,15 @@ class GestureArena;
 
 enum class UIGestureRecognizerState { Possible, Began, Changed, Ended, Cancelled, Failed };
 
-/// Watches the touches of a view and all under it for a gesture. Owned by its view; view, targets and delegate are held weakly.
-/// Which of several recognizers wins, and what the views get of the touches, is decided by the window's GestureArena.
-/// Main thread only.
+/// Watches the touches of a view and all under it for a gesture. Owned by its view; view, targets and
+/// delegate are held weakly. Which of several recognizers wins, and what the views get of the touches, is
+/// decided by the window's GestureArena. Main thread only.
 class UIGestureRecognizer : public NSObject {
 public:
     static const ClassDescription& classDescription();
 
-    /// When the gesture is recognized the target is sent the action, with the recognizer if the selector ends in a colon. A
-    /// target that is gone is left out; one that does not answer is named on the console.
+    /// When the gesture is recognized the target is sent the action, with the recognizer if the selector ends
+    /// in a colon. A target that is gone is left out; one that does not answer is named on the console.
     void addTarget(std::weak_ptr<Object> target, SEL action);
     UIGestureRecognizerState state() const { return m_state; }
     Object* delegate() const { return m_delegate.lock().get(); }

@@ -6,9 +6,10 @@ namespace lumora {
 
 const ClassDescription& UIImageView::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<UIImageView, UIView>("UIImageView")
-                                                    .method<&UIImageView::intrinsicContentSize>(sel::intrinsicContentSize)
-                                                    .method<&UIImageView::drawRect>(sel::drawRect);
+    static const ClassDescription description
+        = ClassDescription::of<UIImageView, UIView>("UIImageView")
+              .method<&UIImageView::intrinsicContentSize>(sel::intrinsicContentSize)
+              .method<&UIImageView::drawRect>(sel::drawRect);
     return description;
 }
 static const RegisteredClass registeredUIImageView { &UIImageView::classDescription };
@@ -16,7 +17,9 @@ static const RegisteredClass registeredUIImageView { &UIImageView::classDescript
 static UIImage tinted(const UIImage& image, const UIColor& color)
 {
     constexpr double most = 255;
-    auto byte = [](double component) { return static_cast<uint8_t>(std::lround(std::clamp(component, 0.0, 1.0) * most)); };
+    auto byte = [](double component) {
+        return static_cast<uint8_t>(std::lround(std::clamp(component, 0.0, 1.0) * most));
+    };
     const size_t count = static_cast<size_t>(image.pixelWidth()) * static_cast<size_t>(image.pixelHeight());
     std::vector<uint8_t> pixels(image.pixels(), image.pixels() + count * 4);
     for (size_t i = 0; i < pixels.size(); i += 4) {
@@ -76,4 +79,4 @@ void UIImageView::drawRect(CGContext& context)
     context.drawImage(m_tintColor ? m_tinted : m_image, placed(m_image.size(), bounds(), contentMode()));
 }
 
-}
+} // namespace lumora

@@ -23,9 +23,9 @@ private:
 LUMORA_ENCODE(CGContext, CGContextRef, "^{CGContext=}");
 LUMORA_ENCODE(CGContextRef, CGContextRef, "^{CGContext=}");
 
-/// The operations of views, controllers, recognizers and the application that go through the message table. A direct C++ call
-/// of the member function of the same name runs that class's own implementation, as a call to `super` does; `send` asks the
-/// receiver's class, with every subclass's and every library's replacement.
+/// The operations of views, controllers, recognizers and the application that go through the message table. A
+/// direct C++ call of the member function of the same name runs that class's own implementation, as a call to
+/// `super` does; `send` asks the receiver's class, with every subclass's and every library's replacement.
 namespace sel {
 // Making
 inline constinit const TypedSelector<id(CGRect)> initWithFrame { "initWithFrame:" };
@@ -82,9 +82,8 @@ inline constinit const TypedSelector<bool(id, id)> gestureRecognizerShouldRecogn
 };
 // The application: a URL travels as a Value that holds one
 inline constinit const TypedSelector<bool(Value)> openURL { "openURL:" };
-inline constinit const TypedSelector<void(Value, NSDictionary, std::function<void(bool)>)> openURLWithOptions {
-    "openURL:options:completionHandler:"
-};
+inline constinit const TypedSelector<void(Value, NSDictionary, std::function<void(bool)>)>
+    openURLWithOptions { "openURL:options:completionHandler:" };
 }
 
 }

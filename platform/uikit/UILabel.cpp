@@ -4,16 +4,16 @@ namespace lumora {
 
 const ClassDescription& UILabel::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<UILabel, UIView>("UILabel")
-                                                    .method<&UILabel::intrinsicContentSize>(sel::intrinsicContentSize)
-                                                    .method<&UILabel::sizeThatFits>(sel::sizeThatFits)
-                                                    .method<&UILabel::drawRect>(sel::drawRect)
-                                                    .variable(
-                                                        "text",
-                                                        [](Object& object) { return Value { static_cast<UILabel&>(object).text() }; },
-                                                        [](Object& object, const Value& value) {
-                                                            static_cast<UILabel&>(object).setText(value.stringOrEmpty());
-                                                        });
+    static const ClassDescription description
+        = ClassDescription::of<UILabel, UIView>("UILabel")
+              .method<&UILabel::intrinsicContentSize>(sel::intrinsicContentSize)
+              .method<&UILabel::sizeThatFits>(sel::sizeThatFits)
+              .method<&UILabel::drawRect>(sel::drawRect)
+              .variable(
+                  "text", [](Object& object) { return Value { static_cast<UILabel&>(object).text() }; },
+                  [](Object& object, const Value& value) {
+                      static_cast<UILabel&>(object).setText(value.stringOrEmpty());
+                  });
     return description;
 }
 static const RegisteredClass registeredUILabel { &UILabel::classDescription };
@@ -38,7 +38,10 @@ void UILabel::setNumberOfLines(int lines)
     invalidateIntrinsicContentSize();
 }
 
-CGSize UILabel::intrinsicContentSize() { return m_text.empty() ? CGSize {} : measureText(m_text, m_style, 0); }
+CGSize UILabel::intrinsicContentSize()
+{
+    return m_text.empty() ? CGSize {} : measureText(m_text, m_style, 0);
+}
 
 CGSize UILabel::sizeThatFits(CGSize size)
 {
@@ -51,4 +54,4 @@ void UILabel::drawRect(CGContext& context)
         context.drawText(m_text, m_style, bounds());
 }
 
-}
+} // namespace lumora

@@ -23,7 +23,10 @@ public:
     int numberOfLines() const { return m_style.numberOfLines; }
     void setNumberOfLines(int lines);
     bool adjustsFontSizeToFitWidth() const { return m_style.minimumScaleFactor < 1; }
-    void setAdjustsFontSizeToFitWidth(bool adjusts) { m_style.minimumScaleFactor = adjusts ? minimumScaleFactor : 1; }
+    void setAdjustsFontSizeToFitWidth(bool adjusts)
+    {
+        m_style.minimumScaleFactor = adjusts ? minimumScaleFactor : 1;
+    }
 
     CGSize intrinsicContentSize();
     CGSize sizeThatFits(CGSize size);

@@ -34,4 +34,4 @@ std::shared_ptr<UIViewController> UINavigationController::popViewController(bool
 
 void UINavigationController::arrangeChildren() { showChild(topViewController()); }
 
-}
+} // namespace lumora

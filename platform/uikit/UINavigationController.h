@@ -4,12 +4,16 @@
 
 namespace lumora {
 
-/// A stack of controllers of which the top one is shown. Without a bar and without animation. Main thread only.
+/// A stack of controllers of which the top one is shown. Without a bar and without animation. Main thread
+/// only.
 class UINavigationController final : public UIViewController {
 public:
     static const ClassDescription& classDescription();
 
-    const std::vector<std::shared_ptr<UIViewController>>& viewControllers() const { return childViewControllers(); }
+    const std::vector<std::shared_ptr<UIViewController>>& viewControllers() const
+    {
+        return childViewControllers();
+    }
     /// Borrowed; null when the stack is empty.
     UIViewController* topViewController() const;
     void pushViewController(std::shared_ptr<UIViewController> controller, bool animated);
@@ -20,4 +24,4 @@ protected:
     void arrangeChildren() override;
 };
 
-}
+} // namespace lumora

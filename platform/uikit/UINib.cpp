@@ -28,7 +28,8 @@ std::optional<UIColor> colorFrom(const Value& value)
     if ((text.size() != 7 && text.size() != 9) || text[0] != '#')
         return std::nullopt;
     const char* const end = text.data() + text.size();
-    if (const auto [stop, error] = std::from_chars(text.data() + 1, end, number, 16); error != std::errc {} || stop != end)
+    if (const auto [stop, error] = std::from_chars(text.data() + 1, end, number, 16);
+        error != std::errc {} || stop != end)
         return std::nullopt;
     if (text.size() == 7)
         number = number << 8 | 0xff;
@@ -80,8 +81,7 @@ constexpr std::array alignments {
 };
 
 /// Calls a setter with what could be read; false when nothing could.
-template <typename T, typename Set>
-bool give(const std::optional<T>& value, const Set& set)
+template <typename T, typename Set> bool give(const std::optional<T>& value, const Set& set)
 {
     if (value)
         set(*value);
@@ -147,7 +147,8 @@ private:
         if (!object)
             return complain("\"" + className + "\" gives no object"), nullptr;
         m_made.push_back({ object, record });
-        if (const std::string& name = record["id"].stringOrEmpty(); !name.empty() && !m_named.emplace(name, object).second)
+        if (const std::string& name = record["id"].stringOrEmpty();
+            !name.empty() && !m_named.emplace(name, object).second)
             complain("there are two objects \"" + name + "\"");
         const bool complete = fill(object, record);
         return complete ? object : nullptr;
@@ -157,10 +158,14 @@ private:
     {
         for (const auto& [key, value] : record) {
             if (key == "subviews" || key == "view") {
-                if (!fillViews(object, key == "view" ? NSArray { value } : value.array() ? *value.array() : NSArray {}))
+                if (!fillViews(object,
+                        key == "view"       ? NSArray { value }
+                            : value.array() ? *value.array()
+                                            : NSArray {}))
                     return false;
             } else if (!isHandledElsewhere(key) && !setProperty(*object, key, value))
-                complain(object_getClassName(object.get()) + " cannot have " + key + " " + value.description());
+                complain(
+                    object_getClassName(object.get()) + " cannot have " + key + " " + value.description());
         }
         return true;
     }
@@ -172,6 +177,8 @@ private:
             const auto view = as<UIView>(made);
             if (!made)
                 return false;
+            if (!view)
+                complain(made->description() + " is no view");
             if (const auto controller = as<UIViewController>(object))
                 controller->setView(view);
             else if (const auto above = as<UIView>(object))
@@ -182,7 +189,8 @@ private:
 
     static bool isHandledElsewhere(std::string_view key)
     {
-        return key == "class" || key == "id" || key == "frame" || key == "constraints" || key == "outlets" || key == "actions";
+        return key == "class" || key == "id" || key == "frame" || key == "constraints" || key == "outlets"
+            || key == "actions";
     }
 
     bool setProperty(Object& object, const std::string& key, const Value& value)
@@ -195,11 +203,13 @@ private:
         auto* const view = as<UIView>(&object);
         if (!view)
             return false;
-        if (auto* const button = as<UIButton>(view); button && setTextProperty(button->titleLabel(), key, value))
+        if (auto* const button = as<UIButton>(view);
+            button && setTextProperty(button->titleLabel(), key, value))
             return true;
         if (auto* const label = as<UILabel>(view); label && setTextProperty(*label, key, value))
             return true;
-        if (auto* const imageView = as<UIImageView>(view); imageView && setImageProperty(*imageView, key, value))
+        if (auto* const imageView = as<UIImageView>(view);
+            imageView && setImageProperty(*imageView, key, value))
             return true;
         return setViewProperty(*view, key, value);
     }
@@ -211,7 +221,8 @@ private:
         if (key == "borderColor")
             return give(colorFrom(value), [&](const UIColor& color) { view.layer().setBorderColor(color); });
         if (key == "contentMode")
-            return give(named(contentModes, value), [&](UIViewContentMode mode) { view.setContentMode(mode); });
+            return give(
+                named(contentModes, value), [&](UIViewContentMode mode) { view.setContentMode(mode); });
         if (!value.isNumber())
             return false;
         if (key == "cornerRadius")
@@ -238,11 +249,13 @@ private:
         if (key == "text" && value.isString())
             label.setText(value.stringOrEmpty());
         else if (key == "font" && value.isDictionary())
-            label.setFont({ (*value.dictionary())["name"].stringOrEmpty(), (*value.dictionary())["size"].doubleValue() });
+            label.setFont({ (*value.dictionary())["name"].stringOrEmpty(),
+                (*value.dictionary())["size"].doubleValue() });
         else if (key == "textColor")
             return give(colorFrom(value), [&](const UIColor& color) { label.setTextColor(color); });
         else if (key == "alignment")
-            return give(named(alignments, value), [&](NSTextAlignment alignment) { label.setTextAlignment(alignment); });
+            return give(named(alignments, value),
+                [&](NSTextAlignment alignment) { label.setTextAlignment(alignment); });
         else if (key == "lines" && value.isNumber())
             label.setNumberOfLines(saturatingInt32(value.integerValue()));
         else if (key == "fitsWidth" && value.isBoolean())
@@ -256,7 +269,9 @@ private:
     {
         if (key == "tint")
             return give(colorFrom(value), [&](const UIColor& color) { imageView.setTintColor(color); });
-        return key == "image" && give(imageNamed(value.stringOrEmpty()), [&](const UIImage& image) { imageView.setImage(image); });
+        return key == "image" && give(imageNamed(value.stringOrEmpty()), [&](const UIImage& image) {
+            imageView.setImage(image);
+        });
     }
 
     std::optional<UIImage> imageNamed(const std::string& name) const
@@ -284,7 +299,8 @@ private:
         for (const auto& [object, record] : m_made) {
             if (const NSArray* constraints = record["constraints"].array()) {
                 for (const Value& constraint : *constraints)
-                    addConstraint(object, constraint.dictionary() ? *constraint.dictionary() : NSDictionary {});
+                    addConstraint(
+                        object, constraint.dictionary() ? *constraint.dictionary() : NSDictionary {});
             }
         }
         for (const auto& [object, record] : m_made) {
@@ -334,7 +350,9 @@ private:
         if (const auto placed = as<UIView>(item); placed && placed != view)
             placed->setTranslatesAutoresizingMaskIntoConstraints(false);
         const std::string& otherName = record["to"].stringOrEmpty();
-        const auto other = otherName.empty() && !pins ? nullptr : findItem(view, otherName.empty() ? "superview" : otherName);
+        const auto other = otherName.empty() && !pins
+            ? nullptr
+            : findItem(view, otherName.empty() ? "superview" : otherName);
         if (!otherName.empty() && !other)
             return;
         return pins ? pin(*item, *other, record) : relate(*item, other.get(), record);
@@ -347,10 +365,12 @@ private:
             const auto attribute = named(attributes, Value { key });
             if (!attribute)
                 continue;
-            const bool isSize = *attribute == NSLayoutAttribute::Width || *attribute == NSLayoutAttribute::Height;
+            const bool isSize
+                = *attribute == NSLayoutAttribute::Width || *attribute == NSLayoutAttribute::Height;
             const bool isFar = key == "right" || key == "trailing" || key == "bottom";
             NSLayoutConstraint::constraintWithItem(&item, *attribute, isSize ? nullptr : &other,
-                isSize ? NSLayoutAttribute::NotAnAttribute : *attribute, 1, isFar ? -value.doubleValue() : value.doubleValue())
+                isSize ? NSLayoutAttribute::NotAnAttribute : *attribute, 1,
+                isFar ? -value.doubleValue() : value.doubleValue())
                 ->setActive(true);
         }
     }
@@ -358,11 +378,13 @@ private:
     void relate(Object& item, Object* other, const NSDictionary& record)
     {
         const auto attribute = named(attributes, record["attribute"]);
-        const auto otherAttribute = record.find("attribute2") ? named(attributes, record["attribute2"]) : attribute;
+        const auto otherAttribute
+            = record.find("attribute2") ? named(attributes, record["attribute2"]) : attribute;
         if (!attribute || !otherAttribute)
             return complain("a constraint has an unknown attribute");
         auto constraint = NSLayoutConstraint::constraintWithItem(&item, *attribute, other, *otherAttribute,
-            record.find("multiplier") ? record["multiplier"].doubleValue() : 1, record["constant"].doubleValue());
+            record.find("multiplier") ? record["multiplier"].doubleValue() : 1,
+            record["constant"].doubleValue());
         if (record.find("priority"))
             constraint->setPriority(record["priority"].doubleValue());
         constraint->setActive(true);
@@ -394,11 +416,11 @@ private:
     std::map<std::string, std::shared_ptr<Object>, std::less<>> m_named;
 };
 
-}
+} // namespace
 
 std::vector<std::shared_ptr<Object>> loadNibNamed(const NSBundle& bundle, const std::string& name, id owner)
 {
     return NibLoader(bundle, name, owner).load();
 }
 
-}
+} // namespace lumora

@@ -4,12 +4,13 @@ namespace lumora {
 
 const ClassDescription& UIResponder::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<UIResponder, NSObject>("UIResponder")
-                                                    .method<&UIResponder::nextResponder>(sel::nextResponder)
-                                                    .method<&UIResponder::touchesBegan>(sel::touchesBegan)
-                                                    .method<&UIResponder::touchesMoved>(sel::touchesMoved)
-                                                    .method<&UIResponder::touchesEnded>(sel::touchesEnded)
-                                                    .method<&UIResponder::touchesCancelled>(sel::touchesCancelled);
+    static const ClassDescription description
+        = ClassDescription::of<UIResponder, NSObject>("UIResponder")
+              .method<&UIResponder::nextResponder>(sel::nextResponder)
+              .method<&UIResponder::touchesBegan>(sel::touchesBegan)
+              .method<&UIResponder::touchesMoved>(sel::touchesMoved)
+              .method<&UIResponder::touchesEnded>(sel::touchesEnded)
+              .method<&UIResponder::touchesCancelled>(sel::touchesCancelled);
     return description;
 }
 static const RegisteredClass registeredUIResponder { &UIResponder::classDescription };
@@ -31,4 +32,4 @@ void UIResponder::touchesCancelled(const Value& touches, Object* event)
     send(send(this, sel::nextResponder), sel::touchesCancelled, touches, event);
 }
 
-}
+} // namespace lumora

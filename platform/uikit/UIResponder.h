@@ -4,8 +4,8 @@
 
 namespace lumora {
 
-/// What can receive touches: views, controllers, windows, the application. A touch nobody handles climbs from responder to
-/// responder. Main thread only.
+/// What can receive touches: views, controllers, windows, the application. A touch nobody handles climbs from
+/// responder to responder. Main thread only.
 class UIResponder : public NSObject {
 public:
     static const ClassDescription& classDescription();

@@ -22,4 +22,4 @@ static const ScreenFacts& facts() { return Process::current().configuration().sc
 CGRect UIScreen::bounds() const { return CGRectMake(0, 0, facts().width, facts().height); }
 double UIScreen::scale() const { return facts().scale; }
 
-}
+} // namespace lumora

@@ -5,7 +5,8 @@
 
 namespace lumora {
 
-/// The screen of the current process, out of its configuration. Points; scale is pixels per point. Any thread.
+/// The screen of the current process, out of its configuration. Points; scale is pixels per point. Any
+/// thread.
 class UIScreen final : public NSObject {
 public:
     static const ClassDescription& classDescription();

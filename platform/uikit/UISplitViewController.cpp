@@ -10,7 +10,8 @@ const ClassDescription& UISplitViewController::classDescription()
 }
 static const RegisteredClass registeredUISplitViewController { &UISplitViewController::classDescription };
 
-void UISplitViewController::setViewControllers(const std::vector<std::shared_ptr<UIViewController>>& controllers)
+void UISplitViewController::setViewControllers(
+    const std::vector<std::shared_ptr<UIViewController>>& controllers)
 {
     clearChildren();
     for (const auto& controller : controllers)
@@ -23,4 +24,4 @@ void UISplitViewController::arrangeChildren()
     showChild(viewControllers().empty() ? nullptr : viewControllers().back().get());
 }
 
-}
+} // namespace lumora

@@ -9,11 +9,14 @@ class UISplitViewController final : public UIViewController {
 public:
     static const ClassDescription& classDescription();
 
-    const std::vector<std::shared_ptr<UIViewController>>& viewControllers() const { return childViewControllers(); }
+    const std::vector<std::shared_ptr<UIViewController>>& viewControllers() const
+    {
+        return childViewControllers();
+    }
     void setViewControllers(const std::vector<std::shared_ptr<UIViewController>>& controllers);
 
 protected:
     void arrangeChildren() override;
 };
 
-}
+} // namespace lumora

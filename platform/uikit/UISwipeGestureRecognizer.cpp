@@ -15,17 +15,13 @@ const ClassDescription& UISwipeGestureRecognizer::classDescription()
               .method<&UISwipeGestureRecognizer::touchesMoved>(sel::touchesMoved);
     return description;
 }
-static const RegisteredClass registeredUISwipeGestureRecognizer { &UISwipeGestureRecognizer::classDescription };
-
-static const UITouch* touchIn(const Value& touches)
-{
-    const NSArray* array = touches.array();
-    return array && !array->empty() ? as<UITouch>(array->front().object().get()) : nullptr;
-}
+static const RegisteredClass registeredUISwipeGestureRecognizer {
+    &UISwipeGestureRecognizer::classDescription
+};
 
 void UISwipeGestureRecognizer::touchesBegan(const Value& touches, Object*)
 {
-    const UITouch* touch = touchIn(touches);
+    const auto touch = UITouch::touchIn(touches);
     if (!touch)
         return;
     m_start = touch->locationInView(nullptr);
@@ -34,7 +30,7 @@ void UISwipeGestureRecognizer::touchesBegan(const Value& touches, Object*)
 
 void UISwipeGestureRecognizer::touchesMoved(const Value& touches, Object*)
 {
-    const UITouch* touch = touchIn(touches);
+    const auto touch = UITouch::touchIn(touches);
     if (!touch)
         return;
     if (touch->timestamp() - m_startTime > longestSwipeTime)
@@ -45,10 +41,12 @@ void UISwipeGestureRecognizer::touchesMoved(const Value& touches, Object*)
     const bool along = std::abs(dy) >= shortestSwipe && std::abs(dx) * 2 < std::abs(dy);
     if (!across && !along)
         return;
-    const unsigned horizontal = dx > 0 ? UISwipeGestureRecognizerDirectionRight : UISwipeGestureRecognizerDirectionLeft;
-    const unsigned vertical = dy > 0 ? UISwipeGestureRecognizerDirectionDown : UISwipeGestureRecognizerDirectionUp;
+    const unsigned horizontal
+        = dx > 0 ? UISwipeGestureRecognizerDirectionRight : UISwipeGestureRecognizerDirectionLeft;
+    const unsigned vertical
+        = dy > 0 ? UISwipeGestureRecognizerDirectionDown : UISwipeGestureRecognizerDirectionUp;
     const bool wanted = (m_direction & (across ? horizontal : vertical)) != 0;
     setState(wanted ? UIGestureRecognizerState::Ended : UIGestureRecognizerState::Failed);
 }
 
-}
+} // namespace lumora

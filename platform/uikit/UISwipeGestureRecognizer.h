@@ -12,7 +12,8 @@ enum UISwipeGestureRecognizerDirection : unsigned {
     UISwipeGestureRecognizerDirectionDown = 8,
 };
 
-/// One finger that moves 50 points in a direction and less than half as far aside, within half a second. Main thread only.
+/// One finger that moves 50 points in a direction and less than half as far aside, within half a second. Main
+/// thread only.
 class UISwipeGestureRecognizer final : public UIGestureRecognizer {
 public:
     static const ClassDescription& classDescription();

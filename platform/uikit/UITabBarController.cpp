@@ -35,4 +35,4 @@ void UITabBarController::setSelectedIndex(size_t index)
 
 void UITabBarController::arrangeChildren() { showChild(selectedViewController()); }
 
-}
+} // namespace lumora

@@ -4,12 +4,16 @@
 
 namespace lumora {
 
-/// Several controllers of which the selected one is shown; the first one at first. Without a bar. Main thread only.
+/// Several controllers of which the selected one is shown; the first one at first. Without a bar. Main thread
+/// only.
 class UITabBarController final : public UIViewController {
 public:
     static const ClassDescription& classDescription();
 
-    const std::vector<std::shared_ptr<UIViewController>>& viewControllers() const { return childViewControllers(); }
+    const std::vector<std::shared_ptr<UIViewController>>& viewControllers() const
+    {
+        return childViewControllers();
+    }
     void setViewControllers(const std::vector<std::shared_ptr<UIViewController>>& controllers);
     /// Borrowed; null when there are none.
     UIViewController* selectedViewController() const;
@@ -24,4 +28,4 @@ private:
     size_t m_selected { 0 };
 };
 
-}
+} // namespace lumora

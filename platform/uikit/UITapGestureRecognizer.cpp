@@ -24,16 +24,9 @@ UITapGestureRecognizer::~UITapGestureRecognizer() { stopTimer(); }
 
 static double distance(CGPoint one, CGPoint other) { return std::hypot(one.x - other.x, one.y - other.y); }
 
-// The recognizer is told of one touch at a time.
-static std::shared_ptr<UITouch> touchIn(const Value& touches)
-{
-    const NSArray* array = touches.array();
-    return array && !array->empty() ? as<UITouch>(array->front().object()) : nullptr;
-}
-
 void UITapGestureRecognizer::touchesBegan(const Value& touches, Object*)
 {
-    const auto touch = touchIn(touches);
+    const auto touch = UITouch::touchIn(touches);
     if (!touch)
         return;
     stopTimer();
@@ -49,9 +42,10 @@ void UITapGestureRecognizer::touchesBegan(const Value& touches, Object*)
 
 void UITapGestureRecognizer::touchesMoved(const Value& touches, Object*)
 {
-    const auto touch = touchIn(touches);
+    const auto touch = UITouch::touchIn(touches);
     for (const auto& [started, point] : m_starts) {
-        if (refersTo(started, touch.get()) && distance(point, touch->locationInView(nullptr)) > maximumMovement)
+        if (refersTo(started, touch.get())
+            && distance(point, touch->locationInView(nullptr)) > maximumMovement)
             return setState(UIGestureRecognizerState::Failed);
     }
 }
@@ -66,12 +60,13 @@ void UITapGestureRecognizer::touchesEnded(const Value& touches, Object* event)
     m_starts.clear();
     if (++m_tapsSeen >= m_tapsRequired)
         return setState(UIGestureRecognizerState::Ended);
-    m_timer = Process::current().executor().scheduleTimer("UITapGestureRecognizer", maximumInterval, [weak = weakly(this)] {
-        if (auto recognizer = weak.lock()) {
-            recognizer->m_timer = nullptr;
-            recognizer->setState(UIGestureRecognizerState::Failed);
-        }
-    });
+    m_timer = Process::current().executor().scheduleTimer(
+        "UITapGestureRecognizer", maximumInterval, [weak = weakly(this)] {
+            if (auto recognizer = weak.lock()) {
+                recognizer->m_timer = nullptr;
+                recognizer->setState(UIGestureRecognizerState::Failed);
+            }
+        });
 }
 
 void UITapGestureRecognizer::reset()
@@ -89,4 +84,4 @@ void UITapGestureRecognizer::stopTimer()
         timer->cancel();
 }
 
-}
+} // namespace lumora

@@ -6,8 +6,8 @@ namespace lumora {
 
 class ScheduledTimer;
 
-/// A number of short touches by a number of fingers. Between two taps 0.35 s may pass and the finger may move 45 points; while it
-/// is down, 10. Main thread only.
+/// A number of short touches by a number of fingers. Between two taps 0.35 s may pass and the finger may move
+/// 45 points; while it is down, 10. Main thread only.
 class UITapGestureRecognizer final : public UIGestureRecognizer {
 public:
     static const ClassDescription& classDescription();

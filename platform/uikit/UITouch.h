@@ -26,6 +26,9 @@ public:
     /// Seconds since 1970 of the last change.
     double timestamp() const { return m_timestamp; }
 
+    /// The touch out of what a recognizer or a view is told: one at a time.
+    static std::shared_ptr<UITouch> touchIn(const Value& touches);
+
 private:
     friend class GestureArena;
 

@@ -30,7 +30,9 @@ static CGRect unboxed(const Value& value)
 
 static IMP addSubviewMessage()
 {
-    return IMP { +[](id self, SEL, id view) { static_cast<UIView*>(self)->addSubview(retain(as<UIView>(view))); } };
+    return IMP { +[](id self, SEL, id view) {
+        static_cast<UIView*>(self)->addSubview(retain(as<UIView>(view)));
+    } };
 }
 
 static IMP addGestureRecognizerMessage()
@@ -183,7 +185,8 @@ void UIView::addSubview(std::shared_ptr<UIView> view) { insertSubview(std::move(
 
 void UIView::insertSubviewAboveSubview(std::shared_ptr<UIView> view, UIView* sibling)
 {
-    auto place = std::find_if(m_subviews.begin(), m_subviews.end(), [&](const auto& one) { return one.get() == sibling; });
+    auto place = std::find_if(
+        m_subviews.begin(), m_subviews.end(), [&](const auto& one) { return one.get() == sibling; });
     size_t index = m_subviews.size();
     if (place != m_subviews.end())
         index = static_cast<size_t>(place - m_subviews.begin()) + 1;
@@ -204,7 +207,8 @@ void UIView::insertSubview(std::shared_ptr<UIView> view, size_t index)
     if (!view)
         return;
     if (isDescendantOfView(view.get()))
-        throw NSException(NSInvalidArgumentException, "a view cannot be put under itself: " + view->description());
+        throw NSException(
+            NSInvalidArgumentException, "a view cannot be put under itself: " + view->description());
     if (view->superview() == this) {
         std::erase(m_subviews, view);
         attach(view, index);
@@ -230,7 +234,8 @@ void UIView::attach(const std::shared_ptr<UIView>& view, size_t index)
     if (++place != m_subviews.end())
         next = std::find(layers.begin(), layers.end(), (*place)->m_layer);
     const auto own = std::find(layers.begin(), next, retain(&view->layer()));
-    layer().insertSublayer(retain(&view->layer()), static_cast<size_t>(next - layers.begin()) - (own != next ? 1 : 0));
+    layer().insertSublayer(
+        retain(&view->layer()), static_cast<size_t>(next - layers.begin()) - (own != next ? 1 : 0));
     send(view, sel::setNeedsLayout);
     send(this, sel::setNeedsLayout);
 }
@@ -293,7 +298,8 @@ UIEdgeInsets UIView::safeAreaInsets()
     const ScreenFacts& screen = Process::current().configuration().screen;
     const double height = std::max(0.0, frame().size.height);
     auto covered = [&](double length) { return std::clamp(length, 0.0, height); };
-    return { covered(screen.safeAreaTop - top), 0, covered(top + height - (screen.height - screen.safeAreaBottom)), 0 };
+    return { covered(screen.safeAreaTop - top), 0,
+        covered(top + height - (screen.height - screen.safeAreaBottom)), 0 };
 }
 
 UILayoutGuide* UIView::safeAreaLayoutGuide()
@@ -339,7 +345,8 @@ void UIView::scheduleLayout(double delay)
 bool UIView::stillNeedsLayout()
 {
     m_subtreeNeedsLayout = m_needsLayout
-        || std::any_of(m_subviews.begin(), m_subviews.end(), [](const auto& view) { return view->m_subtreeNeedsLayout; });
+        || std::any_of(m_subviews.begin(), m_subviews.end(),
+            [](const auto& view) { return view->m_subtreeNeedsLayout; });
     return m_subtreeNeedsLayout;
 }
 
@@ -364,7 +371,8 @@ void UIView::layoutIfNeeded()
     bool left = false;
     for (UIView* at = top.get(); at; at = at->superview())
         left = at->stillNeedsLayout();
-    // What asks for layout while it is laid out waits for the next frame, so that it cannot keep the queue busy for ever.
+    // What asks for layout while it is laid out waits for the next frame, so that it cannot keep the queue
+    // busy for ever.
     constexpr double frameTime = 1.0 / 60;
     if (left && !layingOut.m_outer)
         layingOut.m_root->scheduleLayout(frameTime);
@@ -391,7 +399,8 @@ CGPoint UIView::convertPointToView(CGPoint point, UIView* view)
     const CGPoint to = target.originInRoot();
     const CGPoint scrolled = bounds().origin;
     const CGPoint targetScrolled = target.bounds().origin;
-    return { point.x - scrolled.x + from.x - to.x + targetScrolled.x, point.y - scrolled.y + from.y - to.y + targetScrolled.y };
+    return { point.x - scrolled.x + from.x - to.x + targetScrolled.x,
+        point.y - scrolled.y + from.y - to.y + targetScrolled.y };
 }
 
 CGPoint UIView::convertPointFromView(CGPoint point, UIView* view)
@@ -454,4 +463,4 @@ void UIView::removeGestureRecognizer(UIGestureRecognizer* recognizer)
     held->m_view.reset();
 }
 
-}
+} // namespace lumora

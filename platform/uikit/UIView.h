@@ -13,8 +13,8 @@ class UIWindow;
 
 enum class UIViewContentMode { ScaleToFill, ScaleAspectFit, ScaleAspectFill, Center };
 
-/// A rectangle on the screen. A view owns its subviews and its layer and is owned by its superview; what it answers as a pointer
-/// is borrowed. Points; main thread only. Made by `make` or by `initWithFrame:`.
+/// A rectangle on the screen. A view owns its subviews and its layer and is owned by its superview; what it
+/// answers as a pointer is borrowed. Points; main thread only. Made by `make` or by `initWithFrame:`.
 class UIView : public UIResponder {
 public:
     static const ClassDescription& classDescription();
@@ -98,10 +98,14 @@ public:
     UIResponder* nextResponder();
     void addGestureRecognizer(std::shared_ptr<UIGestureRecognizer> recognizer);
     void removeGestureRecognizer(UIGestureRecognizer* recognizer);
-    const std::vector<std::shared_ptr<UIGestureRecognizer>>& gestureRecognizers() const { return m_gestureRecognizers; }
+    const std::vector<std::shared_ptr<UIGestureRecognizer>>& gestureRecognizers() const
+    {
+        return m_gestureRecognizers;
+    }
 
-    /// Runs the changes at once and lets what is shown follow them, slowly at both ends. The completion runs on the main queue
-    /// after exactly that many seconds; sooner, and with false, when all of it was taken over or taken away.
+    /// Runs the changes at once and lets what is shown follow them, slowly at both ends. The completion runs
+    /// on the main queue after exactly that many seconds; sooner, and with false, when all of it was taken
+    /// over or taken away.
     static void animateWithDuration(double seconds, const std::function<void()>& animations,
         std::function<void(bool finished)> completion = nullptr);
 

@@ -18,7 +18,8 @@ public:
     {
     }
 
-    void animate(CALayer& layer, const char* keyPath, const CAAnimationValue& from, const CAAnimationValue& to)
+    void animate(
+        CALayer& layer, const char* keyPath, const CAAnimationValue& from, const CAAnimationValue& to)
     {
         if (m_duration == 0)
             return layer.removeAnimationForKey(keyPath);
@@ -58,7 +59,7 @@ struct RunningBlocks {
 };
 const ProcessLocal<RunningBlocks> runningBlocks;
 
-}
+} // namespace
 
 void UIView::animateWithDuration(
     double seconds, const std::function<void()>& animations, std::function<void(bool)> completion)
@@ -66,7 +67,10 @@ void UIView::animateWithDuration(
     const double duration = std::isfinite(seconds) ? std::max(0.0, seconds) : 0;
     auto block = std::make_shared<AnimationBlock>(duration, std::move(completion));
     struct Running {
-        explicit Running(const std::shared_ptr<AnimationBlock>& block) { runningBlocks.get().blocks.push_back(block); }
+        explicit Running(const std::shared_ptr<AnimationBlock>& block)
+        {
+            runningBlocks.get().blocks.push_back(block);
+        }
         ~Running() { runningBlocks.get().blocks.pop_back(); }
     };
     if (animations) {
@@ -83,4 +87,4 @@ void UIView::animateChange(const char* keyPath, const CAAnimationValue& from, co
         blocks.back()->animate(layer(), keyPath, from, to);
 }
 
-}
+} // namespace lumora

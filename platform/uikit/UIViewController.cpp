@@ -20,7 +20,8 @@ static IMP presentMessage()
 
 const ClassDescription& UIViewController::classDescription()
 {
-    auto controller = [](Object& object) -> UIViewController& { return static_cast<UIViewController&>(object); };
+    auto controller
+        = [](Object& object) -> UIViewController& { return static_cast<UIViewController&>(object); };
     static const ClassDescription description
         = ClassDescription::of<UIViewController, UIResponder>("UIViewController")
               .method<&UIViewController::initWithCoder>(sel::initWithCoder)
@@ -42,7 +43,9 @@ const ClassDescription& UIViewController::classDescription()
               .method<&UIViewController::parentViewController>("parentViewController"_sel)
               .variable(
                   "view", [=](Object& object) { return Value { retain(controller(object).view()) }; },
-                  [=](Object& object, const Value& value) { controller(object).setView(as<UIView>(value.object())); })
+                  [=](Object& object, const Value& value) {
+                      controller(object).setView(as<UIView>(value.object()));
+                  })
               .variable("childViewControllers", [=](Object& object) {
                   const auto& children = controller(object).childViewControllers();
                   return Value { NSArray(children.begin(), children.end()) };
@@ -301,10 +304,11 @@ void UIViewController::showChild(UIViewController* child)
     shown->setFrame(view()->bounds());
     shown->setTranslatesAutoresizingMaskIntoConstraints(false);
     view()->addSubview(shown);
-    for (auto edge : { NSLayoutAttribute::Top, NSLayoutAttribute::Bottom, NSLayoutAttribute::Left, NSLayoutAttribute::Right })
+    for (auto edge : { NSLayoutAttribute::Top, NSLayoutAttribute::Bottom, NSLayoutAttribute::Left,
+             NSLayoutAttribute::Right })
         NSLayoutConstraint::constraintWithItem(shown.get(), edge, view(), edge, 1, 0)->setActive(true);
     if (visible)
         child->announceDidAppear(false);
 }
 
-}
+} // namespace lumora

@@ -7,8 +7,8 @@ namespace lumora {
 enum class UIModalPresentationStyle { FullScreen, OverCurrentContext };
 enum class UIModalTransitionStyle { CoverVertical, CrossDissolve };
 
-/// Runs a view and what is presented over it. Owned by its window, its parent or its presenter; owns its view, its children and
-/// what it presents. Main thread only.
+/// Runs a view and what is presented over it. Owned by its window, its parent or its presenter; owns its
+/// view, its children and what it presents. Main thread only.
 class UIViewController : public UIResponder {
 public:
     static const ClassDescription& classDescription();
@@ -39,12 +39,14 @@ public:
     /// Borrowed, as everything answered here.
     UIViewController* presentedViewController() const { return m_presented.get(); }
     UIViewController* presentingViewController() const;
-    /// Puts another controller over this one. The completion runs after the transition. Refused, with a line on the console and
-    /// without a completion, when this one is in no window or presents one already, or the other is presented.
-    void presentViewController(
-        std::shared_ptr<UIViewController> controller, bool animated, std::function<void()> completion = nullptr);
-    /// Takes away what this one presents, or else this one itself. The completion runs after the transition, also when there
-    /// was nothing to take away; a dismissal that is under way is not repeated, and the completion dropped.
+    /// Puts another controller over this one. The completion runs after the transition. Refused, with a line
+    /// on the console and without a completion, when this one is in no window or presents one already, or the
+    /// other is presented.
+    void presentViewController(std::shared_ptr<UIViewController> controller, bool animated,
+        std::function<void()> completion = nullptr);
+    /// Takes away what this one presents, or else this one itself. The completion runs after the transition,
+    /// also when there was nothing to take away; a dismissal that is under way is not repeated, and the
+    /// completion dropped.
     void dismissViewController(bool animated, std::function<void()> completion = nullptr);
 
     UIViewController* parentViewController() const { return m_parent.lock().get(); }

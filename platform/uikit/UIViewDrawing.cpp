@@ -19,7 +19,8 @@ public:
 
     void draw(CALayer& layer, CGPoint origin, CGSize size)
     {
-        const double opacity = std::clamp(m_presentation ? layer.presentationOpacity() : layer.opacity(), 0.0, 1.0);
+        const double opacity
+            = std::clamp(m_presentation ? layer.presentationOpacity() : layer.opacity(), 0.0, 1.0);
         if (layer.isHidden() || opacity == 0)
             return;
         m_context.saveGState();
@@ -28,7 +29,8 @@ public:
             clipToMask(*layer.mask());
         if (opacity < 1)
             m_context.beginTransparencyLayer(opacity);
-        const UIBezierPath outline = UIBezierPath::bezierPathWithRoundedRect({ {}, size }, layer.cornerRadius());
+        const UIBezierPath outline
+            = UIBezierPath::bezierPathWithRoundedRect({ {}, size }, layer.cornerRadius());
         m_context.saveGState();
         if (layer.masksToBounds())
             m_context.clipToPath(outline);
@@ -42,7 +44,8 @@ public:
         if (layer.borderWidth() > 0) {
             const double inset = layer.borderWidth() / 2;
             const CGRect edge = CGRect { {}, size }.insetBy(inset, inset);
-            m_context.strokePath(UIBezierPath::bezierPathWithRoundedRect(edge, std::max(0.0, layer.cornerRadius() - inset)),
+            m_context.strokePath(
+                UIBezierPath::bezierPathWithRoundedRect(edge, std::max(0.0, layer.cornerRadius() - inset)),
                 layer.borderColor(), layer.borderWidth());
         }
         if (opacity < 1)
@@ -50,10 +53,16 @@ public:
         m_context.restoreGState();
     }
 
-    CGRect frameOf(const CALayer& layer) const { return m_presentation ? layer.presentationFrame() : layer.frame(); }
+    CGRect frameOf(const CALayer& layer) const
+    {
+        return m_presentation ? layer.presentationFrame() : layer.frame();
+    }
 
 private:
-    UIBezierPath pathOf(const CAShapeLayer& layer) const { return m_presentation ? layer.presentationPath() : layer.path(); }
+    UIBezierPath pathOf(const CAShapeLayer& layer) const
+    {
+        return m_presentation ? layer.presentationPath() : layer.path();
+    }
 
     void clipToMask(CALayer& mask)
     {
@@ -66,7 +75,8 @@ private:
 
     void drawContent(CALayer& layer, const UIBezierPath& outline, CGSize size)
     {
-        const auto background = m_presentation ? layer.presentationBackgroundColor() : layer.backgroundColor();
+        const auto background
+            = m_presentation ? layer.presentationBackgroundColor() : layer.backgroundColor();
         if (background && background->alpha > 0)
             m_context.fillPath(outline, *background);
         if (!layer.contents().isNull())
@@ -96,7 +106,7 @@ UIImage picture(CALayer& layer, CGSize size, double scale, bool presentation)
     return context->makeImage();
 }
 
-}
+} // namespace
 
 void drawViewHierarchy(UIView& root, CGContext& context)
 {
@@ -112,4 +122,4 @@ UIImage takeImageOfView(UIView& view, CGSize size, double scale)
 
 UIImage renderLayer(CALayer& layer, CGSize size, double scale) { return picture(layer, size, scale, false); }
 
-}
+} // namespace lumora

@@ -4,8 +4,8 @@
 
 namespace lumora {
 
-/// Draws a view and all under it as they show at this moment of their animations. The view's own place and superview do not
-/// matter: its top left corner is the context's origin. Main thread only.
+/// Draws a view and all under it as they show at this moment of their animations. The view's own place and
+/// superview do not matter: its top left corner is the context's origin. Main thread only.
 void drawViewHierarchy(UIView& root, CGContext& context);
 
 /// A picture of a view, laid out first, at that many pixels per point. A null picture for an empty size.

@@ -11,11 +11,12 @@ namespace lumora {
 
 const ClassDescription& UIWindow::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<UIWindow, UIView>("UIWindow")
-                                                    .method<&UIWindow::initWithFrame>(sel::initWithFrame)
-                                                    .method<&UIWindow::nextResponder>(sel::nextResponder)
-                                                    .method<&UIWindow::makeKeyAndVisible>("makeKeyAndVisible"_sel)
-                                                    .variable<&UIWindow::m_rootViewController>("rootViewController");
+    static const ClassDescription description
+        = ClassDescription::of<UIWindow, UIView>("UIWindow")
+              .method<&UIWindow::initWithFrame>(sel::initWithFrame)
+              .method<&UIWindow::nextResponder>(sel::nextResponder)
+              .method<&UIWindow::makeKeyAndVisible>("makeKeyAndVisible"_sel)
+              .variable<&UIWindow::m_rootViewController>("rootViewController");
     return description;
 }
 static const RegisteredClass registeredUIWindow { &UIWindow::classDescription };
@@ -70,8 +71,11 @@ void UIWindow::appearRoot()
 
 bool UIWindow::isKeyWindow() { return UIApplication::sharedApplication().keyWindow().get() == this; }
 
-void UIWindow::sendTouch(UITouchPhase phase, CGPoint point, int finger) { m_arena->touch(*this, phase, point, finger); }
+void UIWindow::sendTouch(UITouchPhase phase, CGPoint point, int finger)
+{
+    m_arena->touch(*this, phase, point, finger);
+}
 
 size_t UIWindow::touchesDown() const { return m_arena->touchesDown(); }
 
-}
+} // namespace lumora

@@ -7,8 +7,8 @@ namespace lumora {
 
 class GestureArena;
 
-/// The root of a tree of views on the screen. Owned by whoever made it; the application knows it weakly once it was shown.
-/// Main thread only.
+/// The root of a tree of views on the screen. Owned by whoever made it; the application knows it weakly once
+/// it was shown. Main thread only.
 class UIWindow final : public UIView {
 public:
     static const ClassDescription& classDescription();
@@ -25,8 +25,8 @@ public:
     bool isKeyWindow();
     UIResponder* nextResponder();
 
-    /// A finger comes down, moves, goes up or is taken away at a point of the window. Fingers are told apart by number; a
-    /// finger that never came down does nothing.
+    /// A finger comes down, moves, goes up or is taken away at a point of the window. Fingers are told apart
+    /// by number; a finger that never came down does nothing.
     void sendTouch(UITouchPhase phase, CGPoint point, int finger = 0);
     /// How many fingers are down.
     size_t touchesDown() const;

@@ -14,11 +14,6 @@ namespace {
 constexpr auto npos = std::string_view::npos;
 constexpr const char* blankURL = "about:blank";
 
-bool isHTTP(std::string_view scheme)
-{
-    return equalIgnoringCase(scheme, "http") || equalIgnoringCase(scheme, "https");
-}
-
 std::string withoutFragment(std::string_view url) { return std::string { url.substr(0, url.find('#')) }; }
 
 /// The scheme with its colon; empty for a relative reference.

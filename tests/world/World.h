@@ -2,8 +2,10 @@
 
 #include "devservice/ConfigurationService.h"
 #include "lumora/Lumora.h"
+#include "platform/dispatch/VirtualExecutor.h"
 #include "platform/foundation/NSJSONSerialization.h"
 #include "platform/uikit/UIView.h"
+#include "report/LMReportAdViewRoundedButton.h"
 #include "report/TDReportButtonView.h"
 #include "service/TDAPI.h"
 #include "simulator/Phone.h"

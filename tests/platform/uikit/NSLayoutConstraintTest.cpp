@@ -8,12 +8,13 @@ namespace lumora::test {
 using Attribute = NSLayoutAttribute;
 using Lines = std::vector<std::string>;
 
-static std::shared_ptr<NSLayoutConstraint> relate(
-    Object* item, Attribute attribute, Object* to, Attribute attribute2, double multiplier = 1, double constant = 0)
+static std::shared_ptr<NSLayoutConstraint> relate(Object* item, Attribute attribute, Object* to,
+    Attribute attribute2, double multiplier = 1, double constant = 0)
 {
     if (auto* view = as<UIView>(item))
         view->setTranslatesAutoresizingMaskIntoConstraints(false);
-    auto constraint = NSLayoutConstraint::constraintWithItem(item, attribute, to, attribute2, multiplier, constant);
+    auto constraint
+        = NSLayoutConstraint::constraintWithItem(item, attribute, to, attribute2, multiplier, constant);
     constraint->setActive(true);
     return constraint;
 }
@@ -29,7 +30,8 @@ public:
     static const ClassDescription& classDescription()
     {
         static const ClassDescription description
-            = ClassDescription::of<WordView, UIView>("WordView").method<&WordView::intrinsicContentSize>(sel::intrinsicContentSize);
+            = ClassDescription::of<WordView, UIView>("WordView")
+                  .method<&WordView::intrinsicContentSize>(sel::intrinsicContentSize);
         return description;
     }
     CGSize intrinsicContentSize() { return { 60, 20 }; }
@@ -44,16 +46,20 @@ TEST(NSLayoutConstraint, RelatesOneAttributeToOneOfTheSuperview)
         CGRect expected;
     };
     // The view starts at 10, 20 with a size of 30 x 40 in a superview of 200 x 100.
-    for (const Row& row : {
-             Row { "left", Attribute::Left, Attribute::Left, 1, 7, CGRectMake(7, 20, 30, 40) },
-             Row { "trailing outside", Attribute::Trailing, Attribute::Trailing, 1, 30, CGRectMake(200, 20, 30, 40) },
-             Row { "top", Attribute::Top, Attribute::Top, 1, 3, CGRectMake(10, 3, 30, 40) },
-             Row { "bottom", Attribute::Bottom, Attribute::Bottom, 1, -5, CGRectMake(10, 55, 30, 40) },
-             Row { "centre", Attribute::CenterX, Attribute::CenterX, 1, 0, CGRectMake(85, 20, 30, 40) },
-             Row { "centre to edge", Attribute::CenterY, Attribute::Bottom, 1, 0, CGRectMake(10, 80, 30, 40) },
-             Row { "part of the width", Attribute::Width, Attribute::Width, 0.25, 2, CGRectMake(10, 20, 52, 40) },
-             Row { "height of the width", Attribute::Height, Attribute::Width, 0.5, 0, CGRectMake(10, 20, 30, 100) },
-         }) {
+    for (const Row& row :
+        {
+            Row { "left", Attribute::Left, Attribute::Left, 1, 7, CGRectMake(7, 20, 30, 40) },
+            Row { "trailing outside", Attribute::Trailing, Attribute::Trailing, 1, 30,
+                CGRectMake(200, 20, 30, 40) },
+            Row { "top", Attribute::Top, Attribute::Top, 1, 3, CGRectMake(10, 3, 30, 40) },
+            Row { "bottom", Attribute::Bottom, Attribute::Bottom, 1, -5, CGRectMake(10, 55, 30, 40) },
+            Row { "centre", Attribute::CenterX, Attribute::CenterX, 1, 0, CGRectMake(85, 20, 30, 40) },
+            Row { "centre to edge", Attribute::CenterY, Attribute::Bottom, 1, 0, CGRectMake(10, 80, 30, 40) },
+            Row { "part of the width", Attribute::Width, Attribute::Width, 0.25, 2,
+                CGRectMake(10, 20, 52, 40) },
+            Row { "height of the width", Attribute::Height, Attribute::Width, 0.5, 0,
+                CGRectMake(10, 20, 30, 100) },
+        }) {
         SCOPED_TRACE(row.name);
         Phone phone;
         auto superview = phone.add(CGRectMake(50, 60, 200, 100));
@@ -127,7 +133,8 @@ TEST(NSLayoutConstraint, LeavesOutWhatContradictsAndSaysSoOnce)
     phone.window->setNeedsLayout();
     phone.window->layoutIfNeeded();
     EXPECT_EQ(view->frame().size.width, 10);
-    EXPECT_EQ(phone.console(), Lines { "NSLayoutConstraint between UIView contradicts other constraints and is left out" });
+    EXPECT_EQ(phone.console(),
+        Lines { "NSLayoutConstraint between UIView contradicts other constraints and is left out" });
     fix(*view, Attribute::Height, 5)->setPriority(250);
     fix(*view, Attribute::Height, 6);
     second->setActive(false);
@@ -140,7 +147,8 @@ TEST(NSLayoutConstraint, SurvivesNumbersThatAreNone)
     Phone phone;
     auto view = phone.add(CGRectMake(1, 2, 3, 4));
     fix(*view, Attribute::Width, std::numeric_limits<double>::quiet_NaN());
-    relate(view.get(), Attribute::Left, phone.window.get(), Attribute::Right, std::numeric_limits<double>::infinity());
+    relate(view.get(), Attribute::Left, phone.window.get(), Attribute::Right,
+        std::numeric_limits<double>::infinity());
     phone.window->layoutIfNeeded();
     view->setFrame(CGRectMake(0, 0, std::numeric_limits<double>::infinity(), 0));
     EXPECT_EQ(view->frame(), CGRectMake(1, 2, 3, 4));
@@ -207,7 +215,8 @@ TEST(NSLayoutConstraint, PlacesALongChainQuickly)
     std::shared_ptr<UIView> last;
     for (int i = 0; i < count; ++i) {
         auto view = phone.add({}, list.get());
-        relate(view.get(), Attribute::Left, last ? last.get() : list.get(), last ? Attribute::Right : Attribute::Left);
+        relate(view.get(), Attribute::Left, last ? last.get() : list.get(),
+            last ? Attribute::Right : Attribute::Left);
         if (last)
             relate(view.get(), Attribute::Width, last.get(), Attribute::Width);
         last = view;
@@ -218,4 +227,4 @@ TEST(NSLayoutConstraint, PlacesALongChainQuickly)
     EXPECT_EQ(phone.console(), Lines {});
 }
 
-}
+} // namespace lumora::test

@@ -11,7 +11,8 @@ namespace lumora {
 
 inline std::ostream& operator<<(std::ostream& stream, const CGRect& rect)
 {
-    return stream << "[" << rect.minX() << ", " << rect.minY() << ", " << rect.size.width << ", " << rect.size.height << "]";
+    return stream << "[" << rect.minX() << ", " << rect.minY() << ", " << rect.size.width << ", "
+                  << rect.size.height << "]";
 }
 
 namespace test {
@@ -29,7 +30,8 @@ public:
     void tapped() { lines.emplace_back("tapped"); }
     void tappedBy(Object* recognizer)
     {
-        lines.push_back(std::to_string(as<UITapGestureRecognizer>(recognizer)->numberOfTapsRequired()) + " taps");
+        lines.push_back(
+            std::to_string(as<UITapGestureRecognizer>(recognizer)->numberOfTapsRequired()) + " taps");
     }
 
     std::vector<std::string> lines;
@@ -40,11 +42,12 @@ class TouchedView final : public UIView {
 public:
     static const ClassDescription& classDescription()
     {
-        static const ClassDescription description = ClassDescription::of<TouchedView, UIView>("TouchedView")
-                                                        .method<&TouchedView::touchesBegan>(sel::touchesBegan)
-                                                        .method<&TouchedView::touchesMoved>(sel::touchesMoved)
-                                                        .method<&TouchedView::touchesEnded>(sel::touchesEnded)
-                                                        .method<&TouchedView::touchesCancelled>(sel::touchesCancelled);
+        static const ClassDescription description
+            = ClassDescription::of<TouchedView, UIView>("TouchedView")
+                  .method<&TouchedView::touchesBegan>(sel::touchesBegan)
+                  .method<&TouchedView::touchesMoved>(sel::touchesMoved)
+                  .method<&TouchedView::touchesEnded>(sel::touchesEnded)
+                  .method<&TouchedView::touchesCancelled>(sel::touchesCancelled);
         return description;
     }
     void touchesBegan(const Value&, Object*) { touches += "began "; }
@@ -66,8 +69,7 @@ struct Phone {
     void advance(double seconds) { world.executor().advance(seconds); }
     std::vector<std::string> console() const { return world.console->lines(); }
 
-    template <typename T = UIView>
-    std::shared_ptr<T> add(const CGRect& frame, UIView* parent = nullptr)
+    template <typename T = UIView> std::shared_ptr<T> add(const CGRect& frame, UIView* parent = nullptr)
     {
         auto view = make<T>();
         view->setFrame(frame);

@@ -37,9 +37,12 @@ TEST(UIViewAnimation, CompletesOnTheTickWhateverChanged)
     Phone phone;
     Lines lines;
     auto view = phone.add({});
-    UIView::animateWithDuration(0.3, [&] { view->setAlpha(0.5); }, note(lines, "change"));
-    UIView::animateWithDuration(0.3, [] {}, note(lines, "nothing"));
-    UIView::animateWithDuration(0, [&] { view->setFrame(CGRectMake(0, 0, 5, 5)); }, note(lines, "at once"));
+    UIView::animateWithDuration(
+        0.3, [&] { view->setAlpha(0.5); }, note(lines, "change"));
+    UIView::animateWithDuration(
+        0.3, [] {}, note(lines, "nothing"));
+    UIView::animateWithDuration(
+        0, [&] { view->setFrame(CGRectMake(0, 0, 5, 5)); }, note(lines, "at once"));
     EXPECT_EQ(lines, Lines {});
     phone.advance(0);
     EXPECT_EQ(lines, Lines { "at once finished" });
@@ -54,10 +57,13 @@ TEST(UIViewAnimation, ANewerOneOfThePropertyStopsTheOlder)
     Phone phone;
     Lines lines;
     auto view = phone.add(CGRectMake(0, 0, 10, 10));
-    UIView::animateWithDuration(1, [&] { view->setFrame(CGRectMake(100, 0, 10, 10)); }, note(lines, "there"));
-    UIView::animateWithDuration(1, [&] { view->setAlpha(0); }, note(lines, "fade"));
+    UIView::animateWithDuration(
+        1, [&] { view->setFrame(CGRectMake(100, 0, 10, 10)); }, note(lines, "there"));
+    UIView::animateWithDuration(
+        1, [&] { view->setAlpha(0); }, note(lines, "fade"));
     phone.advance(0.5);
-    UIView::animateWithDuration(1, [&] { view->setFrame(CGRectMake(0, 0, 10, 10)); }, note(lines, "back"));
+    UIView::animateWithDuration(
+        1, [&] { view->setFrame(CGRectMake(0, 0, 10, 10)); }, note(lines, "back"));
     // It goes on from where it is seen.
     EXPECT_NEAR(view->layer().presentationFrame().minX(), 50, 1e-3);
     phone.advance(0);
@@ -72,7 +78,8 @@ TEST(UIViewAnimation, RemovingAViewStopsItsAnimationsAndThoseUnderIt)
     Lines lines;
     auto outer = phone.add(CGRectMake(0, 0, 10, 10));
     auto inner = phone.add(CGRectMake(0, 0, 10, 10), outer.get());
-    UIView::animateWithDuration(1, [&] { inner->setAlpha(0); }, note(lines, "inner"));
+    UIView::animateWithDuration(
+        1, [&] { inner->setAlpha(0); }, note(lines, "inner"));
     UIView::animateWithDuration(
         1,
         [&] {
@@ -92,7 +99,8 @@ TEST(UIViewAnimation, OutlivesItsView)
     Phone phone;
     Lines lines;
     auto view = phone.add({});
-    UIView::animateWithDuration(1, [&] { view->setAlpha(0); }, note(lines, "fade"));
+    UIView::animateWithDuration(
+        1, [&] { view->setAlpha(0); }, note(lines, "fade"));
     view->removeFromSuperview();
     view.reset();
     phone.advance(1);
@@ -133,7 +141,8 @@ TEST(CABasicAnimation, MovesAPathPointByPoint)
 {
     Phone phone;
     auto disc = [](double size) {
-        return UIBezierPath::bezierPathWithRoundedRect(CGRectMake(-size / 2, -size / 2, size, size), size / 2);
+        return UIBezierPath::bezierPathWithRoundedRect(
+            CGRectMake(-size / 2, -size / 2, size, size), size / 2);
     };
     auto layer = make<CAShapeLayer>();
     auto animation = CABasicAnimation::animationWithKeyPath("path");
@@ -157,4 +166,4 @@ TEST(CABasicAnimation, MovesAPathPointByPoint)
     EXPECT_EQ(layer->presentationOpacity(), 1);
 }
 
-}
+} // namespace lumora::test

@@ -93,7 +93,8 @@ TEST(UIView, TellsItsViewsOfTheirNewPlace)
     outer->removeFromSuperview();
     outer->removeFromSuperview();
     EXPECT_EQ(s_calls,
-        (Names { "superview 2 in", "window 1 in", "window 2 in", "superview 1 in", "window 1 out", "window 2 out", "superview 1 out" }));
+        (Names { "superview 2 in", "window 1 in", "window 2 in", "superview 1 in", "window 1 out",
+            "window 2 out", "superview 1 out" }));
 }
 
 static Slot<void(id, SEL)> s_layoutIMP;
@@ -132,7 +133,9 @@ static void restlessLayout(id self, SEL) { send(self, sel::setNeedsLayout); }
 TEST(UIView, AViewThatIsNeverContentTakesAFrameForEachRound)
 {
     Phone phone;
-    const Class restless = ClassBuilder("RestlessView", classOf<UIView>()).method(sel::layoutSubviews, &restlessLayout).build();
+    const Class restless = ClassBuilder("RestlessView", classOf<UIView>())
+                               .method(sel::layoutSubviews, &restlessLayout)
+                               .build();
     phone.window->addSubview(alloc<UIView>(restless));
     phone.world.executor().drain();
     EXPECT_EQ(phone.world.executor().pendingTasks(), 1U);
@@ -163,4 +166,4 @@ TEST(UIView, AnswersKeyPathsFromTheTree)
     EXPECT_TRUE(view->isHidden());
 }
 
-}
+} // namespace lumora::test
