@@ -162,6 +162,8 @@ void TDReportButtonView::addReportButtonToView(const std::shared_ptr<UIView>& ad
 {
     if (!adView)
         return;
+    // The slides count in the width that the caption's font and the form give, not in the interface file's.
+    setFrame({ this->frame().origin, send(this, sel::intrinsicContentSize) });
     const CGRect frame = getFrameForButtonInView(*adView);
     if (frame == CGRectZero)
         return;

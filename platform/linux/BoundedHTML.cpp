@@ -55,7 +55,7 @@ public:
     BoundedHTML run()
     {
         HTMLToken token;
-        while (m_left.tags > 0 && m_left.textBytes > 0 && m_tokens.next(token)) {
+        while (m_left.textBytes > 0 && m_tokens.next(token)) {
             if (!m_leftOut.empty())
                 skip(token);
             else if (token.kind == HTMLToken::Kind::StartTag)
@@ -91,13 +91,17 @@ private:
 
     void open(const HTMLToken& token)
     {
-        if (isLeftOut(token.name)) {
+        // Where the tags have run out, the text goes on.
+        const bool spent = m_left.tags == 0;
+        if (isLeftOut(token.name) || (spent && token.name == "style")) {
             if (!token.selfClosing) {
                 m_leftOut = token.name;
                 m_leftOutDepth = 1;
             }
             return;
         }
+        if (spent)
+            return;
         const bool leaf = isVoid(token.name);
         m_left.tags--;
         closeImplied(token.name);

@@ -86,7 +86,7 @@ public:
     }
 
 private:
-    size_t m_left { 10'000'000 };
+    size_t m_left { 3'000'000 };
 };
 
 template <typename Element> class Paying final : public Element {
@@ -418,7 +418,6 @@ public:
 
 private:
     static constexpr size_t mostElements = 4'000;
-    static constexpr size_t mostDrawings = 20'000;
     static constexpr double mostPicturePixels = 16e6;
 
     struct Font {
@@ -443,7 +442,8 @@ private:
     /// A saved state with the clips that hold now; restore it after drawing.
     cairo_t* beginDrawing(litehtml::uint_ptr to)
     {
-        m_effort.spend(10'000'000 / mostDrawings);
+        constexpr size_t costOfDrawing = 500;
+        m_effort.spend(costOfDrawing);
         auto* cairo = reinterpret_cast<cairo_t*>(to);
         cairo_save(cairo);
         for (const auto& [place, radii] : m_clips) {

@@ -17,7 +17,7 @@ namespace lumora {
 
 namespace {
 
-constexpr size_t maximumTextLength = 20'000;
+constexpr size_t maximumTextLength = 5'000;
 constexpr double maximumFontSize = 2'000;
 
 std::optional<std::string> whyNoFont(const NSData& data)

@@ -210,7 +210,7 @@ std::string decodedHTML(std::string_view text)
 {
     static constexpr std::array<std::pair<std::string_view, std::string_view>, 6> names { { { "amp", "&" },
         { "lt", "<" }, { "gt", ">" }, { "quot", "\"" }, { "apos", "'" }, { "nbsp", "\xc2\xa0" } } };
-    constexpr size_t longestReference = 12;
+    constexpr size_t longestReference = 32;
     std::string result;
     while (!text.empty()) {
         const size_t ampersand = std::min(text.find('&'), text.size());

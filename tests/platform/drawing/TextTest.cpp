@@ -1,6 +1,8 @@
 #include "tests/platform/drawing/Pixels.h"
 
+#include <atomic>
 #include <fstream>
+#include <thread>
 
 namespace lumora::test {
 
@@ -79,9 +81,9 @@ TEST(Text, IsDrawnInGreysOfItsColour)
 {
     TextStyle red = style(17);
     red.color = { 1, 0, 0, 1 };
-    const UIImage image = drawn("Report", red);
-    for (size_t at = 0; at < bytesOf(image).size(); at += 4)
-        ASSERT_EQ(image.pixels()[at + 1] + image.pixels()[at + 2], 0) << "no colour fringes";
+    const std::string bytes = bytesOf(drawn("Report", red));
+    for (size_t at = 0; at < bytes.size(); at += 4)
+        ASSERT_EQ(bytes[at + 1] | bytes[at + 2], 0) << "no colour fringes";
 }
 
 TEST(MeasureText, GivesTheSizeInWhichTheWholeTextFits)
@@ -107,6 +109,24 @@ TEST(Text, OfAnyBytesIsDrawn)
     EXPECT_FALSE(inkOf(std::string(1 << 20, 'x'), style(17, 0)).isEmpty());
     for (const double size : { 0.0, -3.0, 1e9 })
         drawn(sentence, style(size, 3));
+}
+
+TEST(Text, IsTheSameFromEveryThread)
+{
+    const std::string expected = bytesOf(drawn(sentence, style(17)));
+    const double width = measureText(sentence, style(23), 0).width;
+    std::atomic<int> wrong { 0 };
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 4; number++) {
+        threads.emplace_back([&] {
+            for (int turn = 0; turn < 10; turn++)
+                wrong += bytesOf(drawn(sentence, style(17))) != expected
+                    || measureText(sentence, style(23), 0).width != width;
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(wrong, 0);
 }
 
 TEST(RegisterGraphicsFont, TakesFontsOnly)
