@@ -1,11 +1,11 @@
-// What a dynamic call and a hook cost, beside a direct call of the same function in the same run: read the ratios.
+// What a dynamic call and a hook cost, beside a direct call of the same function in the same run: read the
+// ratios.
 
 #include "interception/Swizzling.h"
 #include "platform/process/ProcessLocal.h"
 #include "simulator/Phone.h"
 
 #include <benchmark/benchmark.h>
-
 #include <thread>
 
 namespace lumora {
@@ -66,5 +66,5 @@ void sendHookedMessageFromAForeignThread(benchmark::State& state)
 }
 BENCHMARK(sendHookedMessageFromAForeignThread);
 
-}
-}
+} // namespace
+} // namespace lumora

@@ -22,7 +22,8 @@ Phone::Options withNetworks(ConfigurationService& service)
         GoogleStandIn::install();
     };
     options.makeTransport = [&service] {
-        return std::make_shared<DirectTransport>(service, TDAPI::getURLWithType(TDAPI::EndpointType::Configuration));
+        return std::make_shared<DirectTransport>(
+            service, TDAPI::getURLWithType(TDAPI::EndpointType::Configuration));
     };
     return options;
 }
@@ -55,5 +56,5 @@ void freshGate(benchmark::State& state)
 }
 BENCHMARK(freshGate);
 
-}
-}
+} // namespace
+} // namespace lumora

@@ -74,7 +74,7 @@ constexpr PlacementRule placementRules[] = {
     { 4, TDAdNetworkType::Teads },
 };
 
-}
+} // namespace
 
 void Lumora::initiateTrackerWithKey(std::string_view key)
 {
@@ -124,14 +124,15 @@ void Lumora::setupPlacements()
 void Lumora::enableDB()
 {
     LMLog::logImportantMessage("initialize the Lumora...");
-    LMLog::logMessage(stringWithFormat("P_APPLICATION %@", { UIApplication::sharedApplication().description() }));
+    LMLog::logMessage(
+        stringWithFormat("P_APPLICATION %@", { UIApplication::sharedApplication().description() }));
     // The check never calls what it is given, so this line is never written: kept so on purpose.
     AdProcessingManager::checkTtlWithCompletion([](bool active) {
         if (active) {
-            LMLog::logImportantMessage(
-                stringWithFormat("Lumora Framework was initiated! Version %@", { TDDeviceInformation::getLMVersion() }));
+            LMLog::logImportantMessage(stringWithFormat(
+                "Lumora Framework was initiated! Version %@", { TDDeviceInformation::getLMVersion() }));
         }
     });
 }
 
-}
+} // namespace lumora

@@ -17,7 +17,10 @@ static const RegisteredClass registered { &Reachability::classDescription };
 
 static bool has(uint32_t flags, uint32_t wanted) { return (flags & wanted) != 0; }
 
-std::shared_ptr<Reachability> Reachability::reachabilityForInternetConnection() { return make<Reachability>(); }
+std::shared_ptr<Reachability> Reachability::reachabilityForInternetConnection()
+{
+    return make<Reachability>();
+}
 
 uint32_t Reachability::reachabilityFlags() const
 {
@@ -28,7 +31,8 @@ bool Reachability::isReachableWithFlags(uint32_t flags) const
 {
     if (!has(flags, kSCNetworkReachabilityFlagsReachable))
         return false;
-    if (has(flags, kSCNetworkReachabilityFlagsConnectionRequired) && has(flags, kSCNetworkReachabilityFlagsTransientConnection))
+    if (has(flags, kSCNetworkReachabilityFlagsConnectionRequired)
+        && has(flags, kSCNetworkReachabilityFlagsTransientConnection))
         return false;
     return !has(flags, kSCNetworkReachabilityFlagsIsWWAN) || m_reachableOnWWAN;
 }
@@ -103,12 +107,14 @@ std::string Reachability::currentReachabilityFlags() const
 std::string Reachability::description() const
 {
     return stringWithFormat("<%@: %#x (%@)>",
-        { object_getClassName(this), static_cast<int64_t>(reinterpret_cast<uintptr_t>(this)), currentReachabilityFlags() });
+        { object_getClassName(this), static_cast<int64_t>(reinterpret_cast<uintptr_t>(this)),
+            currentReachabilityFlags() });
 }
 
 bool LMInternetReachabilityChecker::isInternetAvailable()
 {
-    return Reachability::reachabilityForInternetConnection()->currentReachabilityStatus() != Reachability::NotReachable;
+    return Reachability::reachabilityForInternetConnection()->currentReachabilityStatus()
+        != Reachability::NotReachable;
 }
 
-}
+} // namespace lumora

@@ -6,8 +6,8 @@
 
 namespace lumora {
 
-/// Whether the network can be reached, and over which link. Reads the flags of the path afresh on every question; flags that
-/// cannot be read count as 0. Any thread.
+/// Whether the network can be reached, and over which link. Reads the flags of the path afresh on every
+/// question; flags that cannot be read count as 0. Any thread.
 class Reachability final : public NSObject {
 public:
     static const ClassDescription& classDescription();

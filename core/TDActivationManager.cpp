@@ -16,12 +16,13 @@ ProcessLocal<TDActivationManager> s_sharedInstance;
 ProcessLocal<std::shared_ptr<NSTimer>> s_retrivingTimer;
 constinit const TypedSelector<void()> getNewConfigSelector { "getNewConfig" };
 constexpr double retryInterval = 60.0;
-}
+} // namespace
 
 const ClassDescription& TDActivationManager::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<TDActivationManager, NSObject>("TDActivationManager")
-                                                    .method<&TDActivationManager::getNewConfig>(getNewConfigSelector);
+    static const ClassDescription description
+        = ClassDescription::of<TDActivationManager, NSObject>("TDActivationManager")
+              .method<&TDActivationManager::getNewConfig>(getNewConfigSelector);
     return description;
 }
 static const RegisteredClass registered { &TDActivationManager::classDescription };
@@ -149,4 +150,4 @@ void TDActivationManager::sendMessageToAllListenersWithConfig(const std::shared_
         guarded([&] { send(listener, sel::newConfigArrived, config); });
 }
 
-}
+} // namespace lumora

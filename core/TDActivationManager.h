@@ -13,11 +13,12 @@ namespace sel {
 inline constinit const TypedSelector<void(id)> newConfigArrived { "newConfigArrived:" };
 }
 
-/// Owns the current remote configuration: fetches it at start-up, refreshes it when its time to live ends, falls back to
-/// defaults, tells listeners, and answers the gate that everything else asks. One per process; any thread.
+/// Owns the current remote configuration: fetches it at start-up, refreshes it when its time to live ends,
+/// falls back to defaults, tells listeners, and answers the gate that everything else asks. One per process;
+/// any thread.
 ///
-/// The gate's answers: false before start-up and while a request is in flight; the record's `active` while it is fresh; else a
-/// fetch of its own decides. Callers asking during a fetch are not queued.
+/// The gate's answers: false before start-up and while a request is in flight; the record's `active` while it
+/// is fresh; else a fetch of its own decides. Callers asking during a fetch are not queued.
 class TDActivationManager final : public NSObject {
 public:
     static const ClassDescription& classDescription();
@@ -29,13 +30,15 @@ public:
     void activate();
     /// The current record; null before the first answer or failure.
     std::shared_ptr<TDConfig> getConfig() const;
-    /// The gate. An answer that is known is given at once on the calling thread; one that waited for a fetch comes on the main
-    /// queue. Without a callback a fetch may be started even before start-up: kept, a host can warm the record up this way.
+    /// The gate. An answer that is known is given at once on the calling thread; one that waited for a fetch
+    /// comes on the main queue. Without a callback a fetch may be started even before start-up: kept, a host
+    /// can warm the record up this way.
     void checkActivationWithBlock(const Answer& callback);
-    /// A fetch that arms no timer, tells no listener and disables no button. A failed or stale answer is replaced by a default
-    /// record that says no for 300 seconds.
+    /// A fetch that arms no timer, tells no listener and disables no button. A failed or stale answer is
+    /// replaced by a default record that says no for 300 seconds.
     void checkConfigWithoutRepeatedUpdatingWithSuccess(const Answer& callback);
-    /// A fetch that arms the refresh timer and tells the listeners; a failed one disables all buttons and retries in 60 s.
+    /// A fetch that arms the refresh timer and tells the listeners; a failed one disables all buttons and
+    /// retries in 60 s.
     void getNewConfig();
     void makeDefaultValuesForConfig();
     void makeMaxAgeForRetrievingConfig();

@@ -42,9 +42,10 @@ Value buttonTapOf(const NSDictionary* dictionary)
     return TDConfig::getNSNumberFromDict(dictionary, "buttonTap", doubleTap);
 }
 
-}
+} // namespace
 
-Value TDConfig::getNSNumberFromDict(const NSDictionary* dictionary, std::string_view andKey, const Value& andDefaultValue)
+Value TDConfig::getNSNumberFromDict(
+    const NSDictionary* dictionary, std::string_view andKey, const Value& andDefaultValue)
 {
     constexpr int missing = -1;
     const Value* found = dictionary ? dictionary->find(andKey) : nullptr;
@@ -62,10 +63,13 @@ Value TDConfig::getNSNumberFromDict(const NSDictionary* dictionary, std::string_
 
 std::shared_ptr<TDConfig> TDConfig::initWithDictionary(const NSDictionary* dictionary)
 {
-    auto number = [&](std::string_view key, int byDefault) { return getNSNumberFromDict(dictionary, key, byDefault); };
+    auto number = [&](std::string_view key, int byDefault) {
+        return getNSNumberFromDict(dictionary, key, byDefault);
+    };
     std::shared_ptr<TDConfig> config = make<TDConfig>();
     config->m_active = number("active", 0);
-    config->m_ttlConfig = timeIntervalSince1970Now() + static_cast<double>(number("ttlConfig", 300).integerValue());
+    config->m_ttlConfig
+        = timeIntervalSince1970Now() + static_cast<double>(number("ttlConfig", 300).integerValue());
     config->m_reportHTML = number("reportHTML", 0);
     config->m_inspectHTML = number("inspectHTML", 0);
     config->m_eventHTML = number("eventHTML", 0);
@@ -114,4 +118,4 @@ void TDConfig::encodeWithCoder(Object* coder)
     archive.encodeObject(m_sdks ? Value { NSArray(m_sdks->begin(), m_sdks->end()) } : Value {}, "sdks");
 }
 
-}
+} // namespace lumora

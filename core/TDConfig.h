@@ -10,9 +10,10 @@ namespace lumora {
 
 class NSCoder;
 
-/// The remote configuration in memory: what the service said, with a default for whatever is missing or malformed, and the
-/// time to live turned into an absolute expiry. No range checks: values stand as the service gave them.
-/// Never changed once published, so any thread may read it. Numbers are boxed, as an archive may lack some.
+/// The remote configuration in memory: what the service said, with a default for whatever is missing or
+/// malformed, and the time to live turned into an absolute expiry. No range checks: values stand as the
+/// service gave them. Never changed once published, so any thread may read it. Numbers are boxed, as an
+/// archive may lack some.
 class TDConfig final : public NSObject {
 public:
     static const ClassDescription& classDescription();
@@ -44,9 +45,11 @@ public:
     bool isFresh() const;
 
     /// The number to store for a key: the value itself, a text that parses as a number, or the default.
-    static Value getNSNumberFromDict(const NSDictionary* dictionary, std::string_view andKey, const Value& andDefaultValue);
+    static Value getNSNumberFromDict(
+        const NSDictionary* dictionary, std::string_view andKey, const Value& andDefaultValue);
 
-    /// Keyed archive, under the services' own names. Reading sets what is there, without defaults or conversions.
+    /// Keyed archive, under the services' own names. Reading sets what is there, without defaults or
+    /// conversions.
     id initWithCoder(Object* coder);
     void encodeWithCoder(Object* coder);
 

@@ -15,17 +15,32 @@ std::string infoText(const std::optional<NSBundle>& bundle, std::string_view key
     const Value value = bundle ? bundle->objectForInfoDictionaryKey(key) : Value {};
     return value.isNothing() ? std::string {} : value.description();
 }
-}
+} // namespace
 
 std::string TDDeviceInformation::getUUID() { return UIDevice::currentDevice().identifierForVendor(); }
 std::string TDDeviceInformation::getOSVersion() { return UIDevice::currentDevice().systemVersion(); }
 std::string TDDeviceInformation::getDeviceName() { return UIDevice::currentDevice().model(); }
 std::string TDDeviceInformation::getBundleID() { return NSBundle::mainBundle().bundleIdentifier(); }
-std::string TDDeviceInformation::getAppVersion() { return infoText(NSBundle::mainBundle(), "CFBundleVersion"); }
-std::string TDDeviceInformation::getBuildNumber() { return infoText(NSBundle::mainBundle(), "CFBundleShortVersionString"); }
-std::string TDDeviceInformation::getCarrierName() { return CTTelephonyNetworkInfo::carrierName().value_or("No Carrier"); }
-bool TDDeviceInformation::isAdTrackingEnabled() { return ASIdentifierManager::isAdvertisingTrackingEnabled(); }
-std::string TDDeviceInformation::getIDFA() { return ASIdentifierManager::advertisingIdentifier().value_or(""); }
+std::string TDDeviceInformation::getAppVersion()
+{
+    return infoText(NSBundle::mainBundle(), "CFBundleVersion");
+}
+std::string TDDeviceInformation::getBuildNumber()
+{
+    return infoText(NSBundle::mainBundle(), "CFBundleShortVersionString");
+}
+std::string TDDeviceInformation::getCarrierName()
+{
+    return CTTelephonyNetworkInfo::carrierName().value_or("No Carrier");
+}
+bool TDDeviceInformation::isAdTrackingEnabled()
+{
+    return ASIdentifierManager::isAdvertisingTrackingEnabled();
+}
+std::string TDDeviceInformation::getIDFA()
+{
+    return ASIdentifierManager::advertisingIdentifier().value_or("");
+}
 
 std::string TDDeviceInformation::getConnectionType()
 {
@@ -51,4 +66,4 @@ std::string TDDeviceInformation::getLMVersionWithoutBuild()
     return infoText(NSBundle::bundleWithIdentifier(libraryBundleIdentifier), "CFBundleShortVersionString");
 }
 
-}
+} // namespace lumora

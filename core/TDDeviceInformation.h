@@ -4,17 +4,19 @@
 
 namespace lumora {
 
-/// What both services are told about device, host application and library. Stateless; every call reads afresh. Any thread.
+/// What both services are told about device, host application and library. Stateless; every call reads
+/// afresh. Any thread.
 class TDDeviceInformation {
 public:
     /// The per-vendor identifier, as the platform writes it.
     static std::string getUUID();
     static std::string getOSVersion();
-    /// "no internet", "mobile internet", "WIFI" or "no access to connection type". Each call leaves one more reachability
-    /// object registered for the life of the process; ask once per request.
+    /// "no internet", "mobile internet", "WIFI" or "no access to connection type". Each call leaves one more
+    /// reachability object registered for the life of the process; ask once per request.
     static std::string getConnectionType();
     static std::string getBundleID();
-    /// The host's CFBundleVersion, its build number. Kept: the services expect the crossing with `getBuildNumber`.
+    /// The host's CFBundleVersion, its build number. Kept: the services expect the crossing with
+    /// `getBuildNumber`.
     static std::string getAppVersion();
     /// The host's CFBundleShortVersionString, its marketing version. Kept: see `getAppVersion`.
     static std::string getBuildNumber();
@@ -29,4 +31,4 @@ public:
     static std::string getIDFA();
 };
 
-}
+} // namespace lumora

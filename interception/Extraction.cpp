@@ -10,8 +10,7 @@ namespace lumora {
 namespace {
 
 // A value that cannot be read, whatever the foreign object raises, is not there.
-template <typename Read>
-Value readGuarded(Read&& read)
+template <typename Read> Value readGuarded(Read&& read)
 {
     try {
         return read();
@@ -28,9 +27,12 @@ Value answerOf(Object* receiver, std::string_view selector)
         : Value {};
 }
 
-std::string textOr(const Value& value, const char* fallback) { return value.isString() ? *value.string() : fallback; }
-
+std::string textOr(const Value& value, const char* fallback)
+{
+    return value.isString() ? *value.string() : fallback;
 }
+
+} // namespace
 
 Value getValueFromObject(const Object* object, std::initializer_list<const char*> keyPathes)
 {
@@ -49,7 +51,8 @@ std::string textFromObject(const Object* object, std::initializer_list<const cha
     return getValueFromObject(object, keyPathes).stringOrEmpty();
 }
 
-std::string versionFromClass(std::initializer_list<const char*> classNames, std::string_view selector, const char* fallback)
+std::string versionFromClass(
+    std::initializer_list<const char*> classNames, std::string_view selector, const char* fallback)
 {
     for (const char* name : classNames) {
         if (Class cls = NSClassFromString(name))
@@ -65,7 +68,8 @@ std::string versionFromInstance(
     return textOr(answerOf(instance.object().get(), selector), fallback);
 }
 
-std::optional<std::string> digitsAfterPrefix(std::string_view text, std::initializer_list<const char*> prefixes)
+std::optional<std::string> digitsAfterPrefix(
+    std::string_view text, std::initializer_list<const char*> prefixes)
 {
     for (const char* prefix : prefixes) {
         const auto pattern
@@ -77,4 +81,4 @@ std::optional<std::string> digitsAfterPrefix(std::string_view text, std::initial
     return std::nullopt;
 }
 
-}
+} // namespace lumora

@@ -18,7 +18,7 @@ bool sameTypes(Method method, const IMP& replacement)
     return replacement && *method_getTypeEncoding(method) == *replacement.types;
 }
 
-}
+} // namespace
 
 int class_swizzleMethodAndStore(Class cls, SEL selector, const IMP& replacement, const SlotBase* store)
 {
@@ -40,7 +40,8 @@ int class_swizzleClassMethodAndStore(Class cls, SEL selector, const IMP& replace
     if (!found || !sameTypes(found, replacement))
         return 0;
     const TypeEncoding* types = method_getTypeEncoding(found);
-    if (Method instanceSide = class_getInstanceMethod(cls, selector); instanceSide && !sameTypes(instanceSide, replacement))
+    if (Method instanceSide = class_getInstanceMethod(cls, selector);
+        instanceSide && !sameTypes(instanceSide, replacement))
         return 0;
     keep(cls, method_getImplementation(found), store);
     // On the class itself, not on its metaclass: this is the instance side.
@@ -80,12 +81,13 @@ ClassDescription swizzlingCategory()
 }
 const RegisteredCategory registered { &NSObject::classDescription, &swizzlingCategory };
 
-}
+} // namespace
 
 void installHooks(std::initializer_list<Hook> hooks)
 {
     for (const Hook& hook : hooks)
-        send(NSClassFromString(hook.className), sel::swizzle, sel_registerName(hook.selector), hook.replacement, hook.store);
+        send(NSClassFromString(hook.className), sel::swizzle, sel_registerName(hook.selector),
+            hook.replacement, hook.store);
 }
 
-}
+} // namespace lumora

@@ -23,11 +23,14 @@ Class metaclassForReceiver(const Object* receiver)
 void lumora_bannerShowOctagon(id self, SEL _cmd, id ad)
 {
     guardedHook(self, [&] {
-        const Value support = getValueFromObject(self, { "_bannerView._bannerAd._adView._view._view._viewToSwap" });
-        const Value webView = getValueFromObject(self, { "_bannerView._bannerAd._adView._view._view._viewToSwap._webView" });
+        const Value support
+            = getValueFromObject(self, { "_bannerView._bannerAd._adView._view._view._viewToSwap" });
+        const Value webView
+            = getValueFromObject(self, { "_bannerView._bannerAd._adView._view._view._viewToSwap._webView" });
         if (const std::shared_ptr<Object> view = webView.object()) {
             LMReportButtonHelper::addReportButtonToView(view.get(), nullptr,
-                { { "metaclass", retain(metaclassForReceiver(self)) }, { "supportview", Value::weak(support.object()) } });
+                { { "metaclass", retain(metaclassForReceiver(self)) },
+                    { "supportview", Value::weak(support.object()) } });
         }
     });
     bannerShowIMP(self, _cmd, ad);
@@ -38,14 +41,15 @@ void swizzleMethods()
     installHooks({ { "GADBannerView", "adViewDidReceiveAd:", &lumora_bannerShowOctagon, &bannerShowIMP } });
 }
 
-}
+} // namespace
 
 const ClassDescription& TDGoogleV42Swizzler::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<TDGoogleV42Swizzler, NSObject>("TDGoogleV42Swizzler")
-                                                    .classMethod<&swizzleMethods>(sel::swizzleMethods);
+    static const ClassDescription description
+        = ClassDescription::of<TDGoogleV42Swizzler, NSObject>("TDGoogleV42Swizzler")
+              .classMethod<&swizzleMethods>(sel::swizzleMethods);
     return description;
 }
 static const RegisteredClass registered { &TDGoogleV42Swizzler::classDescription };
 
-}
+} // namespace lumora

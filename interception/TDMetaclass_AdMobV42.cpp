@@ -19,18 +19,22 @@ int64_t formatId() { return 0; }
 
 std::string creativeId(id, id supportObject)
 {
-    const std::string debugText = textFromObject(supportObject, { "_delegate._clickProtection._debugDialogString" });
+    const std::string debugText
+        = textFromObject(supportObject, { "_delegate._clickProtection._debugDialogString" });
     return digitsAfterPrefix(debugText, { "0=", "crid:" }).value_or("");
 }
 
-}
+} // namespace
 
 Value TDMetaclass_AdMobV42_banner::checkObjectForAmazon(id object)
 {
     const Value targeting = getValueFromObject(object,
-        { "_slot._loadingRequest._customTargeting", "_lastRequest._customTargeting", "_refreshTargeting._customTargeting" });
+        { "_slot._loadingRequest._customTargeting", "_lastRequest._customTargeting",
+            "_refreshTargeting._customTargeting" });
     const NSDictionary* entries = targeting.dictionary();
-    if (!entries || !std::all_of(std::begin(amazonKeys), std::end(amazonKeys), [&](const char* key) { return entries->find(key); }))
+    if (!entries || !std::all_of(std::begin(amazonKeys), std::end(amazonKeys), [&](const char* key) {
+            return entries->find(key);
+        }))
         return {};
     return NSDictionary { { "DTB(Amazon)", versionFromClass({ "DTBAds" }, "version", "") } };
 }
@@ -53,11 +57,12 @@ static const RegisteredClass registeredAdMob { &TDMetaclass_AdMobV42_banner::cla
 const ClassDescription& TDMetaclass_DFPV42_banner::classDescription()
 {
     static const ClassDescription description
-        = ClassDescription::of<TDMetaclass_DFPV42_banner, TDMetaclass_AdMobV42_banner>("TDMetaclass_DFPV42_banner")
+        = ClassDescription::of<TDMetaclass_DFPV42_banner, TDMetaclass_AdMobV42_banner>(
+            "TDMetaclass_DFPV42_banner")
               .classMethod<&adManager>(sel::getSDKName)
               .classMethod<&banner>(sel::adType);
     return description;
 }
 static const RegisteredClass registeredAdManager { &TDMetaclass_DFPV42_banner::classDescription };
 
-}
+} // namespace lumora

@@ -21,7 +21,7 @@ std::string creativeId(id adView)
             "_delegate._configuration._creativeId", "_delegate._delegate._adConfiguration.creativeId" });
 }
 
-}
+} // namespace
 
 const ClassDescription& TDMetaclass_MoPub_banner::classDescription()
 {
@@ -37,4 +37,4 @@ const ClassDescription& TDMetaclass_MoPub_banner::classDescription()
 }
 static const RegisteredClass registered { &TDMetaclass_MoPub_banner::classDescription };
 
-}
+} // namespace lumora

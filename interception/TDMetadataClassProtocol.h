@@ -4,9 +4,10 @@
 
 namespace lumora::sel {
 
-// What a metadata class answers: one stateless class per network and format that knows where the network keeps its identifiers.
-// All are class-level. The first three are required; a caller asks `respondsToSelector` before any other. Identifiers are
-// empty, never absent, when nothing is found. Main thread.
+// What a metadata class answers: one stateless class per network and format that knows where the network
+// keeps its identifiers. All are class-level. The first three are required; a caller asks
+// `respondsToSelector` before any other. Identifiers are empty, never absent, when nothing is found. Main
+// thread.
 inline constinit const TypedSelector<std::string()> getSDKName { "getSDKName" };
 inline constinit const TypedSelector<std::string()> getVersion { "getVersion" };
 /// "banner", "interstitial" or "native".
@@ -15,7 +16,9 @@ inline constinit const TypedSelector<std::string(id)> getCreativeIDWithObject { 
 inline constinit const TypedSelector<std::string(id, id)> getCreativeIDWithObject_withSupportObject {
     "getCreativeIDWithObject:withSupportObject:"
 };
-inline constinit const TypedSelector<std::string(id)> getPlacementIDWithObject { "getPlacementIDWithObject:" };
+inline constinit const TypedSelector<std::string(id)> getPlacementIDWithObject {
+    "getPlacementIDWithObject:"
+};
 inline constinit const TypedSelector<std::string(id, id)> getPlacementIDWithObject_withSupportObject {
     "getPlacementIDWithObject:withSupportObject:"
 };
@@ -36,9 +39,10 @@ inline constinit const TypedSelector<bool()> havePlayer { "havePlayer" };
 inline constinit const TypedSelector<void()> pausePlayer { "pausePlayer" };
 inline constinit const TypedSelector<void()> playPlayer { "playPlayer" };
 
-}
+} // namespace lumora::sel
 
 namespace lumora {
 inline constexpr const char* TDMetadataClassProtocol = "TDMetadataClassProtocol";
-inline constexpr const char* TDMetadataClassPlayerManipulateSupportProtocol = "TDMetadataClassPlayerManipulateSupportProtocol";
-}
+inline constexpr const char* TDMetadataClassPlayerManipulateSupportProtocol
+    = "TDMetadataClassPlayerManipulateSupportProtocol";
+} // namespace lumora

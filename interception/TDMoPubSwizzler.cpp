@@ -13,8 +13,8 @@ namespace {
 
 Slot<void(id, SEL, id)> bannerDidLoadIMP;
 
-// The loaded view arrives before the network puts it on screen; the button goes on the web view inside, or on the view itself
-// when the creative is native.
+// The loaded view arrives before the network puts it on screen; the button goes on the web view inside, or on
+// the view itself when the creative is native.
 void lumora_banner_didLoad(id self, SEL _cmd, id adView)
 {
     guardedHook(self, [&] {
@@ -28,16 +28,20 @@ void lumora_banner_didLoad(id self, SEL _cmd, id adView)
     bannerDidLoadIMP(self, _cmd, adView);
 }
 
-void swizzleMethods() { installHooks({ { "MPAdView", "managerDidLoadAd:", &lumora_banner_didLoad, &bannerDidLoadIMP } }); }
-
+void swizzleMethods()
+{
+    installHooks({ { "MPAdView", "managerDidLoadAd:", &lumora_banner_didLoad, &bannerDidLoadIMP } });
 }
+
+} // namespace
 
 const ClassDescription& TDMoPubSwizzler::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<TDMoPubSwizzler, NSObject>("TDMoPubSwizzler")
-                                                    .classMethod<&swizzleMethods>(sel::swizzleMethods);
+    static const ClassDescription description
+        = ClassDescription::of<TDMoPubSwizzler, NSObject>("TDMoPubSwizzler")
+              .classMethod<&swizzleMethods>(sel::swizzleMethods);
     return description;
 }
 static const RegisteredClass registered { &TDMoPubSwizzler::classDescription };
 
-}
+} // namespace lumora

@@ -12,11 +12,12 @@ namespace lumora {
 namespace {
 ProcessLocal<AdProcessingManager> s_sharedInstance;
 ProcessOnce s_initialised;
-}
+} // namespace
 
 const ClassDescription& AdProcessingManager::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<AdProcessingManager, NSObject>("AdProcessingManager");
+    static const ClassDescription description
+        = ClassDescription::of<AdProcessingManager, NSObject>("AdProcessingManager");
     return description;
 }
 static const RegisteredClass registered { &AdProcessingManager::classDescription };
@@ -40,7 +41,8 @@ std::shared_ptr<LMAdViewProcessor> AdProcessingManager::getProcessorReversedBy(c
         if (!ad || !view)
             continue;
         const auto* adView = dynamic_cast<const UIView*>(ad.get());
-        const bool related = wanted && adView && (containsSubview(*adView, *wanted) || containsSubview(*wanted, *adView));
+        const bool related
+            = wanted && adView && (containsSubview(*adView, *wanted) || containsSubview(*wanted, *adView));
         if (ad->isEqual(view) || related)
             return *processor;
     }
@@ -49,7 +51,7 @@ std::shared_ptr<LMAdViewProcessor> AdProcessingManager::getProcessorReversedBy(c
 
 void AdProcessingManager::checkTtlWithCompletion(const std::function<void(bool)>&)
 {
-    TDActivationManager::sharedInstance().checkActivationWithBlock([](bool) { });
+    TDActivationManager::sharedInstance().checkActivationWithBlock([](bool) {});
 }
 
-}
+} // namespace lumora

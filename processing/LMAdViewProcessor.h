@@ -8,8 +8,8 @@ namespace lumora {
 
 class TDEventModel;
 
-/// One object per live ad of the processors pipeline: knows the ad object, weakly, and answers for it. The networks' own
-/// processors derive from it. Main thread.
+/// One object per live ad of the processors pipeline: knows the ad object, weakly, and answers for it. The
+/// networks' own processors derive from it. Main thread.
 class LMAdViewProcessor : public NSObject {
 public:
     using EventCompletion = std::function<void(const std::shared_ptr<TDEventModel>&)>;
@@ -23,7 +23,9 @@ public:
     void setAdObject(const std::shared_ptr<Object>& adObject) { m_adObject = adObject; }
 
     /// Fills an event with what is known of the ad and hands it to the completion.
-    virtual void updateEventInfo(const std::shared_ptr<TDEventModel>& event, const EventCompletion& completion) = 0;
+    virtual void updateEventInfo(
+        const std::shared_ptr<TDEventModel>& event, const EventCompletion& completion)
+        = 0;
     virtual std::string getAdTypeInString() = 0;
     virtual void getNewHTMLWithPurpose(HTMLPurpose purpose, const HTMLCompletion& completion) = 0;
 

@@ -9,7 +9,8 @@ static ProcessLocal<ProcessorsManager> s_sharedInstance;
 
 const ClassDescription& ProcessorsManager::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<ProcessorsManager, NSObject>("ProcessorsManager");
+    static const ClassDescription description
+        = ClassDescription::of<ProcessorsManager, NSObject>("ProcessorsManager");
     return description;
 }
 static const RegisteredClass registered { &ProcessorsManager::classDescription };
@@ -28,7 +29,8 @@ void ProcessorsManager::addProcessor(const std::shared_ptr<LMAdViewProcessor>& p
 void ProcessorsManager::removeProcessor(const std::shared_ptr<LMAdViewProcessor>& processor)
 {
     Locker hold(m_lock);
-    std::erase_if(m_adProcessors, [&](const auto& registered) { return registered->isEqual(processor.get()); });
+    std::erase_if(
+        m_adProcessors, [&](const auto& registered) { return registered->isEqual(processor.get()); });
 }
 
 std::vector<std::shared_ptr<LMAdViewProcessor>> ProcessorsManager::getAllProcessors() const
@@ -43,4 +45,4 @@ size_t ProcessorsManager::count() const
     return m_adProcessors.size();
 }
 
-}
+} // namespace lumora

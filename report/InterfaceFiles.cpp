@@ -22,4 +22,4 @@ UIImage libraryImage(std::string_view name)
     return data ? UIImage::imageWithData(*data, sharpestScale).value_or(UIImage {}) : UIImage {};
 }
 
-}
+} // namespace lumora

@@ -8,11 +8,10 @@
 
 namespace lumora {
 
-/// The first object of one of the library's interface files, its fonts being registered first; null, with a line on the
-/// console, when the file is missing or damaged. Main thread.
+/// The first object of one of the library's interface files, its fonts being registered first; null, with a
+/// line on the console, when the file is missing or damaged. Main thread.
 std::shared_ptr<Object> loadInterface(std::string_view name, Object* owner = nullptr);
-template <typename T>
-std::shared_ptr<T> loadInterface(std::string_view name)
+template <typename T> std::shared_ptr<T> loadInterface(std::string_view name)
 {
     return as<T>(loadInterface(name));
 }

@@ -25,4 +25,4 @@ void LMFontsLoader::load()
     });
 }
 
-}
+} // namespace lumora

@@ -9,7 +9,7 @@ namespace lumora {
 namespace {
 constinit const TypedSelector<void()> onButtonCloseSelector { "onButtonClose" };
 constexpr double roomyHeight = 230;
-}
+} // namespace
 
 const ClassDescription& LMReportAdView::classDescription()
 {
@@ -28,7 +28,8 @@ static const RegisteredClass registered { &LMReportAdView::classDescription };
 
 std::shared_ptr<LMReportAdView> LMReportAdView::initFromNibForAdSize(CGSize size)
 {
-    return loadInterface<LMReportAdView>(size.height >= roomyHeight ? "LMReportAdNativeBannerView" : "LMReportAdBannerView");
+    return loadInterface<LMReportAdView>(
+        size.height >= roomyHeight ? "LMReportAdNativeBannerView" : "LMReportAdBannerView");
 }
 
 void LMReportAdView::setup()
@@ -44,7 +45,8 @@ void LMReportAdView::setup()
 std::shared_ptr<Object> LMReportAdView::delegateFor(SEL selector) const
 {
     auto delegate = m_delegate.lock();
-    const bool listens = conformsToProtocol(delegate.get(), LMReportAdViewDelegate) && respondsToSelector(delegate.get(), selector);
+    const bool listens = conformsToProtocol(delegate.get(), LMReportAdViewDelegate)
+        && respondsToSelector(delegate.get(), selector);
     return listens ? delegate : nullptr;
 }
 
@@ -55,8 +57,8 @@ void LMReportAdView::onButtonClose()
 
 void LMReportAdView::reportButtonDidTouched(Object*, const std::string& userDescription)
 {
-    send(delegateFor(sel::reportAdViewDidTouchReportButton), sel::reportAdViewDidTouchReportButton, static_cast<id>(this),
-        userDescription);
+    send(delegateFor(sel::reportAdViewDidTouchReportButton), sel::reportAdViewDidTouchReportButton,
+        static_cast<id>(this), userDescription);
 }
 
-}
+} // namespace lumora

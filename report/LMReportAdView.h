@@ -5,13 +5,14 @@
 
 namespace lumora {
 
-/// The overlay inside a banner or native ad on which a user picks what is wrong with it. Main thread; its delegate, the report
-/// flow, takes it away. Tells only a delegate that conforms.
+/// The overlay inside a banner or native ad on which a user picks what is wrong with it. Main thread; its
+/// delegate, the report flow, takes it away. Tells only a delegate that conforms.
 class LMReportAdView final : public UIView {
 public:
     static const ClassDescription& classDescription();
 
-    /// The overlay for an ad of that size in points: the roomy layout from 230 points of height on. Null without its file.
+    /// The overlay for an ad of that size in points: the roomy layout from 230 points of height on. Null
+    /// without its file.
     static std::shared_ptr<LMReportAdView> initFromNibForAdSize(CGSize size);
     /// Gives the buttons their reasons and the close control its tap; twice is harmless.
     void setup();

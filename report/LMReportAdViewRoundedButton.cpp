@@ -10,7 +10,7 @@ namespace lumora {
 namespace {
 constinit const TypedSelector<void()> didTouchUpInsideSelector { "didTouchUpInside" };
 constexpr double timeToSeeTheChoice = 1.0;
-}
+} // namespace
 
 const ClassDescription& LMReportAdViewRoundedButton::classDescription()
 {
@@ -55,7 +55,8 @@ void LMReportAdViewRoundedButton::setupView()
 void LMReportAdViewRoundedButton::layoutSubviews()
 {
     sendSuper(classOf<LMReportAdViewRoundedButton>(), this, sel::layoutSubviews);
-    // The interface file gives the frame after the initialiser ran, and layout the final one: a capsule at any height.
+    // The interface file gives the frame after the initialiser ran, and layout the final one: a capsule at
+    // any height.
     layer().setCornerRadius(frame().size.height / 2);
 }
 
@@ -67,11 +68,12 @@ void LMReportAdViewRoundedButton::didTouchUpInside()
     makeActive();
     if (!respondsToSelector(m_delegate.lock().get(), sel::reportButtonDidTouched))
         return;
-    dispatch_get_main_queue().asyncAfter(timeToSeeTheChoice, [weakButton = std::weak_ptr(shared_from_this())] {
-        const auto button = as<LMReportAdViewRoundedButton>(weakButton.lock());
-        if (const auto delegate = button ? button->m_delegate.lock() : nullptr)
-            send(delegate, sel::reportButtonDidTouched, button, button->m_userDescription);
-    });
+    dispatch_get_main_queue().asyncAfter(
+        timeToSeeTheChoice, [weakButton = std::weak_ptr(shared_from_this())] {
+            const auto button = as<LMReportAdViewRoundedButton>(weakButton.lock());
+            if (const auto delegate = button ? button->m_delegate.lock() : nullptr)
+                send(delegate, sel::reportButtonDidTouched, button, button->m_userDescription);
+        });
 }
 
 void LMReportAdViewRoundedButton::makeActive()
@@ -88,4 +90,4 @@ void LMReportAdViewRoundedButton::makeInactive()
     setBackgroundColor(UIColor::whiteColor());
 }
 
-}
+} // namespace lumora

@@ -7,8 +7,9 @@
 
 namespace lumora {
 
-/// One reason on a report screen: a capsule that lights up when it is chosen and tells its screen a second later, so that the
-/// user sees it. Single-shot: later taps are ignored. Main thread; holds its delegate weakly.
+/// One reason on a report screen: a capsule that lights up when it is chosen and tells its screen a second
+/// later, so that the user sees it. Single-shot: later taps are ignored. Main thread; holds its delegate
+/// weakly.
 class LMReportAdViewRoundedButton final : public UIButton {
 public:
     static const ClassDescription& classDescription();

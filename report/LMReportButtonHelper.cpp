@@ -43,7 +43,8 @@ bool LMReportButtonHelper::isReportButtonInSubviewsOfView(const Object* view)
         return false;
     const auto subviews = adView->subviews();
     return std::any_of(subviews.begin(), subviews.end(),
-        [cls = classOf<TDReportButtonView>()](const std::shared_ptr<UIView>& subview) { return subview->isa() == cls; });
+        [cls = classOf<TDReportButtonView>()](
+            const std::shared_ptr<UIView>& subview) { return subview->isa() == cls; });
 }
 
-}
+} // namespace lumora

@@ -20,4 +20,4 @@ void ReportButtonDelegate::received(Object* adView, const NSDictionary& info)
         reportButtonWasClickedInView(*view, info);
 }
 
-}
+} // namespace lumora

@@ -4,14 +4,15 @@
 
 namespace lumora {
 
-// The conversations between the report screens, the handler and the host. Each receiver is held weakly and asked whether it
-// conforms before it is told. All on the main thread.
+// The conversations between the report screens, the handler and the host. Each receiver is held weakly and
+// asked whether it conforms before it is told. All on the main thread.
 
 /// The host's: (ad view, the report).
 inline constexpr const char* ReportButtonDelegateProtocol = "ReportButtonDelegate";
 inline constexpr const char* LMReportAdViewRoundedButtonDelegate = "LMReportAdViewRoundedButtonDelegate";
 inline constexpr const char* LMReportAdViewDelegate = "LMReportAdViewDelegate";
-inline constexpr const char* LMSwipableReportViewControllerDelegate = "LMSwipableReportViewControllerDelegate";
+inline constexpr const char* LMSwipableReportViewControllerDelegate
+    = "LMSwipableReportViewControllerDelegate";
 
 namespace sel {
 inline constinit const TypedSelector<void(id, NSDictionary)> reportButtonWasClickedInView {

@@ -5,8 +5,10 @@
 namespace lumora {
 
 /// Makes a screen's three buttons say what the service knows: "offensive", "repetitive", "fraud".
-inline void assignReasons(const std::shared_ptr<Object>& screen, const std::shared_ptr<LMReportAdViewRoundedButton>& offensive,
-    const std::shared_ptr<LMReportAdViewRoundedButton>& repetitive, const std::shared_ptr<LMReportAdViewRoundedButton>& fraud)
+inline void assignReasons(const std::shared_ptr<Object>& screen,
+    const std::shared_ptr<LMReportAdViewRoundedButton>& offensive,
+    const std::shared_ptr<LMReportAdViewRoundedButton>& repetitive,
+    const std::shared_ptr<LMReportAdViewRoundedButton>& fraud)
 {
     auto assign = [&](const std::shared_ptr<LMReportAdViewRoundedButton>& button, const char* reason) {
         if (!button)
@@ -19,4 +21,4 @@ inline void assignReasons(const std::shared_ptr<Object>& screen, const std::shar
     assign(fraud, "fraud");
 }
 
-}
+} // namespace lumora

@@ -27,7 +27,7 @@ Value configuredButtonTap()
     const std::shared_ptr<TDConfig> config = TDActivationManager::sharedInstance().getConfig();
     return config ? config->buttonTap() : Value {};
 }
-}
+} // namespace
 
 const ClassDescription& TDButtonHandler::classDescription()
 {
@@ -37,17 +37,24 @@ const ClassDescription& TDButtonHandler::classDescription()
               .protocol(LMReportAdViewDelegate)
               .protocol("UIGestureRecognizerDelegate")
               .method<&TDButtonHandler::handleButtonTapAction>(sel::handleButtonTapAction)
-              .method<&TDButtonHandler::swipableReportViewControllerDidClosed>(sel::swipableReportViewControllerDidClosed)
-              .method<&TDButtonHandler::swipableReportViewControllerDidCanceled>(sel::swipableReportViewControllerDidCanceled)
+              .method<&TDButtonHandler::swipableReportViewControllerDidClosed>(
+                  sel::swipableReportViewControllerDidClosed)
+              .method<&TDButtonHandler::swipableReportViewControllerDidCanceled>(
+                  sel::swipableReportViewControllerDidCanceled)
               .method<&TDButtonHandler::reportAdViewDidCanceled>(sel::reportAdViewDidCanceled)
-              .method<&TDButtonHandler::reportAdViewDidTouchReportButton>(sel::reportAdViewDidTouchReportButton)
+              .method<&TDButtonHandler::reportAdViewDidTouchReportButton>(
+                  sel::reportAdViewDidTouchReportButton)
               .method<&TDButtonHandler::shouldRequireFailure>(sel::gestureRecognizerShouldRequireFailureOf)
-              .method<&TDButtonHandler::shouldBeRequiredToFail>(sel::gestureRecognizerShouldBeRequiredToFailBy);
+              .method<&TDButtonHandler::shouldBeRequiredToFail>(
+                  sel::gestureRecognizerShouldBeRequiredToFailBy);
     return description;
 }
 static const RegisteredClass registered { &TDButtonHandler::classDescription };
 
-std::shared_ptr<TDButtonHandler> TDButtonHandler::self() { return std::static_pointer_cast<TDButtonHandler>(shared_from_this()); }
+std::shared_ptr<TDButtonHandler> TDButtonHandler::self()
+{
+    return std::static_pointer_cast<TDButtonHandler>(shared_from_this());
+}
 
 void TDButtonHandler::saveAndGetInfoFromMetadataDict(const NSDictionary& metadata)
 {
@@ -121,12 +128,14 @@ void TDButtonHandler::presentReportAdForBannersAndNativeAdType()
     std::vector<std::shared_ptr<NSLayoutConstraint>> edges;
     using Attribute = NSLayoutAttribute;
     for (const Attribute edge : { Attribute::Top, Attribute::Bottom, Attribute::Left, Attribute::Right })
-        edges.push_back(NSLayoutConstraint::constraintWithItem(overlay.get(), edge, adView.get(), edge, 1, 0));
+        edges.push_back(
+            NSLayoutConstraint::constraintWithItem(overlay.get(), edge, adView.get(), edge, 1, 0));
     NSLayoutConstraint::activateConstraints(edges);
     overlay->setDelegate(self());
     overlay->setAlpha(0);
     adView->layoutIfNeeded();
-    UIView::animateWithDuration(overlayFadeTime, [&] { overlay->setAlpha(1); }, nullptr);
+    UIView::animateWithDuration(
+        overlayFadeTime, [&] { overlay->setAlpha(1); }, nullptr);
     if (const auto button = m_buttonView.lock())
         button->animateFromFullToHidden();
 }
@@ -145,8 +154,8 @@ void TDButtonHandler::dismissOverlay(Object* overlay, std::function<void()> then
         });
 }
 
-// Cancelling the overlay takes the button off this ad for good, cancelling the sheet brings it back: kept, hosts have come to
-// expect the difference.
+// Cancelling the overlay takes the button off this ad for good, cancelling the sheet brings it back: kept,
+// hosts have come to expect the difference.
 void TDButtonHandler::reportAdViewDidCanceled(Object* overlay)
 {
     dismissOverlay(overlay, [weakHandler = std::weak_ptr(self())] {
@@ -190,7 +199,10 @@ void TDButtonHandler::sendReportWithInfo(const std::optional<std::string>& info)
     reportThisAd();
 }
 
-bool TDButtonHandler::metadataClassResponds(SEL selector) const { return respondsToSelector(m_metadataClass.get(), selector); }
+bool TDButtonHandler::metadataClassResponds(SEL selector) const
+{
+    return respondsToSelector(m_metadataClass.get(), selector);
+}
 
 std::string TDButtonHandler::getCreativeId() const
 {
@@ -206,7 +218,8 @@ std::string TDButtonHandler::getPlacementId() const
 {
     const auto adView = m_adView.lock();
     if (metadataClassResponds(sel::getPlacementIDWithObject_withSupportObject))
-        return send(m_metadataClass, sel::getPlacementIDWithObject_withSupportObject, adView, supportObject());
+        return send(
+            m_metadataClass, sel::getPlacementIDWithObject_withSupportObject, adView, supportObject());
     if (metadataClassResponds(sel::getPlacementIDWithObject))
         return send(m_metadataClass, sel::getPlacementIDWithObject, adView);
     return "";
@@ -237,7 +250,8 @@ void TDButtonHandler::addMetadataTo(TDEventModel& event) const
     if (metadataClassResponds(sel::getOtherInfoForView))
         further = send(m_metadataClass, sel::getOtherInfoForView, adView);
     else if (metadataClassResponds(sel::getOtherInfoForView_andForSupportObject))
-        further = send(m_metadataClass, sel::getOtherInfoForView_andForSupportObject, adView, supportObject());
+        further
+            = send(m_metadataClass, sel::getOtherInfoForView_andForSupportObject, adView, supportObject());
     if (const NSDictionary* entries = further.dictionary())
         event.addAdditionalInfo(*entries);
 }
@@ -257,10 +271,11 @@ void TDButtonHandler::reportThisAd()
         addMetadataTo(*event);
     event->setType(m_userReport);
     const Value buttonTap = configuredButtonTap();
-    event->addAdditionalInfo(
-        { { "config", buttonTap.isNothing() ? NSDictionary {} : NSDictionary { { "buttonTap", buttonTap } } } });
+    event->addAdditionalInfo({ { "config",
+        buttonTap.isNothing() ? NSDictionary {} : NSDictionary { { "buttonTap", buttonTap } } } });
 
-    const auto processor = AdProcessingManager::sharedInstance().getProcessorReversedBy(m_adView.lock().get());
+    const auto processor
+        = AdProcessingManager::sharedInstance().getProcessorReversedBy(m_adView.lock().get());
     if (!processor)
         return sendEvent(event);
     event->setAdType(processor->getAdTypeInString());
@@ -310,7 +325,8 @@ void TDButtonHandler::getAdInfo()
     NSDictionary info { { "adId", button ? button->adLocalId() : "" } };
     if (std::string screenshot = screenshotOfAd(); !screenshot.empty())
         info.set("screenshot", std::move(screenshot));
-    const auto processor = AdProcessingManager::sharedInstance().getProcessorReversedBy(m_adView.lock().get());
+    const auto processor
+        = AdProcessingManager::sharedInstance().getProcessorReversedBy(m_adView.lock().get());
     if (!processor) {
         info.set("html", "");
         return;
@@ -319,4 +335,4 @@ void TDButtonHandler::getAdInfo()
         [info](const std::string& html, bool) mutable { info.set("html", html); });
 }
 
-}
+} // namespace lumora

@@ -10,9 +10,10 @@ namespace lumora {
 
 class TDReportButtonView;
 
-/// The controller behind one report button: takes its taps, opens the report screen that suits the ad, and turns the chosen
-/// reason into a report. The button owns it; it holds button, ad view, support object and delegate weakly, the metadata class
-/// strongly. Main thread, except the event pipeline's completion, which it moves there.
+/// The controller behind one report button: takes its taps, opens the report screen that suits the ad, and
+/// turns the chosen reason into a report. The button owns it; it holds button, ad view, support object and
+/// delegate weakly, the metadata class strongly. Main thread, except the event pipeline's completion, which
+/// it moves there.
 class TDButtonHandler final : public NSObject {
 public:
     static const ClassDescription& classDescription();
@@ -41,7 +42,8 @@ public:
     void reportButtonWasClosed();
     void presentReportForIntersitialAdType();
     void presentReportAdForBannersAndNativeAdType();
-    /// Gathers identifier, screenshot and markup and sends nothing: kept, the round of the ad monitor ends here.
+    /// Gathers identifier, screenshot and markup and sends nothing: kept, the round of the ad monitor ends
+    /// here.
     void getAdInfo();
     /// Assembles the report and hands it to the event pipeline.
     void reportThisAd();

@@ -50,4 +50,4 @@ std::vector<std::shared_ptr<TDReportButtonView>> TDButtonManager::getButtonsArra
     return m_buttons.allObjects();
 }
 
-}
+} // namespace lumora

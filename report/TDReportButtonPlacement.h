@@ -35,8 +35,8 @@ enum class TDAdNetworkType : uint64_t {
 /// Not the processors pipeline's format numbers.
 enum class TDAdFormatType : uint64_t { Banner = 0, Interstitial, Native, All };
 
-/// Where a network wants its button, by network and format. Nobody positions by it: a rule can be asked, no more.
-/// One per process; any thread.
+/// Where a network wants its button, by network and format. Nobody positions by it: a rule can be asked, no
+/// more. One per process; any thread.
 class TDReportButtonPlacement {
 public:
     /// What a pair without a rule answers.
@@ -58,4 +58,4 @@ private:
     std::map<std::string, uint64_t> m_customRules LUMORA_GUARDED_BY(m_lock);
 };
 
-}
+} // namespace lumora

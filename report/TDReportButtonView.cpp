@@ -29,8 +29,12 @@ constexpr double shortFormWidthCorrection = 14.0;
 constexpr double captionPadding = 14.0;
 constexpr double aboveAdContent = 50;
 
-bool hasSafeArea() { return numberFromText(UIDevice::currentDevice().systemVersion().substr(0, 2)).value_or(11).integerValue() >= 11; }
+bool hasSafeArea()
+{
+    return numberFromText(UIDevice::currentDevice().systemVersion().substr(0, 2)).value_or(11).integerValue()
+        >= 11;
 }
+} // namespace
 
 const ClassDescription& TDReportButtonView::classDescription()
 {
@@ -62,12 +66,18 @@ id TDReportButtonView::initWithCoder(Object* coder)
     return this;
 }
 
-double TDReportButtonView::trailingConstant() const { return m_trailingConstraint ? m_trailingConstraint->constant() : 0; }
-
-void TDReportButtonView::addReportButtonToView(const std::shared_ptr<UIView>& adView, const NSDictionary& withMetadata)
+double TDReportButtonView::trailingConstant() const
 {
-    dispatch_get_main_queue().asyncAfter(attachDelay,
-        [button = self(), adView = std::weak_ptr(adView), withMetadata] { button->attach(adView.lock(), withMetadata); });
+    return m_trailingConstraint ? m_trailingConstraint->constant() : 0;
+}
+
+void TDReportButtonView::addReportButtonToView(
+    const std::shared_ptr<UIView>& adView, const NSDictionary& withMetadata)
+{
+    dispatch_get_main_queue().asyncAfter(
+        attachDelay, [button = self(), adView = std::weak_ptr(adView), withMetadata] {
+            button->attach(adView.lock(), withMetadata);
+        });
 }
 
 void TDReportButtonView::attach(const std::shared_ptr<UIView>& adView, const NSDictionary& metadata)
@@ -112,7 +122,8 @@ void TDReportButtonView::configureHandlerWithView(const std::shared_ptr<UIView>&
 
 void TDReportButtonView::checkAndUpdateButtonForm()
 {
-    m_buttonForm = send(m_buttonHandler->metadataClass(), sel::adType) == "interstitial" ? Form::Full : Form::Short;
+    m_buttonForm
+        = send(m_buttonHandler->metadataClass(), sel::adType) == "interstitial" ? Form::Full : Form::Short;
     updateButtonForm();
 }
 
@@ -198,7 +209,8 @@ double TDReportButtonView::widerAdDiffFor(UIView& adView)
 
 CGRect TDReportButtonView::getFrameForButtonInView(UIView& adView)
 {
-    return CGRectMake(adView.frame().size.width, adView.bounds().size.height * topFraction, frame().size.width, frame().size.height);
+    return CGRectMake(adView.frame().size.width, adView.bounds().size.height * topFraction,
+        frame().size.width, frame().size.height);
 }
 
 double TDReportButtonView::getButtonWidthWithDiff() { return frame().size.width + m_widerAdDiff; }
@@ -346,7 +358,8 @@ CGSize TDReportButtonView::intrinsicContentSize()
     if (!m_textLabel || !m_xWidthConstraint)
         return frame().size;
     const double caption = send(m_textLabel, sel::intrinsicContentSize).width;
-    return { m_textLabel->frame().origin.x + caption + captionPadding - m_xWidthConstraint->constant(), frame().size.height };
+    return { m_textLabel->frame().origin.x + caption + captionPadding - m_xWidthConstraint->constant(),
+        frame().size.height };
 }
 
 UIBezierPath TDReportButtonView::getBezierPathFor(int64_t) const
@@ -368,4 +381,4 @@ void TDReportButtonView::layoutSubviews()
     layer().setZPosition(aboveAdContent);
 }
 
-}
+} // namespace lumora

@@ -12,9 +12,10 @@ namespace lumora {
 
 class NSLayoutConstraint;
 
-/// The small control on an ad's top right corner: slides in from the right edge, opens on taps, and says "Ad Reported" for a
-/// few seconds before it goes. Made from its interface file; a subview of the ad view, which owns it. It owns its handler.
-/// Main thread, except `adWasReported`, which moves itself there. Delays and animations hold it weakly.
+/// The small control on an ad's top right corner: slides in from the right edge, opens on taps, and says "Ad
+/// Reported" for a few seconds before it goes. Made from its interface file; a subview of the ad view, which
+/// owns it. It owns its handler. Main thread, except `adWasReported`, which moves itself there. Delays and
+/// animations hold it weakly.
 class TDReportButtonView final : public UIView {
 public:
     static const ClassDescription& classDescription();
@@ -48,12 +49,13 @@ public:
     /// The ad ID of every report from this button.
     const std::string& adLocalId() const { return m_adLocalId; }
     const std::shared_ptr<TDButtonHandler>& buttonHandler() const { return m_buttonHandler; }
-    /// How far the button is pulled left into the visible part of an ad wider than the screen; negative or 0, in points.
+    /// How far the button is pulled left into the visible part of an ad wider than the screen; negative or 0,
+    /// in points.
     double widerAdDiff() const { return m_widerAdDiff; }
     double trailingConstant() const;
 
-    /// Attaches after 1.0 s: handler, form, taps, place, registry, impression. Owned by that delay until then; if the ad view
-    /// is gone by then, the impression is still recorded.
+    /// Attaches after 1.0 s: handler, form, taps, place, registry, impression. Owned by that delay until
+    /// then; if the ad view is gone by then, the impression is still recorded.
     void addReportButtonToView(const std::shared_ptr<UIView>& adView, const NSDictionary& withMetadata);
     void configureHandlerWithView(const std::shared_ptr<UIView>& adView);
     void checkAndUpdateButtonForm();

@@ -10,12 +10,13 @@ namespace lumora {
 namespace {
 constinit const TypedSelector<void()> closeViewSelector { "closeView" };
 constexpr double sheetCornerRadius = 30;
-}
+} // namespace
 
 const ClassDescription& TDSwipableReportViewController::classDescription()
 {
     static const ClassDescription description
-        = ClassDescription::of<TDSwipableReportViewController, UIViewController>("TDSwipableReportViewController")
+        = ClassDescription::of<TDSwipableReportViewController, UIViewController>(
+            "TDSwipableReportViewController")
               .protocol(LMReportAdViewRoundedButtonDelegate)
               .method<&TDSwipableReportViewController::viewDidLoad>(sel::viewDidLoad)
               .method<&TDSwipableReportViewController::viewDidLayoutSubviews>(sel::viewDidLayoutSubviews)
@@ -75,13 +76,15 @@ void TDSwipableReportViewController::dismissAndTell(std::function<void(const std
 
 void TDSwipableReportViewController::closeView()
 {
-    dismissAndTell([](const auto& delegate) { send(delegate, sel::swipableReportViewControllerDidCanceled); });
+    dismissAndTell(
+        [](const auto& delegate) { send(delegate, sel::swipableReportViewControllerDidCanceled); });
 }
 
 void TDSwipableReportViewController::reportButtonDidTouched(Object*, const std::string& userDescription)
 {
-    dismissAndTell(
-        [userDescription](const auto& delegate) { send(delegate, sel::swipableReportViewControllerDidClosed, userDescription); });
+    dismissAndTell([userDescription](const auto& delegate) {
+        send(delegate, sel::swipableReportViewControllerDidClosed, userDescription);
+    });
 }
 
-}
+} // namespace lumora

@@ -5,8 +5,8 @@
 
 namespace lumora {
 
-/// The sheet over the current screen on which a user picks what is wrong with an interstitial. A tap on the dimmed area around
-/// it cancels. Main thread; tells its delegate, held weakly, once it is gone.
+/// The sheet over the current screen on which a user picks what is wrong with an interstitial. A tap on the
+/// dimmed area around it cancels. Main thread; tells its delegate, held weakly, once it is gone.
 class TDSwipableReportViewController final : public UIViewController {
 public:
     static const ClassDescription& classDescription();

@@ -15,7 +15,7 @@ struct CollectorKey {
     std::optional<std::string> text LUMORA_GUARDED_BY(lock);
 };
 ProcessLocal<CollectorKey> s_key;
-}
+} // namespace
 
 void LMAPI::setNewAuthKey(const std::optional<std::string>& key)
 {
@@ -51,4 +51,4 @@ void LMAPI::sendLog()
     NSURLSession::sharedSession().dataTaskWithRequest(std::move(request), nullptr);
 }
 
-}
+} // namespace lumora

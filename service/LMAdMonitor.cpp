@@ -14,12 +14,12 @@ ProcessLocal<LMAdMonitor> s_sharedInstance;
 constinit const TypedSelector<void()> configTimerSelector { "configTimer" };
 constexpr double pollingInterval = 20.0;
 constexpr int64_t never = -1;
-}
+} // namespace
 
 const ClassDescription& LMAdMonitor::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<LMAdMonitor, NSObject>("LMAdMonitor").method<&LMAdMonitor::configTimer>(configTimerSelector);
+    static const ClassDescription description = ClassDescription::of<LMAdMonitor, NSObject>("LMAdMonitor")
+                                                    .method<&LMAdMonitor::configTimer>(configTimerSelector);
     return description;
 }
 static const RegisteredClass registered { &LMAdMonitor::classDescription };
@@ -43,8 +43,9 @@ void LMAdMonitor::configTimer()
 
 void LMAdMonitor::sendAllAds()
 {
-    for (const std::shared_ptr<TDReportButtonView>& button : TDButtonManager::sharedInstance().getButtonsArray())
+    for (const std::shared_ptr<TDReportButtonView>& button :
+        TDButtonManager::sharedInstance().getButtonsArray())
         button->sendAdInfo();
 }
 
-}
+} // namespace lumora

@@ -6,7 +6,8 @@ namespace lumora {
 
 class NSTimer;
 
-/// Asks every live report button for its ad's record, as often as the configuration says. One per process; main thread.
+/// Asks every live report button for its ad's record, as often as the configuration says. One per process;
+/// main thread.
 class LMAdMonitor final : public NSObject {
 public:
     static const ClassDescription& classDescription();

@@ -15,14 +15,15 @@ namespace {
 ProcessLocal<LMEventsManager> s_shared;
 constinit const TypedSelector<void()> configTimerSelector { "configTimer" };
 constexpr double intervalWithoutConfig = 5.0;
-}
+} // namespace
 
 const ClassDescription& LMEventsManager::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<LMEventsManager, NSObject>("LMEventsManager")
-                                                    .method<&LMEventsManager::init>(sel::init)
-                                                    .method<&LMEventsManager::configTimer>(configTimerSelector)
-                                                    .method<&LMEventsManager::newConfigArrived>(sel::newConfigArrived);
+    static const ClassDescription description
+        = ClassDescription::of<LMEventsManager, NSObject>("LMEventsManager")
+              .method<&LMEventsManager::init>(sel::init)
+              .method<&LMEventsManager::configTimer>(configTimerSelector)
+              .method<&LMEventsManager::newConfigArrived>(sel::newConfigArrived);
     return description;
 }
 static const RegisteredClass registered { &LMEventsManager::classDescription };
@@ -35,7 +36,8 @@ id LMEventsManager::init()
     return this;
 }
 
-void LMEventsManager::handleEvent(const std::shared_ptr<TDEventModel>& event, const Completion& withCompletion)
+void LMEventsManager::handleEvent(
+    const std::shared_ptr<TDEventModel>& event, const Completion& withCompletion)
 {
     if (!event) {
         LMLog::logDebug("event model can't be nil");
@@ -44,15 +46,16 @@ void LMEventsManager::handleEvent(const std::shared_ptr<TDEventModel>& event, co
         return;
     }
     m_eventsSaver->saveEvent(event, nullptr);
-    TDActivationManager::sharedInstance().checkActivationWithBlock([self = retain(this), event, withCompletion](bool active) {
-        if (!active)
-            return;
-        self->m_eventsSender.sendEvent(event, [self, event, withCompletion](bool delivered) {
-            if (delivered)
-                self->m_eventsSaver->removeEvent(event);
-            callCompletion(withCompletion, delivered);
+    TDActivationManager::sharedInstance().checkActivationWithBlock(
+        [self = retain(this), event, withCompletion](bool active) {
+            if (!active)
+                return;
+            self->m_eventsSender.sendEvent(event, [self, event, withCompletion](bool delivered) {
+                if (delivered)
+                    self->m_eventsSaver->removeEvent(event);
+                callCompletion(withCompletion, delivered);
+            });
         });
-    });
 }
 
 void LMEventsManager::handleEventAsPending(const std::shared_ptr<TDEventModel>& event, const Object* forView)
@@ -70,8 +73,8 @@ void LMEventsManager::checkProcessorForPendingEvents(LMAdViewProcessor& processo
         make<TDEventModel>(), [self = retain(this), parked](const std::shared_ptr<TDEventModel>& filled) {
             if (!filled)
                 return;
-            // One model for all, changed between hand-overs: kept, so that parked events inherit the ad's metadata while the
-            // filled model's event ID stays.
+            // One model for all, changed between hand-overs: kept, so that parked events inherit the ad's
+            // metadata while the filled model's event ID stays.
             for (const std::shared_ptr<TDEventModel>& event : parked) {
                 filled->setHtml(event->html());
                 filled->setTs(event->ts());
@@ -131,4 +134,4 @@ void LMEventsManager::newConfigArrived(Object* config)
     }
 }
 
-}
+} // namespace lumora

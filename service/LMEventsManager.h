@@ -11,8 +11,9 @@ namespace lumora {
 class LMAdViewProcessor;
 class NSTimer;
 
-/// The one way an event takes to the service: stored first, sent when the gate allows, removed once delivered, and sent again
-/// on a timer while tries are left. One per process; any thread. Timers run on the main thread.
+/// The one way an event takes to the service: stored first, sent when the gate allows, removed once
+/// delivered, and sent again on a timer while tries are left. One per process; any thread. Timers run on the
+/// main thread.
 class LMEventsManager final : public NSObject {
 public:
     using Completion = std::function<void(bool delivered)>;
@@ -21,8 +22,9 @@ public:
     static LMEventsManager& shared();
     id init();
 
-    /// Stores, gates and sends an event. The completion may be absent; it hears true when delivered, false when the transport
-    /// failed, and nothing while the gate is closed: the event then waits in memory and in the backup.
+    /// Stores, gates and sends an event. The completion may be absent; it hears true when delivered, false
+    /// when the transport failed, and nothing while the gate is closed: the event then waits in memory and in
+    /// the backup.
     void handleEvent(const std::shared_ptr<TDEventModel>& event, const Completion& withCompletion);
     /// Parks an event until the metadata of its ad view is known; without a view it is stored as ready.
     void handleEventAsPending(const std::shared_ptr<TDEventModel>& event, const Object* forView);
@@ -30,7 +32,8 @@ public:
     void checkProcessorForPendingEvents(LMAdViewProcessor& processor);
     /// Re-arms the resend timer and runs a pass when there is a configuration; on the main queue.
     void configTimer();
-    /// One pass over what is ready. Spends a try if it found any; with none left, what it found is dropped for good.
+    /// One pass over what is ready. Spends a try if it found any; with none left, what it found is dropped
+    /// for good.
     void sendBackupEvents();
     /// A new record sets the number of tries for the whole pipeline.
     void newConfigArrived(Object* config);

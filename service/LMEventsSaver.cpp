@@ -14,7 +14,7 @@ auto equalTo(const std::shared_ptr<TDEventModel>& event)
 {
     return [event](const std::shared_ptr<TDEventModel>& other) { return event->isEqual(other.get()); };
 }
-}
+} // namespace
 
 Events LMEventsSaverUserDefaultsProvider::getAllEvents() const
 {
@@ -150,4 +150,4 @@ Events LMEventsSaver::getPendingEventsForRetrySending()
     return std::exchange(m_pendingEvents, {});
 }
 
-}
+} // namespace lumora

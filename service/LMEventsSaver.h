@@ -23,8 +23,9 @@ public:
     virtual bool containsEvent(const std::shared_ptr<TDEventModel>& event) const = 0;
 };
 
-/// The backup in the user defaults: one keyed archive of an array. Every operation reads and writes the whole array; what
-/// cannot be read counts as empty. Not synchronised: its owner's lock makes read-modify-write one step.
+/// The backup in the user defaults: one keyed archive of an array. Every operation reads and writes the whole
+/// array; what cannot be read counts as empty. Not synchronised: its owner's lock makes read-modify-write one
+/// step.
 class LMEventsSaverUserDefaultsProvider final : public LMEventsSaverProviderProtocol {
 public:
     void saveEvent(const std::shared_ptr<TDEventModel>& event) override;
@@ -37,8 +38,8 @@ private:
     static void write(const Events& events);
 };
 
-/// The lists of events that wait, and their backup. Ready events wait to be sent or sent again; unfilled ones wait for the
-/// metadata of their ad view, which is held weakly. Any thread.
+/// The lists of events that wait, and their backup. Ready events wait to be sent or sent again; unfilled ones
+/// wait for the metadata of their ad view, which is held weakly. Any thread.
 class LMEventsSaverProtocol {
 public:
     virtual ~LMEventsSaverProtocol() = default;

@@ -12,8 +12,9 @@ void LMEventsSender::sendEvent(
     if (!dictionary)
         return callCompletion(withCompletion, false);
     TDAPI::sendReport(
-        *dictionary, [withCompletion](bool delivered, const NSDictionary&) { callCompletion(withCompletion, delivered); },
+        *dictionary,
+        [withCompletion](bool delivered, const NSDictionary&) { callCompletion(withCompletion, delivered); },
         [withCompletion](const NSDictionary&) { callCompletion(withCompletion, false); });
 }
 
-}
+} // namespace lumora

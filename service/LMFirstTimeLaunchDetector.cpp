@@ -8,7 +8,7 @@ namespace lumora {
 namespace {
 ProcessLocal<LMFirstTimeLaunchDetector> s_sharedInstance;
 constexpr const char* firstLaunchKey = "lumorahost.user.defaults.first.launch";
-}
+} // namespace
 
 LMFirstTimeLaunchDetector& LMFirstTimeLaunchDetector::sharedInstance() { return s_sharedInstance.get(); }
 
@@ -30,4 +30,4 @@ bool LMFirstTimeLaunchDetector::isFirstLaunch()
     return true;
 }
 
-}
+} // namespace lumora

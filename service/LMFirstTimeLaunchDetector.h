@@ -13,4 +13,4 @@ public:
     bool getValue() const;
 };
 
-}
+} // namespace lumora

@@ -41,15 +41,16 @@ NSDictionary deviceFields()
 // A body that cannot be encoded is sent empty; the service's answer decides.
 void post(const std::string& path, const Value& body, NSURLSession::Completion completion)
 {
-    NSMutableURLRequest request = TDAPI::createURLRequestWithURL(stringWithFormat(path, { LUMORA_CONFIGURATION_SERVICE }), "POST");
+    NSMutableURLRequest request
+        = TDAPI::createURLRequestWithURL(stringWithFormat(path, { LUMORA_CONFIGURATION_SERVICE }), "POST");
     request.httpBody = dataWithJSONObject(body).value_or("");
     NSURLSession::sharedSession().dataTaskWithRequest(std::move(request), std::move(completion));
 }
 
 NSURLSession::Completion deliveryHandler(TDAPI::Completion completion, TDAPI::Failure failure)
 {
-    return [completion = std::move(completion), failure = std::move(failure)](
-               const NSData&, const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error) {
+    return [completion = std::move(completion), failure = std::move(failure)](const NSData&,
+               const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error) {
         if (error)
             callCompletion(failure, NSDictionary {});
         else if (response)
@@ -72,7 +73,7 @@ std::shared_ptr<TDConfig> configFrom(const NSData& body, const NSHTTPURLResponse
     return TDConfig::initWithDictionary(&entries);
 }
 
-}
+} // namespace
 
 std::string TDAPI::getURLWithType(EndpointType) { return LUMORA_CONFIGURATION_SERVICE; }
 
@@ -106,7 +107,8 @@ NSMutableURLRequest TDAPI::createURLRequestWithURL(const std::string& url, const
 
 std::optional<std::string> TDAPI::getIntNumbersFromString(std::string_view text)
 {
-    static const std::optional<NSRegularExpression> digits = NSRegularExpression::regularExpressionWithPattern("\\d+", false);
+    static const std::optional<NSRegularExpression> digits
+        = NSRegularExpression::regularExpressionWithPattern("\\d+", false);
     const auto match = digits->firstMatchInString(text);
     return match ? std::optional(match->text) : std::nullopt;
 }
@@ -118,8 +120,8 @@ void TDAPI::activateTindalWithCompletion(ConfigCompletion completion, ConfigFail
         { getURLWithType(EndpointType::Configuration), TDDeviceInformation::getOSVersion(),
             TDDeviceInformation::getLMVersionWithoutBuild() });
     NSURLSession::sharedSession().dataTaskWithRequest(createURLRequestWithURL(url, "GET"),
-        [completion = std::move(completion), failure = std::move(failure)](
-            const NSData& body, const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error) {
+        [completion = std::move(completion), failure = std::move(failure)](const NSData& body,
+            const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error) {
             if (error)
                 callCompletion(failure, *error);
             else if (response && completion)
@@ -153,4 +155,4 @@ void TDAPI::sendReport(const NSDictionary& report, Completion completion, Failur
     post("%@ad", NSArray { body }, deliveryHandler(std::move(completion), std::move(failure)));
 }
 
-}
+} // namespace lumora

@@ -9,10 +9,11 @@ namespace lumora {
 
 const ClassDescription& TDEventModel::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<TDEventModel, NSObject>("TDEventModel")
-                                                    .method<&TDEventModel::init>(sel::init)
-                                                    .method<&TDEventModel::initWithCoder>(sel::initWithCoder)
-                                                    .method<&TDEventModel::encodeWithCoder>(sel::encodeWithCoder);
+    static const ClassDescription description
+        = ClassDescription::of<TDEventModel, NSObject>("TDEventModel")
+              .method<&TDEventModel::init>(sel::init)
+              .method<&TDEventModel::initWithCoder>(sel::initWithCoder)
+              .method<&TDEventModel::encodeWithCoder>(sel::encodeWithCoder);
     return description;
 }
 static const RegisteredClass registered { &TDEventModel::classDescription };
@@ -21,8 +22,8 @@ static Value boxed(const TDEventModel::Text& text) { return text ? Value { *text
 
 id TDEventModel::init()
 {
-    for (AtomicProperty<Text>* property :
-        { &m_placementId, &m_sdk, &m_adFormat, &m_sdkVersion, &m_type, &m_screenshot, &m_html, &m_video, &m_redirectUrl, &m_adId })
+    for (AtomicProperty<Text>* property : { &m_placementId, &m_sdk, &m_adFormat, &m_sdkVersion, &m_type,
+             &m_screenshot, &m_html, &m_video, &m_redirectUrl, &m_adId })
         property->set("");
     setCreativeId("-1");
     setAdType("html");
@@ -115,4 +116,4 @@ bool TDEventModel::isEqual(const Object* other) const
     return event && (event == this || (event->eventId() == eventId() && event->ts() == ts()));
 }
 
-}
+} // namespace lumora

@@ -9,8 +9,7 @@
 namespace lumora {
 
 /// A property whose accessors are atomic: one event may be changed on one queue while another reads it.
-template <typename T>
-class AtomicProperty {
+template <typename T> class AtomicProperty {
 public:
     AtomicProperty() = default;
     explicit AtomicProperty(T value)
@@ -27,8 +26,7 @@ public:
         Locker hold(m_lock);
         std::swap(m_value, value);
     }
-    template <typename Change>
-    void update(const Change& change)
+    template <typename Change> void update(const Change& change)
     {
         Locker hold(m_lock);
         change(m_value);
@@ -39,8 +37,8 @@ private:
     T m_value LUMORA_GUARDED_BY(m_lock);
 };
 
-/// One noteworthy thing that happened to an ad. Any thread. A text that is unset, rather than empty, makes the event
-/// unsendable; producers keep every one set. Two events are equal when event ID and time stamp are.
+/// One noteworthy thing that happened to an ad. Any thread. A text that is unset, rather than empty, makes
+/// the event unsendable; producers keep every one set. Two events are equal when event ID and time stamp are.
 class TDEventModel final : public NSObject {
 public:
     using Text = std::optional<std::string>;

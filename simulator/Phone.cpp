@@ -25,7 +25,8 @@ public:
         HTTPExchangeAnswer answer;
         answer.error = "not connected to the internet";
         answer.errorCode = -1009;
-        dispatch_get_global_queue().async([completion = std::move(completion), answer] { completion(answer); });
+        dispatch_get_global_queue().async(
+            [completion = std::move(completion), answer] { completion(answer); });
     }
     void stop() override { }
 };
@@ -38,7 +39,7 @@ std::filesystem::path makeTemporaryHome()
     return pattern;
 }
 
-}
+} // namespace
 
 void ConsoleRecorder::write(std::string_view line)
 {
@@ -90,9 +91,11 @@ void Phone::boot()
     configuration.screen = m_options.screen;
     configuration.console = m_console;
     configuration.network = m_radio;
-    configuration.transport = m_options.makeTransport ? m_options.makeTransport() : std::make_shared<NoTransport>();
+    configuration.transport
+        = m_options.makeTransport ? m_options.makeTransport() : std::make_shared<NoTransport>();
     if (m_options.virtualTime)
-        configuration.makeExecutor = [this](Process& process) { return std::make_unique<VirtualExecutor>(process, m_virtualTime); };
+        configuration.makeExecutor
+            = [this](Process& process) { return std::make_unique<VirtualExecutor>(process, m_virtualTime); };
     std::filesystem::create_directories(m_options.home / "Documents");
 
     m_process = std::make_unique<Process>(std::move(configuration));
@@ -167,4 +170,4 @@ void Phone::sendToBackground()
 
 void Phone::bringToForeground() { UIApplication::sharedApplication().enterForeground(); }
 
-}
+} // namespace lumora

@@ -28,9 +28,9 @@ private:
     std::vector<std::string> m_lines LUMORA_GUARDED_BY(m_lock);
 };
 
-/// A phone in a box: a host application's process with a screen, fingers, a radio and a home folder that survives restarts.
-/// One thread, the one that made it. The application runs from the start; its process is current on that thread while it
-/// runs.
+/// A phone in a box: a host application's process with a screen, fingers, a radio and a home folder that
+/// survives restarts. One thread, the one that made it. The application runs from the start; its process is
+/// current on that thread while it runs.
 class Phone {
 public:
     struct Options {
@@ -44,7 +44,8 @@ public:
             .advertisingIdentifier = "5A2D1E7C-8B94-4F3A-A6D0-1C2B3A4D5E6F",
             .advertisingTrackingEnabled = true };
         ScreenFacts screen;
-        /// Called in every new process before anything else: what an application's SDKs do when they are loaded.
+        /// Called in every new process before anything else: what an application's SDKs do when they are
+        /// loaded.
         std::function<void()> onBoot;
     };
 

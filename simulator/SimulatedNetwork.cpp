@@ -39,7 +39,7 @@ HTTPExchangeAnswer received(const ServiceAnswer& answer)
     return delivered;
 }
 
-}
+} // namespace
 
 void DirectTransport::start(HTTPExchangeRequest request, Completion completion)
 {
@@ -50,13 +50,15 @@ void DirectTransport::start(HTTPExchangeRequest request, Completion completion)
         queue.asyncAfter(delay, [completion, answer = std::move(answer)] { completion(answer); });
     };
     if (!request.url.starts_with(m_baseURL))
-        return finish(latency, failure(NSURLErrorCannotFindHost, "a server with that name could not be found"));
+        return finish(
+            latency, failure(NSURLErrorCannotFindHost, "a server with that name could not be found"));
 
     // The request reaches the service half-way; what happens to the answer is decided there and then.
     queue.asyncAfter(latency, [this, request = std::move(request), finish] {
         if (m_away)
             return finish(0, failure(NSURLErrorCannotConnectToHost, "could not connect to the server"));
-        ServiceRequest incoming { request.method, std::string { ConfigurationService::apiPath } + request.url.substr(m_baseURL.size()) };
+        ServiceRequest incoming { request.method,
+            std::string { ConfigurationService::apiPath } + request.url.substr(m_baseURL.size()) };
         for (const auto& [name, value] : request.headers)
             incoming.headers.emplace(name, value);
         incoming.body = request.body;
@@ -75,4 +77,4 @@ void RoutedTransport::start(HTTPExchangeRequest request, Completion completion)
     m_carrier->start(std::move(request), std::move(completion));
 }
 
-}
+} // namespace lumora

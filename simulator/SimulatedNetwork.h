@@ -22,9 +22,9 @@ private:
     std::atomic<uint32_t> m_flags { kSCNetworkReachabilityFlagsReachable };
 };
 
-/// Brings exchanges to a service in the same program, in the time of the process that started them: `latency` seconds each
-/// way, time-outs, refused connections and the service's faults included. Deterministic under the virtual clock. The service
-/// must outlive it.
+/// Brings exchanges to a service in the same program, in the time of the process that started them: `latency`
+/// seconds each way, time-outs, refused connections and the service's faults included. Deterministic under
+/// the virtual clock. The service must outlive it.
 class DirectTransport final : public HTTPTransport {
 public:
     static constexpr double latency = 0.02;
@@ -46,8 +46,8 @@ private:
     std::atomic<bool> m_away { false };
 };
 
-/// Sends what is meant for the services to where they are served locally, and everything else on its way unchanged: the
-/// name resolution and the certificates of the box.
+/// Sends what is meant for the services to where they are served locally, and everything else on its way
+/// unchanged: the name resolution and the certificates of the box.
 class RoutedTransport final : public HTTPTransport {
 public:
     RoutedTransport(std::unique_ptr<HTTPTransport> carrier, std::string from, std::string to)
@@ -65,4 +65,4 @@ private:
     std::string m_to;
 };
 
-}
+} // namespace lumora

@@ -9,10 +9,9 @@
 
 namespace lumora {
 
-/// Runs work of ours, or a call out to a delegate, listener or completion, whose exception must not reach the code around it.
-/// Answers whether it ran to its end.
-template <typename F>
-bool guarded(F&& work) noexcept
+/// Runs work of ours, or a call out to a delegate, listener or completion, whose exception must not reach the
+/// code around it. Answers whether it ran to its end.
+template <typename F> bool guarded(F&& work) noexcept
 {
     try {
         std::forward<F>(work)();
@@ -25,10 +24,10 @@ bool guarded(F&& work) noexcept
     return false;
 }
 
-/// A hook's own extra work, inside the receiver's process, whichever thread the network calls from. What goes wrong in it,
-/// an unknown private key above all, counts as nothing found and is not logged. A receiver that is being destroyed gets none.
-template <typename F>
-void guardedHook(const Object* self, F&& work) noexcept
+/// A hook's own extra work, inside the receiver's process, whichever thread the network calls from. What goes
+/// wrong in it, an unknown private key above all, counts as nothing found and is not logged. A receiver that
+/// is being destroyed gets none.
+template <typename F> void guardedHook(const Object* self, F&& work) noexcept
 {
     if (self->weak_from_this().expired())
         return;
@@ -40,11 +39,10 @@ void guardedHook(const Object* self, F&& work) noexcept
 }
 
 /// Calls a completion that may be absent.
-template <typename F, typename... A>
-void callCompletion(const F& completion, const A&... arguments)
+template <typename F, typename... A> void callCompletion(const F& completion, const A&... arguments)
 {
     if (completion)
         guarded([&] { completion(arguments...); });
 }
 
-}
+} // namespace lumora

@@ -42,7 +42,7 @@ std::string asPrinted(std::string_view escaped)
     return line;
 }
 
-}
+} // namespace
 
 void LMLog::setLogLevel(int64_t level) { s_logLevel.get().value.store(level, std::memory_order_relaxed); }
 
@@ -70,4 +70,4 @@ void LMLog::logImportantMessage(std::string_view message) { log(message, 15); }
 void LMLog::logFuckupMessage() { log("WARNING! LUMORA FRAMEWORK WAS NOT INITIALIZED!", 35); }
 void LMLog::logDebug(std::string_view) { }
 
-}
+} // namespace lumora

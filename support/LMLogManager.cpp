@@ -11,12 +11,12 @@ namespace lumora {
 namespace {
 ProcessLocal<LMLogManager> s_sharedInstance;
 constinit const TypedSelector<void()> sendLogSelector { "sendLog" };
-}
+} // namespace
 
 const ClassDescription& LMLogManager::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<LMLogManager, NSObject>("LMLogManager").method<&LMLogManager::sendLog>(sendLogSelector);
+    static const ClassDescription description = ClassDescription::of<LMLogManager, NSObject>("LMLogManager")
+                                                    .method<&LMLogManager::sendLog>(sendLogSelector);
     return description;
 }
 static const RegisteredClass registered { &LMLogManager::classDescription };
@@ -76,6 +76,9 @@ void LMLogManager::writeStringToFile(std::string_view message)
 void LMLogManager::removeLogFile() { removeFile(getFullPathToLogFile()); }
 
 std::filesystem::path LMLogManager::GetDocumentDirectory() { return NSHomeDirectory() / "Documents"; }
-std::filesystem::path LMLogManager::getFullPathToLogFile() { return GetDocumentDirectory() / "lumora_logging.log"; }
-
+std::filesystem::path LMLogManager::getFullPathToLogFile()
+{
+    return GetDocumentDirectory() / "lumora_logging.log";
 }
+
+} // namespace lumora

@@ -93,4 +93,4 @@ UIViewController* currentViewController()
 
 UIColor colorWithR(double r, double g, double b, double a) { return { r / 255, g / 255, b / 255, a }; }
 
-}
+} // namespace lumora

@@ -9,7 +9,8 @@ namespace lumora {
 
 namespace {
 
-constexpr const char* pageHead = R"(<!doctype html><html lang="en"><meta charset="utf-8"><title>Lumora: one ad, reported</title>
+constexpr const char* pageHead
+    = R"(<!doctype html><html lang="en"><meta charset="utf-8"><title>Lumora: one ad, reported</title>
 <meta name="viewport" content="width=device-width"><style>
 :root{color-scheme:light dark;--line:#d8dee8;--soft:#65728a;--blue:#0559af;--card:#fff;--page:#f4f6fa;--ink:#172033}
 @media(prefers-color-scheme:dark){:root{--line:#2c3648;--soft:#93a0b8;--blue:#6db1ff;--card:#182133;--page:#0e1420;--ink:#e8edf6}}
@@ -81,7 +82,8 @@ bool Story::expect(bool holds, const std::string& line)
 
 void Story::picture(const UIImage& image, const std::string& name)
 {
-    const std::string fileName = stringWithFormat("%02d-%@.png", { static_cast<int64_t>(m_entries.size()), name });
+    const std::string fileName
+        = stringWithFormat("%02d-%@.png", { static_cast<int64_t>(m_entries.size()), name });
     const NSData png = UIImagePNGRepresentation(image);
     std::ofstream(m_folder / fileName, std::ios::binary) << png.view();
     m_entries.push_back({ Kind::Picture, m_now() - m_start, fileName });
@@ -106,8 +108,8 @@ void Story::writePage() const
             page << "<h2>" << text << "</h2>\n";
             break;
         case Kind::Picture:
-            page << "<figure><a href=\"" << text << "\"><img loading=\"lazy\" src=\"" << text << "\" alt=\"\"></a><figcaption>"
-                 << htmlEscaped(caption) << "</figcaption></figure>\n";
+            page << "<figure><a href=\"" << text << "\"><img loading=\"lazy\" src=\"" << text
+                 << "\" alt=\"\"></a><figcaption>" << htmlEscaped(caption) << "</figcaption></figure>\n";
             continue;
         case Kind::Document:
             page << "<div class=\"e\"><time></time><a href=\"" << text << "\">" << text << "</a></div>\n";
@@ -116,15 +118,16 @@ void Story::writePage() const
         case Kind::Met:
         case Kind::Failed:
             page << "<div class=\"e\"><time>" << time << "</time><span class=\""
-                 << (entry.kind == Kind::Met          ? "ok"
+                 << (entry.kind == Kind::Met             ? "ok"
                             : entry.kind == Kind::Failed ? "no"
                                                          : "")
                  << "\">" << text << "</span></div>\n";
         }
         caption = entry.text;
     }
-    page << (m_failures == 0 ? "<p class=\"ok\">Everything expected happened.</p>" : "<p class=\"no\">Something expected did not happen.</p>")
+    page << (m_failures == 0 ? "<p class=\"ok\">Everything expected happened.</p>"
+                             : "<p class=\"no\">Something expected did not happen.</p>")
          << "</main></html>\n";
 }
 
-}
+} // namespace lumora

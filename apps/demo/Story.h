@@ -10,7 +10,8 @@
 
 namespace lumora {
 
-/// Tells what happens, line by line as it happens, and keeps the pictures for the page at the end. One thread.
+/// Tells what happens, line by line as it happens, and keeps the pictures for the page at the end. One
+/// thread.
 class Story {
 public:
     /// `now` gives the seconds that are printed before each line, counted from the first question.

@@ -1,5 +1,6 @@
-// The main job from end to end: two networks' banners are shown, get their report button, are reported, and the reports arrive;
-// then the service goes away, an ad is reported all the same, the phone is killed, and after its restart the report arrives.
+// The main job from end to end: two networks' banners are shown, get their report button, are reported, and
+// the reports arrive; then the service goes away, an ad is reported all the same, the phone is killed, and
+// after its restart the report arrives.
 
 #include "apps/demo/HostApp.h"
 #include "apps/demo/Story.h"
@@ -75,7 +76,8 @@ Demo::Demo(const Arguments& arguments)
     , m_service(hostKey)
     , m_server(m_service)
 {
-    m_service.setRecord(R"({"active": true, "ttlConfig": 3600, "buttonTap": "single", "retryAfter": 300, "retryLimit": 5,
+    m_service.setRecord(
+        R"({"active": true, "ttlConfig": 3600, "buttonTap": "single", "retryAfter": 300, "retryLimit": 5,
         "sdks": ["MoPub", "AdMob"]})");
     if (!arguments.virtualTime)
         m_server.start();
@@ -118,19 +120,27 @@ std::string markupOf(const std::filesystem::path& file)
     return content ? repairedUTF8(content->view()) : std::string {};
 }
 
-Ad Demo::moPub(const std::filesystem::path& creative, const std::string& reason, const std::string& creativeId)
+Ad Demo::moPub(
+    const std::filesystem::path& creative, const std::string& reason, const std::string& creativeId)
 {
     auto banner = MoPubStandIn::makeBanner({ 300, 250 });
     return { "MoPub", banner,
-        [=] { MoPubStandIn::load(*banner, { .html = markupOf(creative), .dspCreativeId = creativeId, .creativeId = "house" }); },
+        [=] {
+            MoPubStandIn::load(
+                *banner, { .html = markupOf(creative), .dspCreativeId = creativeId, .creativeId = "house" });
+        },
         reason, creativeId };
 }
 
-Ad Demo::adMob(const std::filesystem::path& creative, const std::string& reason, const std::string& creativeId)
+Ad Demo::adMob(
+    const std::filesystem::path& creative, const std::string& reason, const std::string& creativeId)
 {
     auto banner = GoogleStandIn::makeBanner({ 320, 50 });
     return { "AdMob", banner,
-        [=] { GoogleStandIn::load(*banner, { .html = markupOf(creative), .debugText = "Ad debug\ncrid:" + creativeId + "\n" }); },
+        [=] {
+            GoogleStandIn::load(
+                *banner, { .html = markupOf(creative), .debugText = "Ad debug\ncrid:" + creativeId + "\n" });
+        },
         reason, creativeId };
 }
 
@@ -140,7 +150,8 @@ void Demo::startLibrary()
     const size_t fetchesBefore = m_service.configurationFetches().size();
     Lumora::initiateTrackerWithKey(hostKey);
     m_story->tell("the host calls initiateTrackerWithKey");
-    m_story->expect(m_phone->waitUntil([&] { return m_service.configurationFetches().size() > fetchesBefore; }, patience)
+    m_story->expect(
+        m_phone->waitUntil([&] { return m_service.configurationFetches().size() > fetchesBefore; }, patience)
             && m_service.configurationFetches().back().status == 200,
         "the configuration is fetched with the host's key");
     // The answer is on its way back.
@@ -172,7 +183,8 @@ std::shared_ptr<LMReportAdView> overlayIn(UIView& view)
 std::shared_ptr<LMReportAdViewRoundedButton> reasonButtonIn(UIView& view, const std::string& reason)
 {
     for (const auto& subview : view.subviews()) {
-        if (auto button = as<LMReportAdViewRoundedButton>(subview); button && button->userDescription() == reason)
+        if (auto button = as<LMReportAdViewRoundedButton>(subview);
+            button && button->userDescription() == reason)
             return button;
         if (auto button = reasonButtonIn(*subview, reason))
             return button;
@@ -197,8 +209,10 @@ std::shared_ptr<TDReportButtonView> Demo::showAd(const Ad& ad)
     m_phone->wait(0.1);
     m_story->picture(m_phone->screen(), ad.network + "-button");
     if (!m_away) {
-        const bool recorded = m_phone->waitUntil([&] { return m_service.impressions().size() > impressionsBefore; }, patience);
-        m_story->expect(recorded && m_service.impressions().back().status == 200, "an impression is recorded");
+        const bool recorded = m_phone->waitUntil(
+            [&] { return m_service.impressions().size() > impressionsBefore; }, patience);
+        m_story->expect(
+            recorded && m_service.impressions().back().status == 200, "an impression is recorded");
     }
     return buttonIn(*ad.banner);
 }
@@ -225,17 +239,21 @@ void Demo::checkReport(const Ad& ad, const Arrival& arrival)
 {
     const auto body = JSONObjectWithData(arrival.body);
     const NSArray* reports = body ? body->array() : nullptr;
-    if (!m_story->expect(reports && reports->size() == 1 && reports->front().isDictionary(), "the report is a list of one object"))
+    if (!m_story->expect(reports && reports->size() == 1 && reports->front().isDictionary(),
+            "the report is a list of one object"))
         return;
     const NSDictionary& report = *reports->front().dictionary();
     m_story->expect(report["sdk"] == Value { ad.network } && report["creativeId"] == Value { ad.creativeId },
         "it names " + report["sdk"].description() + " and creative " + report["creativeId"].description());
-    m_story->expect(report["type"] == Value { ad.reason }, "its reason is \"" + report["type"].description() + "\"");
+    m_story->expect(
+        report["type"] == Value { ad.reason }, "its reason is \"" + report["type"].description() + "\"");
     const std::string& screenshot = report["screenshot"].stringOrEmpty();
-    m_story->expect(screenshot.starts_with("iVBORw0KGgo"), "it carries a screenshot of " + std::to_string(screenshot.size()) + " characters");
+    m_story->expect(screenshot.starts_with("iVBORw0KGgo"),
+        "it carries a screenshot of " + std::to_string(screenshot.size()) + " characters");
     NSDictionary readable = report;
     readable.set("screenshot", "(" + std::to_string(screenshot.size()) + " characters of base64)");
-    m_story->document("report-" + std::to_string(arrival.number) + ".json", dataWithJSONObject(NSArray { readable }).value_or(""));
+    m_story->document("report-" + std::to_string(arrival.number) + ".json",
+        dataWithJSONObject(NSArray { readable }).value_or(""));
 }
 
 void Demo::reportAndDeliver(const Ad& ad)
@@ -249,7 +267,8 @@ void Demo::reportAndDeliver(const Ad& ad)
     const size_t reportsBefore = m_service.reports().size();
     if (!reportAd(ad, button))
         return;
-    const bool arrived = m_phone->waitUntil([&] { return m_service.reports().size() > reportsBefore; }, patience);
+    const bool arrived
+        = m_phone->waitUntil([&] { return m_service.reports().size() > reportsBefore; }, patience);
     if (!m_story->expect(arrived, "the report arrives at the service"))
         return;
     checkReport(ad, m_service.reports().back());
@@ -259,7 +278,8 @@ void Demo::reportAndDeliver(const Ad& ad)
     m_story->expect(confirmed, "the button says \"Ad Reported\"");
     m_phone->wait(0.3);
     m_story->picture(m_phone->screen(), ad.network + "-reported");
-    m_story->expect(m_phone->waitUntil([&] { return !buttonIn(*ad.banner); }, patience), "and takes itself off the ad");
+    m_story->expect(
+        m_phone->waitUntil([&] { return !buttonIn(*ad.banner); }, patience), "and takes itself off the ad");
 }
 
 void Demo::reportWhileServiceIsAway(const Ad& ad)
@@ -269,7 +289,8 @@ void Demo::reportWhileServiceIsAway(const Ad& ad)
     const auto button = showAd(ad);
     if (!button || !reportAd(ad, button))
         return;
-    m_story->expect(m_phone->waitUntil([&] { return !buttonIn(*ad.banner); }, patience), "the report fails and the button goes");
+    m_story->expect(m_phone->waitUntil([&] { return !buttonIn(*ad.banner); }, patience),
+        "the report fails and the button goes");
 }
 
 void Demo::restartAndDeliver(const Ad& ad)
@@ -281,7 +302,8 @@ void Demo::restartAndDeliver(const Ad& ad)
     setServiceAway(false);
     m_phone->boot();
     startLibrary();
-    const bool arrived = m_phone->waitUntil([&] { return m_service.reports().size() > reportsBefore; }, patience);
+    const bool arrived
+        = m_phone->waitUntil([&] { return m_service.reports().size() > reportsBefore; }, patience);
     if (m_story->expect(arrived, "the kept report arrives"))
         checkReport(ad, m_service.reports().back());
     m_phone->wait(1);
@@ -298,7 +320,8 @@ int Demo::run()
     const auto& creatives = m_arguments.creatives;
     for (size_t i = 0; i < creatives.size(); i += 2) {
         reportAndDeliver(moPub(creatives[i], "offensive", "dsp-" + std::to_string(7001 + i)));
-        reportAndDeliver(adMob(creatives[std::min(i + 1, creatives.size() - 1)], "fraud", std::to_string(12345 + i)));
+        reportAndDeliver(
+            adMob(creatives[std::min(i + 1, creatives.size() - 1)], "fraud", std::to_string(12345 + i)));
     }
     Ad last = moPub(creatives.front(), "repetitive", "dsp-7999");
     reportWhileServiceIsAway(last);
@@ -306,7 +329,8 @@ int Demo::run()
     last.load = nullptr;
     restartAndDeliver(last);
     m_story->chapter("The end");
-    m_story->tell(m_story->failures() == 0 ? "everything expected happened" : std::to_string(m_story->failures()) + " expectations failed");
+    m_story->tell(m_story->failures() == 0 ? "everything expected happened"
+                                           : std::to_string(m_story->failures()) + " expectations failed");
     m_story->writePage();
     m_app.reset();
     std::printf("\npictures and timeline: %s\n", (m_arguments.folder / "index.html").c_str());
@@ -334,8 +358,8 @@ Arguments parsed(int argc, char** argv)
     return arguments;
 }
 
-}
-}
+} // namespace
+} // namespace lumora
 
 int main(int argc, char** argv)
 {

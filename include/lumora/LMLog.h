@@ -8,8 +8,9 @@ namespace lumora {
 
 class Object;
 
-/// The library's one logging front door. Every line goes to the log file while `LMLogManager`'s time to live is not -1;
-/// a line reaches the system console, as "[Lumora] ...", when its level is at or above the threshold. Any thread.
+/// The library's one logging front door. Every line goes to the log file while `LMLogManager`'s time to live
+/// is not -1; a line reaches the system console, as "[Lumora] ...", when its level is at or above the
+/// threshold. Any thread.
 class LMLog {
 public:
     /// The threshold; 36 from the start, so nothing is printed until the host lowers it.
@@ -30,4 +31,4 @@ public:
     static void logDebug(std::string_view message);
 };
 
-}
+} // namespace lumora

@@ -9,8 +9,8 @@ namespace lumora {
 
 class NSTimer;
 
-/// Keeps the log file "lumora_logging.log" in the application's documents folder and has it uploaded on a timer.
-/// One per process. Any thread. File errors are silent: logging never reports its own failures.
+/// Keeps the log file "lumora_logging.log" in the application's documents folder and has it uploaded on a
+/// timer. One per process. Any thread. File errors are silent: logging never reports its own failures.
 class LMLogManager final : public NSObject {
 public:
     static const ClassDescription& classDescription();
@@ -18,14 +18,15 @@ public:
 
     /// Seconds between uploads; -1, the initial value, switches the file off.
     int64_t loggingTTL() const;
-    /// A negative value deletes the file and stops the uploads; zero or more uploads every so many seconds. Any value but
-    /// exactly -1 switches writing on, other negative ones included. Setting the same value again changes nothing.
+    /// A negative value deletes the file and stops the uploads; zero or more uploads every so many seconds.
+    /// Any value but exactly -1 switches writing on, other negative ones included. Setting the same value
+    /// again changes nothing.
     void setLoggingTTL(int64_t ttl);
 
     /// Takes a line from LMLog: written when the time to live is not exactly -1.
     void getMessageFromLMLog(std::string_view message);
-    /// Appends a line. The first line of a new file has no line break after it, so the second joins it: kept, the reader of
-    /// the uploaded files expects it.
+    /// Appends a line. The first line of a new file has no line break after it, so the second joins it: kept,
+    /// the reader of the uploaded files expects it.
     void writeStringToFile(std::string_view message);
     void removeLogFile();
 

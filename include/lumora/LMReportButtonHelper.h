@@ -9,17 +9,19 @@ class UIView;
 /// Puts report buttons on ad views. Stateless. Any thread; the work on views is done on the main thread.
 class LMReportButtonHelper {
 public:
-    /// Asks the configuration whether features may run; if so, one second later the view carries a report button. An ad view
-    /// that already has one directly under it gets no second. The view is held weakly while it waits.
+    /// Asks the configuration whether features may run; if so, one second later the view carries a report
+    /// button. An ad view that already has one directly under it gets no second. The view is held weakly
+    /// while it waits.
     ///
-    /// The delegate is dropped, because the button takes one only after it is configured: set it on the button's handler
-    /// afterwards. Kept: hosts rely on hearing nothing until they ask.
+    /// The delegate is dropped, because the button takes one only after it is configured: set it on the
+    /// button's handler afterwards. Kept: hosts rely on hearing nothing until they ask.
     static void addReportButtonToView(id adView, id withDelegate);
-    /// The same for an ad whose network is known. `withMetadata`: "metaclass", the class that knows where the network keeps its
-    /// identifiers, and optionally "supportview", the network's own ad object.
+    /// The same for an ad whose network is known. `withMetadata`: "metaclass", the class that knows where the
+    /// network keeps its identifiers, and optionally "supportview", the network's own ad object.
     static void addReportButtonToView(id adView, id withDelegate, const NSDictionary& withMetadata);
 
-    /// True when a direct subview's class is exactly the report button's. False for nil and for what is no view.
+    /// True when a direct subview's class is exactly the report button's. False for nil and for what is no
+    /// view.
     static bool isReportButtonInSubviewsOfView(const Object* view);
 };
 

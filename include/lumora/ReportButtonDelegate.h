@@ -6,8 +6,8 @@ namespace lumora {
 
 class UIView;
 
-/// What a host derives from to be told of reports. Allocate it with `make<YourDelegate>()`; the library holds it weakly.
-/// Called on the main thread, before the report is delivered and whatever becomes of it.
+/// What a host derives from to be told of reports. Allocate it with `make<YourDelegate>()`; the library holds
+/// it weakly. Called on the main thread, before the report is delivered and whatever becomes of it.
 class ReportButtonDelegate : public NSObject {
 public:
     static const ClassDescription& classDescription();

@@ -36,4 +36,4 @@ void onMainThread(Task task)
         dispatch_get_main_queue().async(std::move(task));
 }
 
-}
+} // namespace lumora

@@ -10,8 +10,8 @@ namespace lumora {
 class Process;
 using Task = std::function<void()>;
 
-/// A queue of a process. Serial ones, the main one among them, run their tasks one at a time in the order they came.
-/// Any thread. A task that throws is logged and ends alone.
+/// A queue of a process. Serial ones, the main one among them, run their tasks one at a time in the order
+/// they came. Any thread. A task that throws is logged and ends alone.
 class DispatchQueue {
 public:
     virtual ~DispatchQueue() = default;
@@ -34,8 +34,8 @@ public:
     virtual const std::string& name() const = 0;
 };
 
-/// What gives a process its time and its threads. Two kinds: real (threads, the machine's clock) and virtual (one thread, time
-/// moved by the test). Both pass one conformance suite.
+/// What gives a process its time and its threads. Two kinds: real (threads, the machine's clock) and virtual
+/// (one thread, time moved by the test). Both pass one conformance suite.
 class Executor {
 public:
     virtual ~Executor() = default;
@@ -52,8 +52,8 @@ public:
     virtual std::shared_ptr<ScheduledTimer> scheduleTimer(std::string name, double seconds, Task task) = 0;
     /// The timers that wait, in the order in which they will fire.
     virtual std::vector<std::shared_ptr<ScheduledTimer>> pendingTimers() const = 0;
-    /// Runs main-queue work on the calling thread, the main thread, until the condition holds or the seconds are over.
-    /// Answers whether the condition held.
+    /// Runs main-queue work on the calling thread, the main thread, until the condition holds or the seconds
+    /// are over. Answers whether the condition held.
     virtual bool runMainLoop(double seconds, const std::function<bool()>& until) = 0;
     /// Ends all threads and drops what has not run. Main thread.
     virtual void stop() = 0;
@@ -68,4 +68,4 @@ std::shared_ptr<DispatchQueue> dispatch_queue_create(std::string label, bool con
 /// Runs now when on the main thread, else posts to it.
 void onMainThread(Task task);
 
-}
+} // namespace lumora

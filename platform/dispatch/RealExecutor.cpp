@@ -20,8 +20,8 @@ constexpr size_t workerCount = 3;
 // A timer beyond this many seconds would overflow the clock; nobody waits so long.
 constexpr double longestDelay = 1e9;
 
-/// Threads, the machine's clock, and a main queue that runs inside `runMainLoop`. One timer thread moves what falls due onto its
-/// queue; a few workers serve all background queues.
+/// Threads, the machine's clock, and a main queue that runs inside `runMainLoop`. One timer thread moves what
+/// falls due onto its queue; a few workers serve all background queues.
 class RealExecutor final : public Executor {
 public:
     explicit RealExecutor(Process& process);
@@ -51,7 +51,8 @@ private:
     };
 
     bool post(const std::shared_ptr<Queue>& queue, Task task);
-    bool postAfter(const std::shared_ptr<Queue>& queue, double seconds, Task task, const std::shared_ptr<Timer>& timer);
+    bool postAfter(
+        const std::shared_ptr<Queue>& queue, double seconds, Task task, const std::shared_ptr<Timer>& timer);
     void enqueueLocked(const std::shared_ptr<Queue>& queue, Task task) LUMORA_REQUIRES(m_lock);
     void runWorker();
     void runTimers();
@@ -178,7 +179,8 @@ bool RealExecutor::postAfter(
     const std::shared_ptr<Queue>& queue, double seconds, Task task, const std::shared_ptr<Timer>& timer)
 {
     const double delay = std::isnan(seconds) ? 0 : std::clamp(seconds, 0.0, longestDelay);
-    const auto due = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(delay));
+    const auto due
+        = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(delay));
     Locker hold(m_lock);
     if (m_stopped)
         return false;
@@ -261,12 +263,14 @@ void RealExecutor::runWorker()
 bool RealExecutor::runMainLoop(double seconds, const std::function<bool()>& until)
 {
     const auto end = Clock::now()
-        + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(std::clamp(seconds, 0.0, longestDelay)));
+        + std::chrono::duration_cast<Clock::duration>(
+            std::chrono::duration<double>(std::clamp(seconds, 0.0, longestDelay)));
     while (!until()) {
         Task task;
         {
             Locker hold(m_lock);
-            // What `until` asks may become true on another thread without a task here, so look again now and then.
+            // What `until` asks may become true on another thread without a task here, so look again now and
+            // then.
             const auto left = std::min<Clock::duration>(end - Clock::now(), std::chrono::milliseconds(20));
             if (m_main->waiting.empty() && !m_stopped && left > Clock::duration::zero())
                 hold.waitFor(m_mainWork, left);
@@ -309,8 +313,11 @@ void RealExecutor::stop()
     m_ready.clear();
 }
 
+} // namespace
+
+std::unique_ptr<Executor> makeRealExecutor(Process& process)
+{
+    return std::make_unique<RealExecutor>(process);
 }
 
-std::unique_ptr<Executor> makeRealExecutor(Process& process) { return std::make_unique<RealExecutor>(process); }
-
-}
+} // namespace lumora

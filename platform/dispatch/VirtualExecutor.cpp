@@ -16,7 +16,10 @@ public:
     }
     const std::string& label() const override { return m_label; }
     bool async(Task task) override { return m_executor.post(shared_from_this(), 0, std::move(task)); }
-    bool asyncAfter(double seconds, Task task) override { return m_executor.post(shared_from_this(), seconds, std::move(task)); }
+    bool asyncAfter(double seconds, Task task) override
+    {
+        return m_executor.post(shared_from_this(), seconds, std::move(task));
+    }
 
 private:
     VirtualExecutor& m_executor;
@@ -34,7 +37,8 @@ public:
     {
         Entry dropped;
         Locker hold(m_executor.m_lock);
-        if (auto entry = m_executor.m_entries.find(key); entry != m_executor.m_entries.end() && entry->second.timer.get() == this) {
+        if (auto entry = m_executor.m_entries.find(key);
+            entry != m_executor.m_entries.end() && entry->second.timer.get() == this) {
             dropped = std::move(entry->second);
             m_executor.m_entries.erase(entry);
         }
@@ -86,7 +90,8 @@ std::shared_ptr<DispatchQueue> VirtualExecutor::makeQueue(std::string label, boo
     return std::make_shared<Queue>(*this, std::move(label));
 }
 
-bool VirtualExecutor::post(std::shared_ptr<const Queue> queue, double seconds, Task task, std::shared_ptr<Timer> timer)
+bool VirtualExecutor::post(
+    std::shared_ptr<const Queue> queue, double seconds, Task task, std::shared_ptr<Timer> timer)
 {
     const double delay = std::isnan(seconds) ? 0 : std::max(0.0, seconds);
     Locker hold(m_lock);
@@ -182,4 +187,4 @@ void VirtualExecutor::stop()
     dropped.swap(m_entries);
 }
 
-}
+} // namespace lumora

@@ -10,8 +10,9 @@
 
 namespace lumora {
 
-/// Time that stands still until it is moved. Everything runs on the calling thread, in order of (due time, order of posting),
-/// so the same input gives the same run every time. Posting is safe from any thread; `advance` and `drain` are for one.
+/// Time that stands still until it is moved. Everything runs on the calling thread, in order of (due time,
+/// order of posting), so the same input gives the same run every time. Posting is safe from any thread;
+/// `advance` and `drain` are for one.
 class VirtualExecutor final : public Executor {
 public:
     /// Where virtual time begins: 2023-11-14 22:13:20 UTC.
@@ -49,7 +50,8 @@ private:
     };
     using Key = std::pair<double, uint64_t>;
 
-    bool post(std::shared_ptr<const Queue> queue, double seconds, Task task, std::shared_ptr<Timer> timer = nullptr);
+    bool post(std::shared_ptr<const Queue> queue, double seconds, Task task,
+        std::shared_ptr<Timer> timer = nullptr);
     /// Runs the first entry due by then; false when there is none.
     bool runNext(double until);
 
@@ -66,4 +68,4 @@ private:
     std::thread::id m_thread;
 };
 
-}
+} // namespace lumora

@@ -45,15 +45,17 @@ struct HTTPExchangeAnswer {
     std::string body;
 };
 
-/// Carries HTTP exchanges. `start` returns at once, from any thread; the completion is called exactly once, on a thread of
-/// the transport's own, never inside `start`, unless the transport is stopped before. Certificates are always checked.
+/// Carries HTTP exchanges. `start` returns at once, from any thread; the completion is called exactly once,
+/// on a thread of the transport's own, never inside `start`, unless the transport is stopped before.
+/// Certificates are always checked.
 class HTTPTransport {
 public:
     using Completion = std::function<void(HTTPExchangeAnswer)>;
 
     virtual ~HTTPTransport() = default;
     virtual void start(HTTPExchangeRequest request, Completion completion) = 0;
-    /// Drops what is in flight without calling its completions; afterwards `start` does nothing. May be called twice.
+    /// Drops what is in flight without calling its completions; afterwards `start` does nothing. May be
+    /// called twice.
     virtual void stop() = 0;
 };
 

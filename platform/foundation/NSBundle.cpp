@@ -19,7 +19,8 @@ std::optional<NSDictionary> dictionaryInFile(const std::filesystem::path& path)
 struct LibraryInfo {
     std::filesystem::path folder { Process::current().configuration().libraryBundle };
     std::optional<NSDictionary> read { dictionaryInFile(folder / "Info.json") };
-    std::shared_ptr<const NSDictionary> info { std::make_shared<NSDictionary>(read.value_or(NSDictionary {})) };
+    std::shared_ptr<const NSDictionary> info { std::make_shared<NSDictionary>(
+        read.value_or(NSDictionary {})) };
 };
 const ProcessLocal<LibraryInfo> s_library;
 
@@ -29,7 +30,8 @@ NSBundle NSBundle::mainBundle()
 {
     // The configuration lives as long as its process.
     const ProcessConfiguration& configuration = Process::current().configuration();
-    return { configuration.mainBundleIdentifier, { std::shared_ptr<void> {}, &configuration.mainBundleInfo }, {} };
+    return { configuration.mainBundleIdentifier, { std::shared_ptr<void> {}, &configuration.mainBundleInfo },
+        {} };
 }
 
 NSBundle NSBundle::bundleForLibrary()
@@ -47,7 +49,8 @@ std::optional<NSBundle> NSBundle::bundleWithIdentifier(std::string_view identifi
     return std::nullopt;
 }
 
-std::optional<std::filesystem::path> NSBundle::pathForResource(std::string_view name, std::string_view type) const
+std::optional<std::filesystem::path> NSBundle::pathForResource(
+    std::string_view name, std::string_view type) const
 {
     if (m_folder.empty() || name.empty())
         return std::nullopt;

@@ -6,12 +6,14 @@
 
 namespace lumora {
 
-/// A bundle: an information dictionary and, for the library's, a folder of resources. The main bundle has what the process was
-/// configured with and no folder. The library's Info.json is read once per process. A plain value, any thread.
+/// A bundle: an information dictionary and, for the library's, a folder of resources. The main bundle has
+/// what the process was configured with and no folder. The library's Info.json is read once per process. A
+/// plain value, any thread.
 class NSBundle {
 public:
     static NSBundle mainBundle();
-    /// The main bundle or the library's, by identifier; nothing when neither has it, or the library's folder is missing.
+    /// The main bundle or the library's, by identifier; nothing when neither has it, or the library's folder
+    /// is missing.
     static std::optional<NSBundle> bundleWithIdentifier(std::string_view identifier);
     /// The library's own; without information when its folder is missing or damaged.
     static NSBundle bundleForLibrary();

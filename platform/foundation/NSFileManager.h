@@ -6,7 +6,8 @@
 
 namespace lumora {
 
-// Files, without exceptions: what fails answers false or nothing. Any thread; two writers of one file are the callers' affair.
+// Files, without exceptions: what fails answers false or nothing. Any thread; two writers of one file are the
+// callers' affair.
 
 /// The home folder of the current process.
 std::filesystem::path NSHomeDirectory();
@@ -14,7 +15,8 @@ std::filesystem::path NSHomeDirectory();
 bool appendToFile(const std::filesystem::path& path, std::string_view text);
 /// Creates or empties the file and writes it; a missing folder is made.
 bool writeToFile(const std::filesystem::path& path, std::string_view text);
-/// Writes a new file that only its owner may read, then puts it in the place of the former one. A failure leaves that as it is.
+/// Writes a new file that only its owner may read, then puts it in the place of the former one. A failure
+/// leaves that as it is.
 bool replaceFile(const std::filesystem::path& path, std::string_view content);
 /// Nothing when the file is missing, is a folder, or cannot be read.
 std::optional<NSData> contentsOfFile(const std::filesystem::path& path);

@@ -9,10 +9,9 @@
 
 namespace lumora {
 
-/// A set of objects that it does not own, in the order in which they came; the dead leave by themselves. Adding null raises
-/// NSInvalidArgumentException. Not synchronised: its owner locks.
-template <typename T>
-class NSHashTable {
+/// A set of objects that it does not own, in the order in which they came; the dead leave by themselves.
+/// Adding null raises NSInvalidArgumentException. Not synchronised: its owner locks.
+template <typename T> class NSHashTable {
 public:
     /// Adding a member again changes nothing.
     void addObject(const std::shared_ptr<T>& object)
@@ -24,7 +23,8 @@ public:
     }
     void removeObject(const T* object)
     {
-        std::erase_if(m_members, [&](const auto& member) { return member.expired() || member.lock().get() == object; });
+        std::erase_if(
+            m_members, [&](const auto& member) { return member.expired() || member.lock().get() == object; });
     }
     bool containsObject(const T* object) const
     {
@@ -52,10 +52,9 @@ private:
     mutable std::vector<std::weak_ptr<T>> m_members;
 };
 
-/// Keys it owns to objects it does not, in the order in which the keys came; an entry leaves when its object dies. Setting null
-/// raises NSInvalidArgumentException. Not synchronised: its owner locks.
-template <typename K, typename T>
-class NSMapTable {
+/// Keys it owns to objects it does not, in the order in which the keys came; an entry leaves when its object
+/// dies. Setting null raises NSInvalidArgumentException. Not synchronised: its owner locks.
+template <typename K, typename T> class NSMapTable {
 public:
     using Entry = std::pair<K, std::shared_ptr<T>>;
 
@@ -97,7 +96,8 @@ public:
 private:
     auto find(const K& key) const
     {
-        return std::find_if(m_entries.begin(), m_entries.end(), [&](const auto& entry) { return entry.first == key; });
+        return std::find_if(
+            m_entries.begin(), m_entries.end(), [&](const auto& entry) { return entry.first == key; });
     }
 
     mutable std::vector<std::pair<K, std::weak_ptr<T>>> m_entries;

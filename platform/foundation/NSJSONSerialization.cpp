@@ -29,7 +29,8 @@ public:
         else if (value.isNumber())
             return writeNumber(value);
         else if (const NSArray* elements = value.array())
-            return writeAll('[', *elements, ']', depth, [&](const Value& element) { return write(element, depth + 1); });
+            return writeAll(
+                '[', *elements, ']', depth, [&](const Value& element) { return write(element, depth + 1); });
         else if (const NSDictionary* dictionary = value.dictionary())
             return writeAll('{', *dictionary, '}', depth, [&](const NSDictionary::Entry& entry) {
                 if (!writeText(entry.first))
@@ -91,7 +92,9 @@ private:
             if (const size_t index = named.find(c); index != std::string_view::npos)
                 m_text.append(1, '\\').append(1, names[index]);
             else if (static_cast<unsigned char>(c) < 0x20)
-                m_text.append("\\u00").append(1, digits[static_cast<unsigned char>(c) >> 4]).append(1, digits[c & 15]);
+                m_text.append("\\u00")
+                    .append(1, digits[static_cast<unsigned char>(c) >> 4])
+                    .append(1, digits[c & 15]);
             else
                 m_text += c;
         }

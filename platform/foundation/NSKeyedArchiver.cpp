@@ -16,7 +16,10 @@ constexpr int64_t archiveVersion = 100000;
 constexpr const char* archiverName = "NSKeyedArchiver";
 
 /// A key of ours never reads as one of the archive's own.
-std::string archiveKey(std::string_view key) { return (key.starts_with('$') ? "$" : "") + std::string { key }; }
+std::string archiveKey(std::string_view key)
+{
+    return (key.starts_with('$') ? "$" : "") + std::string { key };
+}
 
 std::optional<std::string> bytesOfUUID(std::string_view text)
 {
@@ -55,12 +58,14 @@ Value NSCoder::decodeObject(std::string_view forKey)
     throw NSException(NSInvalidArgumentException, "this coder does not read " + std::string { forKey });
 }
 
-/// Builds the table of objects. A slot is reserved before what it holds is written; class records come after it, one a class.
+/// Builds the table of objects. A slot is reserved before what it holds is written; class records come after
+/// it, one a class.
 class NSKeyedArchiver final : public NSCoder {
 public:
     static const ClassDescription& classDescription()
     {
-        static const ClassDescription description = ClassDescription::of<NSKeyedArchiver, NSCoder>("NSKeyedArchiver");
+        static const ClassDescription description
+            = ClassDescription::of<NSKeyedArchiver, NSCoder>("NSKeyedArchiver");
         return description;
     }
 
@@ -181,7 +186,8 @@ private:
     {
         auto [known, isNew] = m_classes.try_emplace(chain.front(), m_objects.size());
         if (isNew)
-            append(NSDictionary { { "$classes", NSArray(chain.begin(), chain.end()) }, { "$classname", chain.front() } });
+            append(NSDictionary {
+                { "$classes", NSArray(chain.begin(), chain.end()) }, { "$classname", chain.front() } });
         return referenceTo(known->second);
     }
 
@@ -200,13 +206,15 @@ private:
     bool m_hasFailed { false };
 };
 
-/// Reads the table of objects on demand. Each object is made once, and stands from before its `initWithCoder:`, so cycles close;
-/// the reference that closes one is weak, or a damaged file could make objects that nothing frees.
+/// Reads the table of objects on demand. Each object is made once, and stands from before its
+/// `initWithCoder:`, so cycles close; the reference that closes one is weak, or a damaged file could make
+/// objects that nothing frees.
 class NSKeyedUnarchiver final : public NSCoder {
 public:
     static const ClassDescription& classDescription()
     {
-        static const ClassDescription description = ClassDescription::of<NSKeyedUnarchiver, NSCoder>("NSKeyedUnarchiver");
+        static const ClassDescription description
+            = ClassDescription::of<NSKeyedUnarchiver, NSCoder>("NSKeyedUnarchiver");
         return description;
     }
 
@@ -219,7 +227,8 @@ public:
     {
         const NSDictionary* top = archive["$top"].dictionary();
         m_objects = archive["$objects"].array();
-        if (!top || !m_objects || archive["$archiver"] != Value { archiverName } || archive["$version"] != Value { archiveVersion })
+        if (!top || !m_objects || archive["$archiver"] != Value { archiverName }
+            || archive["$version"] != Value { archiveVersion })
             return {};
         Value root = decodeField((*top)["root"]);
         return m_hasFailed ? Value {} : root;
@@ -243,7 +252,8 @@ private:
             return field.isDictionary() || field.isArray() ? fail() : field;
         if (*index == 0)
             return {};
-        if (m_hasFailed || *index >= m_objects->size() || m_depth == deepestArchive || ++m_decoded > mostValues)
+        if (m_hasFailed || *index >= m_objects->size() || m_depth == deepestArchive
+            || ++m_decoded > mostValues)
             return fail();
         m_depth++;
         Value value = decodeSlot(*index);
@@ -260,7 +270,9 @@ private:
         if (auto made = m_made.find(slot); made != m_made.end())
             return made->second;
         const std::optional<size_t> classIndex = referencedIndex((*record)["$class"]);
-        const NSDictionary* cls = classIndex && *classIndex < m_objects->size() ? (*m_objects)[*classIndex].dictionary() : nullptr;
+        const NSDictionary* cls = classIndex && *classIndex < m_objects->size()
+            ? (*m_objects)[*classIndex].dictionary()
+            : nullptr;
         const std::string* name = cls ? (*cls)["$classname"].string() : nullptr;
         return name ? decodeRecord(slot, *record, *name) : fail();
     }
@@ -276,7 +288,9 @@ private:
         if (className == "NSData" || className == "NSMutableData")
             return record["NS.data"].data() ? record["NS.data"] : fail();
         if (className == "NSDate")
-            return record["NS.time"].isNumber() ? Value { NSDateValue { record["NS.time"].doubleValue() + referenceDate } } : fail();
+            return record["NS.time"].isNumber()
+                ? Value { NSDateValue { record["NS.time"].doubleValue() + referenceDate } }
+                : fail();
         if (className == "NSNull")
             return NSNull {};
         if (className == "NSURL") {
@@ -285,7 +299,8 @@ private:
         }
         if (className == "NSUUID") {
             const NSData* bytes = record["NS.uuidbytes"].data();
-            return bytes && bytes->bytes.size() == 16 ? Value { NSUUIDValue { textOfUUID(bytes->view()) } } : fail();
+            return bytes && bytes->bytes.size() == 16 ? Value { NSUUIDValue { textOfUUID(bytes->view()) } }
+                                                      : fail();
         }
         return decodeArchivable(slot, record, className);
     }

@@ -19,12 +19,13 @@ public:
 /// Deeper nesting than this is refused, written or read.
 inline constexpr int deepestArchive = 128;
 
-/// A keyed archive of a value: a binary property list. Objects are archived through `encodeWithCoder:`, each once however often it
-/// occurs. Empty when something in it is not archivable: an object without that method, or nesting too deep. Any thread.
+/// A keyed archive of a value: a binary property list. Objects are archived through `encodeWithCoder:`, each
+/// once however often it occurs. Empty when something in it is not archivable: an object without that method,
+/// or nesting too deep. Any thread.
 NSData archivedDataWithRootObject(const Value& rootObject);
 
-/// Reads an archive back; objects are allocated by class name and sent `initWithCoder:`. Nothing when it is truncated or
-/// damaged, or names a class that is unknown or not archivable. Any thread.
+/// Reads an archive back; objects are allocated by class name and sent `initWithCoder:`. Nothing when it is
+/// truncated or damaged, or names a class that is unknown or not archivable. Any thread.
 Value unarchiveObjectWithData(const NSData& data);
 
 }

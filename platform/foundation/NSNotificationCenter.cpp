@@ -9,7 +9,8 @@ namespace lumora {
 
 const ClassDescription& NSNotification::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<NSNotification, NSObject>("NSNotification");
+    static const ClassDescription description
+        = ClassDescription::of<NSNotification, NSObject>("NSNotification");
     return description;
 }
 static const RegisteredClass registered { &NSNotification::classDescription };
@@ -29,7 +30,8 @@ void NSNotificationCenter::addObserver(
     if (sender)
         added.sender = sender->weak_from_this();
     Locker hold(m_lock);
-    std::erase_if(m_registrations, [](const Registration& registration) { return registration.observer.expired(); });
+    std::erase_if(
+        m_registrations, [](const Registration& registration) { return registration.observer.expired(); });
     m_registrations.push_back(std::move(added));
 }
 

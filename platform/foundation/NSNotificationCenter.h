@@ -24,19 +24,22 @@ private:
     NSDictionary m_userInfo;
 };
 
-/// Tells observers what was posted, at once, on the posting thread, in the order in which they registered. Observers are held
-/// weakly. One per process, any thread; whoever registers or leaves during a posting counts from the next one on.
+/// Tells observers what was posted, at once, on the posting thread, in the order in which they registered.
+/// Observers are held weakly. One per process, any thread; whoever registers or leaves during a posting
+/// counts from the next one on.
 class NSNotificationCenter {
 public:
     static NSNotificationCenter& defaultCenter();
 
-    /// A selector that ends in a colon is sent with the NSNotification. An empty name means every name, a null sender every
-    /// sender. Registering twice means being told twice.
-    void addObserver(const std::shared_ptr<Object>& observer, SEL selector, std::string name, const Object* sender);
+    /// A selector that ends in a colon is sent with the NSNotification. An empty name means every name, a
+    /// null sender every sender. Registering twice means being told twice.
+    void addObserver(
+        const std::shared_ptr<Object>& observer, SEL selector, std::string name, const Object* sender);
     /// Removes all registrations of an observer.
     void removeObserver(const Object* observer);
     /// An observer that throws ends the posting; the exception is the poster's.
-    void postNotification(const std::string& name, const std::shared_ptr<Object>& sender, NSDictionary userInfo = {});
+    void postNotification(
+        const std::string& name, const std::shared_ptr<Object>& sender, NSDictionary userInfo = {});
 
 private:
     struct Registration {

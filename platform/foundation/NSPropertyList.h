@@ -7,11 +7,11 @@ namespace lumora {
 /// Deeper nesting than this is refused, read or written.
 inline constexpr int deepestPropertyList = 128;
 
-/// Binary property lists. A reference to another object of an archive stands as the dictionary {"CF$UID": integer}, as it does
-/// in the textual form. Any thread.
+/// Binary property lists. A reference to another object of an archive stands as the dictionary {"CF$UID":
+/// integer}, as it does in the textual form. Any thread.
 
-/// Writes a value. Nothing when it holds what a property list cannot: null, a URL, a UUID, an object, an absent value. Text that
-/// is not UTF-8, or holds U+0000, is written with U+FFFD in its place.
+/// Writes a value. Nothing when it holds what a property list cannot: null, a URL, a UUID, an object, an
+/// absent value. Text that is not UTF-8, or holds U+0000, is written with U+FFFD in its place.
 std::optional<NSData> dataWithPropertyList(const Value& propertyList);
 /// Reads one. Nothing when the bytes are truncated or damaged, or unfold to an unreasonable size.
 std::optional<Value> propertyListWithData(std::string_view data);

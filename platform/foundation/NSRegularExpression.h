@@ -9,8 +9,8 @@
 
 namespace lumora {
 
-/// A compiled pattern of the platform's engine. Immutable, cheap to copy, any thread. A search gives up after about two seconds
-/// and answers what it found until then.
+/// A compiled pattern of the platform's engine. Immutable, cheap to copy, any thread. A search gives up after
+/// about two seconds and answers what it found until then.
 class NSRegularExpression {
 public:
     /// Locations and lengths are UTF-16 units of the searched text; the text itself is UTF-8.
@@ -30,7 +30,8 @@ public:
     };
 
     /// Nothing when the pattern does not compile.
-    static std::optional<NSRegularExpression> regularExpressionWithPattern(std::string_view pattern, bool caseInsensitive);
+    static std::optional<NSRegularExpression> regularExpressionWithPattern(
+        std::string_view pattern, bool caseInsensitive);
 
     std::optional<Match> firstMatchInString(std::string_view text) const;
     std::vector<Match> matchesInString(std::string_view text) const;

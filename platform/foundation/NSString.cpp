@@ -36,11 +36,13 @@ CodePoint codePointAt(std::string_view text, size_t at)
     return { value, length, true };
 }
 
-// The platform's set, which is neither Unicode's nor C's: U+200B is in it, U+FEFF and U+001C to U+001F are not.
+// The platform's set, which is neither Unicode's nor C's: U+200B is in it, U+FEFF and U+001C to U+001F are
+// not.
 bool isWhitespaceOrNewline(char32_t c)
 {
-    return (c >= 0x09 && c <= 0x0D) || c == 0x20 || c == 0x85 || c == 0xA0 || c == 0x1680 || (c >= 0x2000 && c <= 0x200B)
-        || c == 0x2028 || c == 0x2029 || c == 0x202F || c == 0x205F || c == 0x3000;
+    return (c >= 0x09 && c <= 0x0D) || c == 0x20 || c == 0x85 || c == 0xA0 || c == 0x1680
+        || (c >= 0x2000 && c <= 0x200B) || c == 0x2028 || c == 0x2029 || c == 0x202F || c == 0x205F
+        || c == 0x3000;
 }
 
 void appendUTF8(std::string& text, char32_t c)
@@ -76,7 +78,8 @@ Conversion conversionAt(std::string_view format, size_t percent)
     Conversion conversion;
     size_t at = percent + 1;
     auto take = [&](std::string_view characters, size_t atMost) {
-        for (; atMost > 0 && at < format.size() && characters.find(format[at]) != std::string_view::npos; atMost--)
+        for (; atMost > 0 && at < format.size() && characters.find(format[at]) != std::string_view::npos;
+             atMost--)
             conversion.options += format[at++];
     };
     take("#+- 0", 5);
@@ -94,8 +97,7 @@ Conversion conversionAt(std::string_view format, size_t percent)
     return conversion;
 }
 
-template <typename T>
-std::string printed(const std::string& options, const char* length, char type, T value)
+template <typename T> std::string printed(const std::string& options, const char* length, char type, T value)
 {
     const std::string format = "%" + options + length + type;
     const int size = std::snprintf(nullptr, 0, format.c_str(), value);
@@ -114,8 +116,9 @@ std::optional<std::string> converted(const Conversion& conversion, const Value& 
     switch (conversion.type) {
     case '@':
     case 's':
-        return conversion.options.empty() ? argument.description()
-                                          : printed(conversion.options, "", 's', argument.description().c_str());
+        return conversion.options.empty()
+            ? argument.description()
+            : printed(conversion.options, "", 's', argument.description().c_str());
     case 'd':
     case 'i':
         return printed(conversion.options, "ll", 'd',

@@ -4,10 +4,12 @@
 
 namespace lumora {
 
-// Operations on text. Text is UTF-8; bytes that are not count as one unit each where units are counted. Any thread.
+// Operations on text. Text is UTF-8; bytes that are not count as one unit each where units are counted. Any
+// thread.
 
-/// The platform's format: %@ (a value's description, "(null)" for nothing), %d %i %u %x %X %c %s %f %%, `l` and `q` for 64 bits,
-/// flags, width and precision. A missing argument counts as nothing, one too many is ignored, an unknown conversion is kept.
+/// The platform's format: %@ (a value's description, "(null)" for nothing), %d %i %u %x %X %c %s %f %%, `l`
+/// and `q` for 64 bits, flags, width and precision. A missing argument counts as nothing, one too many is
+/// ignored, an unknown conversion is kept.
 std::string stringWithFormat(std::string_view format, std::initializer_list<Value> arguments);
 
 /// Without the white space and newlines at both ends.
@@ -25,8 +27,8 @@ size_t utf16Length(std::string_view text);
 /// The longest beginning of at most that many UTF-16 units; a surrogate pair is never split.
 std::string prefixOfUTF16Length(std::string_view text, size_t units);
 
-/// What a number formatter in decimal style reads: spaces around it and grouping are ignored, and anything else beside the
-/// number makes it nothing. Whole numbers are integers, the others doubles.
+/// What a number formatter in decimal style reads: spaces around it and grouping are ignored, and anything
+/// else beside the number makes it nothing. Whole numbers are integers, the others doubles.
 std::optional<Value> numberFromText(std::string_view text);
 
 /// Base64 without line breaks.

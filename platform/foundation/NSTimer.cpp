@@ -42,7 +42,9 @@ void NSTimer::arm(std::shared_ptr<Object> target)
     if (!m_valid || !target)
         return;
     m_scheduled = isa()->registry().process().executor().scheduleTimer(name, m_interval,
-        [self = std::static_pointer_cast<NSTimer>(shared_from_this()), target = std::move(target)] { self->fire(target); });
+        [self = std::static_pointer_cast<NSTimer>(shared_from_this()), target = std::move(target)] {
+            self->fire(target);
+        });
 }
 
 void NSTimer::fire(const std::shared_ptr<Object>& target)
@@ -87,4 +89,4 @@ double NSTimer::fireDate() const
     return m_scheduled ? m_scheduled->dueTime() : 0;
 }
 
-}
+} // namespace lumora

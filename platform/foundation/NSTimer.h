@@ -7,9 +7,10 @@ namespace lumora {
 
 class ScheduledTimer;
 
-/// A timer on the main run loop that sends a message to its target, with itself as the argument when the selector ends in a
-/// colon. Retains its target until it has fired (one-shot) or is invalidated. Intervals are seconds; zero, negative or
-/// not-a-number becomes 0.0001, and nothing is longer than 31 years. Any thread; fires on the main thread.
+/// A timer on the main run loop that sends a message to its target, with itself as the argument when the
+/// selector ends in a colon. Retains its target until it has fired (one-shot) or is invalidated. Intervals
+/// are seconds; zero, negative or not-a-number becomes 0.0001, and nothing is longer than 31 years. Any
+/// thread; fires on the main thread.
 class NSTimer final : public NSObject {
 public:
     static const ClassDescription& classDescription();
@@ -25,7 +26,8 @@ public:
     double fireDate() const;
 
 private:
-    // The run loop holds the target, in the task that is scheduled: whoever drops that task lets the target go.
+    // The run loop holds the target, in the task that is scheduled: whoever drops that task lets the target
+    // go.
     void arm(std::shared_ptr<Object> target);
     void fire(const std::shared_ptr<Object>& target);
 

@@ -25,8 +25,8 @@ std::optional<size_t> schemeEnd(std::string_view text)
     if (colon == std::string_view::npos || colon == 0 || !isAlpha(text[0]))
         return std::nullopt;
     const std::string_view scheme = text.substr(0, colon);
-    const bool isScheme = std::all_of(
-        scheme.begin(), scheme.end(), [](char c) { return isAlpha(c) || isDigit(c) || c == '+' || c == '-' || c == '.'; });
+    const bool isScheme = std::all_of(scheme.begin(), scheme.end(),
+        [](char c) { return isAlpha(c) || isDigit(c) || c == '+' || c == '-' || c == '.'; });
     return isScheme ? std::optional(colon) : std::nullopt;
 }
 
@@ -57,7 +57,8 @@ bool isValidURL(std::string_view text)
     for (size_t at = 0; at < text.size(); at++) {
         if (!mayStandInURL(text[at]))
             return false;
-        if (text[at] == '%' && (text.size() - at < 3 || !isHexDigit(text[at + 1]) || !isHexDigit(text[at + 2])))
+        if (text[at] == '%'
+            && (text.size() - at < 3 || !isHexDigit(text[at + 1]) || !isHexDigit(text[at + 2])))
             return false;
     }
     return std::count(text.begin(), text.end(), '#') < 2;

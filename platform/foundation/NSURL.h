@@ -18,8 +18,9 @@ struct URLParts {
     std::string resourceSpecifier;
 };
 
-/// False for what the platform makes no URL of: blanks, raw non-ASCII, control characters, `"<>\^{|}` and the backtick, a
-/// percent sign without two hexadecimal digits, a second `#`. A relative text is a URL without a scheme. Any thread.
+/// False for what the platform makes no URL of: blanks, raw non-ASCII, control characters, `"<>\^{|}` and the
+/// backtick, a percent sign without two hexadecimal digits, a second `#`. A relative text is a URL without a
+/// scheme. Any thread.
 bool isValidURL(std::string_view text);
 /// Nothing for what is no URL.
 std::optional<URLParts> parseURL(std::string_view text);

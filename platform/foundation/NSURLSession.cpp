@@ -60,9 +60,12 @@ NSURLSession::NSURLSession()
 void NSURLSession::dataTaskWithRequest(NSMutableURLRequest request, Completion completion)
 {
     if (!completion)
-        completion = [](const NSData&, const std::optional<NSHTTPURLResponse>&, const std::optional<NSError>&) { };
+        completion
+            = [](const NSData&, const std::optional<NSHTTPURLResponse>&, const std::optional<NSError>&) {};
     if (std::optional<NSError> error = refusal(request.url)) {
-        m_queue->async([completion = std::move(completion), error = std::move(error)] { completion({}, std::nullopt, error); });
+        m_queue->async([completion = std::move(completion), error = std::move(error)] {
+            completion({}, std::nullopt, error);
+        });
         return;
     }
 
@@ -72,11 +75,15 @@ void NSURLSession::dataTaskWithRequest(NSMutableURLRequest request, Completion c
     exchange.headers = std::move(request.headers);
     exchange.body = std::move(request.httpBody);
     exchange.timeout = request.timeoutInterval;
-    // Handed on as a whole, so that what the completion holds is let go on the queue, not on the transport's thread.
-    auto task = std::make_shared<DataTask>(DataTask { m_queue, std::move(completion), std::move(request.url) });
+    // Handed on as a whole, so that what the completion holds is let go on the queue, not on the transport's
+    // thread.
+    auto task
+        = std::make_shared<DataTask>(DataTask { m_queue, std::move(completion), std::move(request.url) });
     auto answered = [task = std::move(task)](HTTPExchangeAnswer answer) mutable {
         const std::shared_ptr<DispatchQueue> queue = std::move(task->queue);
-        queue->async([task = std::move(task), answer = std::move(answer)]() mutable { finish(*task, std::move(answer)); });
+        queue->async([task = std::move(task), answer = std::move(answer)]() mutable {
+            finish(*task, std::move(answer));
+        });
     };
     Process::current().configuration().transport->start(std::move(exchange), std::move(answered));
 }

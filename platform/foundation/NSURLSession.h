@@ -43,10 +43,11 @@ struct NSHTTPURLResponse {
 /// The HTTP client of a process, over the transport of its configuration. Any thread.
 class NSURLSession {
 public:
-    /// Called exactly once unless the process stops first, on the session's own serial queue, never inside the call that
-    /// started the exchange. Either a response with its body, whatever its status, or an error in NSURLErrorDomain.
-    using Completion
-        = std::function<void(const NSData& body, const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error)>;
+    /// Called exactly once unless the process stops first, on the session's own serial queue, never inside
+    /// the call that started the exchange. Either a response with its body, whatever its status, or an error
+    /// in NSURLErrorDomain.
+    using Completion = std::function<void(const NSData& body,
+        const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error)>;
 
     /// A longer answer is an error.
     static constexpr size_t longestBody = 8 << 20;
@@ -54,8 +55,8 @@ public:
     static NSURLSession& sharedSession();
 
     NSURLSession();
-    /// Starts an exchange. A text that is no URL, or none of HTTP, is an error and touches no network. No completion: sent
-    /// and forgotten.
+    /// Starts an exchange. A text that is no URL, or none of HTTP, is an error and touches no network. No
+    /// completion: sent and forgotten.
     void dataTaskWithRequest(NSMutableURLRequest request, Completion completion);
 
 private:

@@ -27,7 +27,8 @@ NSUserDefaults& NSUserDefaults::standardUserDefaults()
 }
 
 NSUserDefaults::NSUserDefaults()
-    : m_path(NSHomeDirectory() / "Library" / "Preferences" / fileName(Process::current().configuration().mainBundleIdentifier))
+    : m_path(NSHomeDirectory() / "Library" / "Preferences"
+        / fileName(Process::current().configuration().mainBundleIdentifier))
 {
 }
 
@@ -64,7 +65,8 @@ bool NSUserDefaults::setAsideLocked() const
 bool NSUserDefaults::writeLocked()
 {
     const Values& values = valuesLocked();
-    const auto content = dataWithPropertyList(NSDictionary::withDistinctKeys({ values.begin(), values.end() }));
+    const auto content
+        = dataWithPropertyList(NSDictionary::withDistinctKeys({ values.begin(), values.end() }));
     if (!content)
         return false;
     m_isUnwritten = !setAsideLocked() || !replaceFile(m_path, content->view());
@@ -111,7 +113,8 @@ bool NSUserDefaults::boolForKey(std::string_view defaultName) const
 {
     const Value value = objectForKey(defaultName);
     if (const std::string* text = value.string())
-        return !text->empty() && std::string_view { "YyTt123456789" }.find(text->front()) != std::string_view::npos;
+        return !text->empty()
+            && std::string_view { "YyTt123456789" }.find(text->front()) != std::string_view::npos;
     return value.boolValue();
 }
 

@@ -8,12 +8,13 @@
 
 namespace lumora {
 
-/// The settings store of an application: a binary property list under its home folder, Library/Preferences/<bundle
-/// identifier>.plist, keys sorted, mode 0600. One per process, any thread.
+/// The settings store of an application: a binary property list under its home folder,
+/// Library/Preferences/<bundle identifier>.plist, keys sorted, mode 0600. One per process, any thread.
 ///
-/// Read on first use. Every change is written at once, to a new file that then takes the place of the former one, so what was
-/// set before a kill is there after it. A write that fails keeps the value in memory and the former file as it is, and is made
-/// up for by the next change or `synchronize`. A file that cannot be read is set aside as <name>.damaged, never overwritten.
+/// Read on first use. Every change is written at once, to a new file that then takes the place of the former
+/// one, so what was set before a kill is there after it. A write that fails keeps the value in memory and the
+/// former file as it is, and is made up for by the next change or `synchronize`. A file that cannot be read
+/// is set aside as <name>.damaged, never overwritten.
 class NSUserDefaults {
 public:
     static NSUserDefaults& standardUserDefaults();
@@ -21,8 +22,8 @@ public:
     NSUserDefaults();
     /// The stored value, or nothing.
     Value objectForKey(std::string_view defaultName) const;
-    /// Stores numbers, text, data, dates, arrays and dictionaries of these; nothing removes the key; anything else is refused with
-    /// a line on the console.
+    /// Stores numbers, text, data, dates, arrays and dictionaries of these; nothing removes the key; anything
+    /// else is refused with a line on the console.
     void setObject(std::string_view forKey, Value object);
     void removeObjectForKey(std::string_view defaultName);
     /// False when absent; a text counts as true when it begins with Y, y, T, t or a digit from 1 to 9.

@@ -20,14 +20,16 @@ std::string textOfDouble(double value)
         return "nan";
     if (std::isinf(value))
         return value < 0 ? "-inf" : "inf";
-    // The shortest digits that read back as the same number; an exponent only where the digits would grow long.
+    // The shortest digits that read back as the same number; an exponent only where the digits would grow
+    // long.
     std::array<char, 32> buffer {};
     const double size = std::fabs(value);
-    const auto form = size != 0 && (size < 1e-4 || size >= 1e17) ? std::chars_format::scientific : std::chars_format::fixed;
+    const auto form = size != 0 && (size < 1e-4 || size >= 1e17) ? std::chars_format::scientific
+                                                                 : std::chars_format::fixed;
     auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, form);
     return { buffer.data(), result.ptr };
 }
-}
+} // namespace
 
 NSDictionary::NSDictionary(std::initializer_list<Entry> entries)
 {
@@ -45,7 +47,8 @@ NSDictionary NSDictionary::withDistinctKeys(std::vector<Entry> entries)
 
 const Value* NSDictionary::find(std::string_view key) const
 {
-    auto entry = std::find_if(m_entries.begin(), m_entries.end(), [&](const Entry& e) { return e.first == key; });
+    auto entry
+        = std::find_if(m_entries.begin(), m_entries.end(), [&](const Entry& e) { return e.first == key; });
     return entry == m_entries.end() ? nullptr : &entry->second;
 }
 
@@ -180,7 +183,8 @@ bool Value::operator==(const Value& other) const
     if (isNothing() || other.isNothing())
         return isNothing() && other.isNothing();
     if (isNumber() && other.isNumber())
-        return isDouble() || other.isDouble() ? doubleValue() == other.doubleValue() : integerValue() == other.integerValue();
+        return isDouble() || other.isDouble() ? doubleValue() == other.doubleValue()
+                                              : integerValue() == other.integerValue();
     std::shared_ptr<Object> mine = object();
     std::shared_ptr<Object> theirs = other.object();
     if (mine || theirs)
@@ -212,7 +216,8 @@ int64_t saturatingInteger(double value)
 
 int32_t saturatingInt32(int64_t value)
 {
-    return static_cast<int32_t>(std::clamp<int64_t>(value, std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()));
+    return static_cast<int32_t>(
+        std::clamp<int64_t>(value, std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()));
 }
 
-}
+} // namespace lumora

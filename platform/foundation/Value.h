@@ -51,7 +51,8 @@ public:
 
     NSDictionary() = default;
     NSDictionary(std::initializer_list<Entry> entries);
-    /// From entries whose keys are known to differ, as a reader has them; no search, so thousands cost nothing.
+    /// From entries whose keys are known to differ, as a reader has them; no search, so thousands cost
+    /// nothing.
     static NSDictionary withDistinctKeys(std::vector<Entry> entries);
 
     /// The value under a key, or null when the key is absent.
@@ -74,8 +75,9 @@ private:
     std::vector<Entry> m_entries;
 };
 
-/// What key-value coding, JSON, metadata and archives carry. A plain value: copies are independent, any thread.
-/// An object inside is held strongly, or weakly by `weak`, in which case it reads as nothing once the object has died.
+/// What key-value coding, JSON, metadata and archives carry. A plain value: copies are independent, any
+/// thread. An object inside is held strongly, or weakly by `weak`, in which case it reads as nothing once the
+/// object has died.
 class Value {
 public:
     Value() = default;
@@ -132,8 +134,7 @@ public:
     {
     }
     template <typename T>
-        requires std::is_base_of_v<Object, T>
-    Value(std::shared_ptr<T> object)
+    requires std::is_base_of_v<Object, T> Value(std::shared_ptr<T> object)
         : Value(Strong {}, std::static_pointer_cast<Object>(std::move(object)))
     {
     }
@@ -162,17 +163,19 @@ public:
     /// The object inside, or null.
     std::shared_ptr<Object> object() const;
 
-    /// Conversions of a boxed number: truncating, saturating at 64 bits, NaN gives 0. Anything but a number gives 0.
+    /// Conversions of a boxed number: truncating, saturating at 64 bits, NaN gives 0. Anything but a number
+    /// gives 0.
     bool boolValue() const;
     int64_t integerValue() const;
     double doubleValue() const;
     /// The text, or an empty one.
     const std::string& stringOrEmpty() const;
-    /// What "%@" prints: numbers as digits, text as it is, "(null)" for nothing, "<Class: identity>" for an object.
+    /// What "%@" prints: numbers as digits, text as it is, "(null)" for nothing, "<Class: identity>" for an
+    /// object.
     std::string description() const;
 
-    /// Same kind and equal content; objects are equal when they are the same object. Nothing equals nothing, and a number
-    /// equals a number of the same value.
+    /// Same kind and equal content; objects are equal when they are the same object. Nothing equals nothing,
+    /// and a number equals a number of the same value.
     bool operator==(const Value& other) const;
 
 private:
@@ -180,14 +183,17 @@ private:
     Value(Strong, std::shared_ptr<Object> object);
 
     using WeakObject = std::weak_ptr<Object>;
-    std::variant<std::monostate, NSNull, bool, int64_t, double, std::string, NSData, NSURLValue, NSDateValue, NSUUIDValue,
-        NSArray, NSDictionary, std::shared_ptr<Object>, WeakObject>
+    std::variant<std::monostate, NSNull, bool, int64_t, double, std::string, NSData, NSURLValue, NSDateValue,
+        NSUUIDValue, NSArray, NSDictionary, std::shared_ptr<Object>, WeakObject>
         m_value;
 };
 
 inline bool NSDictionary::empty() const { return m_entries.empty(); }
 inline size_t NSDictionary::size() const { return m_entries.size(); }
-inline std::vector<NSDictionary::Entry>::const_iterator NSDictionary::begin() const { return m_entries.begin(); }
+inline std::vector<NSDictionary::Entry>::const_iterator NSDictionary::begin() const
+{
+    return m_entries.begin();
+}
 inline std::vector<NSDictionary::Entry>::const_iterator NSDictionary::end() const { return m_entries.end(); }
 
 /// Truncates a double towards zero; saturates at 64 bits; NaN gives 0.

@@ -29,8 +29,9 @@ public:
 fs::path defaultHome()
 {
     std::error_code error;
-    if (const char* home = std::getenv("HOME"); home && *home) { // NOLINT(concurrency-mt-unsafe): nobody sets it here
-        const fs::path path = fs::path { home } / ".lumora";
+    if (const char* home = std::getenv("HOME");
+        home && *home) { // NOLINT(concurrency-mt-unsafe): nobody sets it here
+        fs::path path = fs::path { home } / ".lumora";
         if (fs::create_directories(path, error); !error)
             return path;
     }
@@ -44,7 +45,7 @@ std::string identifierOf(const fs::path& home)
     const fs::path path = home / "Library" / "identifier";
     constexpr size_t lengthOfUUID = 36;
     if (const std::optional<NSData> kept = contentsOfFile(path)) {
-        if (const std::string text = trimmed(kept->view()); text.size() == lengthOfUUID && isValidUTF8(text))
+        if (std::string text = trimmed(kept->view()); text.size() == lengthOfUUID && isValidUTF8(text))
             return text;
     }
     std::string fresh = newUUIDString();

@@ -4,11 +4,10 @@
 #include "platform/foundation/NSURLSession.h"
 #include "platform/process/Lock.h"
 
-#include <curl/curl.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <curl/curl.h>
 #include <map>
 #include <new>
 #include <thread>
@@ -106,7 +105,7 @@ void Exchange::addHeaders()
     };
     // An empty one is written with a semicolon; with a colon it would remove the library's own.
     for (const auto& [name, value] : m_request.headers)
-        append(value.empty() ? name + ";" : name + ": " + value);
+        append(value.empty() ? name + ";" : std::string { name }.append(": ").append(value));
     // No extra round trip before a large body.
     append("Expect:");
 }
@@ -195,7 +194,9 @@ void Exchange::finish(CURLcode result)
         curl_easy_getinfo(m_easy.get(), CURLINFO_RESPONSE_CODE, &status);
         m_answer.status = static_cast<int>(status);
     } else {
-        m_answer.error = m_isTooLong ? "the answer is too long" : m_errorText[0] ? m_errorText.data() : curl_easy_strerror(result);
+        m_answer.error = m_isTooLong ? "the answer is too long"
+            : m_errorText[0]         ? m_errorText.data()
+                                     : curl_easy_strerror(result);
         m_answer.errorCode = m_isTooLong ? NSURLErrorDataLengthExceedsMaximum : errorCodeOf(result);
     }
     m_completion(std::move(m_answer));

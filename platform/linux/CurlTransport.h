@@ -6,9 +6,10 @@
 
 namespace lumora {
 
-/// HTTP over libcurl, all exchanges on one thread, which starts with the first. Follows up to 20 redirects, takes proxies from
-/// the environment, speaks HTTP and HTTPS only. Answers longer than NSURLSession::longestBody, or with more than 256 KiB of
-/// header, are errors. Error codes are those of NSURLErrorDomain. `stop` is not for its own thread.
+/// HTTP over libcurl, all exchanges on one thread, which starts with the first. Follows up to 20 redirects,
+/// takes proxies from the environment, speaks HTTP and HTTPS only. Answers longer than
+/// NSURLSession::longestBody, or with more than 256 KiB of header, are errors. Error codes are those of
+/// NSURLErrorDomain. `stop` is not for its own thread.
 std::unique_ptr<HTTPTransport> makeCurlTransport();
 
 }

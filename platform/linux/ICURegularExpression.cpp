@@ -1,9 +1,8 @@
 #include "platform/foundation/NSRegularExpression.h"
 
-#include <unicode/regex.h>
-
 #include <chrono>
 #include <limits>
+#include <unicode/regex.h>
 
 namespace lumora {
 
@@ -30,7 +29,8 @@ std::optional<NSRegularExpression> NSRegularExpression::regularExpressionWithPat
     UErrorCode status = U_ZERO_ERROR;
     UParseError where;
     auto made = std::make_shared<Pattern>();
-    made->compiled.reset(icu::RegexPattern::compile(unicode(pattern), caseInsensitive ? UREGEX_CASE_INSENSITIVE : 0, where, status));
+    made->compiled.reset(icu::RegexPattern::compile(
+        unicode(pattern), caseInsensitive ? UREGEX_CASE_INSENSITIVE : 0, where, status));
     if (U_FAILURE(status) || !made->compiled)
         return std::nullopt;
     return NSRegularExpression { std::move(made) };
@@ -58,7 +58,8 @@ std::vector<NSRegularExpression::Match> NSRegularExpression::search(std::string_
             group.matched = true;
             group.location = static_cast<size_t>(start);
             group.length = static_cast<size_t>(matcher->end(number, status) - start);
-            source.tempSubStringBetween(start, start + static_cast<int32_t>(group.length)).toUTF8String(group.text);
+            source.tempSubStringBetween(start, start + static_cast<int32_t>(group.length))
+                .toUTF8String(group.text);
         }
         match.location = match.groups.front().location;
         match.length = match.groups.front().length;

@@ -1,10 +1,9 @@
 #include "platform/foundation/NSString.h"
 
+#include <cmath>
 #include <unicode/numfmt.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
-
-#include <cmath>
 
 namespace lumora {
 
@@ -33,7 +32,8 @@ std::optional<Value> numberFromText(std::string_view text)
     if (digits.empty() || digits.size() > longestNumber)
         return std::nullopt;
     UErrorCode status = U_ZERO_ERROR;
-    const std::unique_ptr<icu::NumberFormat> format(icu::NumberFormat::createInstance(icu::Locale::getUS(), UNUM_DECIMAL, status));
+    const std::unique_ptr<icu::NumberFormat> format(
+        icu::NumberFormat::createInstance(icu::Locale::getUS(), UNUM_DECIMAL, status));
     if (U_FAILURE(status))
         return std::nullopt;
     icu::Formattable number;

@@ -61,7 +61,8 @@ public:
         bool isOnlyModems = true;
         for (const ifaddrs* at = interfaces; at; at = at->ifa_next) {
             constexpr unsigned usable = IFF_UP | IFF_RUNNING;
-            if ((at->ifa_flags & usable) != usable || (at->ifa_flags & IFF_LOOPBACK) || !isRoutable(at->ifa_addr))
+            if ((at->ifa_flags & usable) != usable || (at->ifa_flags & IFF_LOOPBACK)
+                || !isRoutable(at->ifa_addr))
                 continue;
             isReachable = true;
             isOnlyModems &= isModem(at->ifa_name);
@@ -87,7 +88,8 @@ protected:
         sockaddr_nl address {};
         address.nl_family = AF_NETLINK;
         address.nl_groups = RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR;
-        if (m_notices < 0 || m_stop < 0 || bind(m_notices, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
+        if (m_notices < 0 || m_stop < 0
+            || bind(m_notices, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
             return;
         m_watcher = std::thread([this, notices = m_notices, stop = m_stop] { run(notices, stop); });
     }

@@ -1,10 +1,9 @@
 #include "platform/foundation/NSString.h"
 
-#include <openssl/evp.h>
-#include <openssl/rand.h>
-
 #include <algorithm>
 #include <array>
+#include <openssl/evp.h>
+#include <openssl/rand.h>
 #include <random>
 
 namespace lumora {
@@ -17,8 +16,9 @@ std::string base64Encoded(const NSData& data)
     size_t written = 0;
     for (size_t at = 0; at < data.bytes.size(); at += piece) {
         const size_t size = std::min(piece, data.bytes.size() - at);
-        written += static_cast<size_t>(EVP_EncodeBlock(
-            reinterpret_cast<unsigned char*>(text.data() + written), data.bytes.data() + at, static_cast<int>(size)));
+        written
+            += static_cast<size_t>(EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data() + written),
+                data.bytes.data() + at, static_cast<int>(size)));
     }
     text.resize(written);
     return text;

@@ -1,11 +1,9 @@
 #include "platform/foundation/NSPropertyList.h"
-
 #include "platform/foundation/NSString.h"
-
-#include <plist/plist.h>
 
 #include <cmath>
 #include <cstdlib>
+#include <plist/plist.h>
 #include <unordered_set>
 
 namespace lumora {
@@ -94,8 +92,8 @@ Node nodeOf(const Value& value, int depth)
     return nullptr;
 }
 
-/// Walks the raw object table before the library unfolds it: it follows references to any depth, and again for each mention, so
-/// a short hostile file could exhaust stack or memory.
+/// Walks the raw object table before the library unfolds it: it follows references to any depth, and again
+/// for each mention, so a short hostile file could exhaust stack or memory.
 class Shape {
 public:
     explicit Shape(std::string_view data)
@@ -114,7 +112,8 @@ public:
         const uint64_t count = number(trailer + 8, 8);
         const uint64_t root = number(trailer + 16, 8);
         m_table = number(trailer + 24, 8);
-        if (m_offsetSize == 0 || m_offsetSize > 8 || m_referenceSize == 0 || m_referenceSize > 8 || count > m_data.size())
+        if (m_offsetSize == 0 || m_offsetSize > 8 || m_referenceSize == 0 || m_referenceSize > 8
+            || count > m_data.size())
             return false;
         m_nodes.resize(count);
         return visit(root, 0) && m_nodes[root].unfolded <= mostNodes;
@@ -273,7 +272,9 @@ std::optional<size_t> referencedIndex(const Value& value)
     if (!dictionary || dictionary->size() != 1)
         return std::nullopt;
     const Value& index = (*dictionary)[referenceKey];
-    return index.isInteger() && index.integerValue() >= 0 ? std::optional(static_cast<size_t>(index.integerValue())) : std::nullopt;
+    return index.isInteger() && index.integerValue() >= 0
+        ? std::optional(static_cast<size_t>(index.integerValue()))
+        : std::nullopt;
 }
 
 std::optional<NSData> dataWithPropertyList(const Value& propertyList)

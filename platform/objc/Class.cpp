@@ -8,7 +8,8 @@
 
 namespace lumora {
 
-// The registry's lock guards what a class changes; the analysis cannot follow a lock through a reference in another object.
+// The registry's lock guards what a class changes; the analysis cannot follow a lock through a reference in
+// another object.
 #define LUMORA_UNDER_REGISTRY_LOCK LUMORA_ANNOTATION(no_thread_safety_analysis)
 
 ClassObject::ClassObject(ClassRegistry& registry, std::string name, Class superclass, bool isMetaClass)
@@ -60,7 +61,8 @@ void ClassObject::fillCacheLocked(Method method) const
     Cache* cache = m_cache.load(std::memory_order_relaxed);
     auto insert = [](Cache& into, Method entry) {
         size_t index = hash(entry->name) & into.mask;
-        for (; Method present = into.entries[index].load(std::memory_order_relaxed); index = (index + 1) & into.mask) {
+        for (; Method present = into.entries[index].load(std::memory_order_relaxed);
+             index = (index + 1) & into.mask) {
             if (present->name == entry->name)
                 return;
         }
@@ -92,7 +94,10 @@ Class NSClassFromString(std::string_view name) { return Process::current().class
 
 Method class_getInstanceMethod(Class cls, SEL selector) { return cls ? cls->methodFor(selector) : nullptr; }
 
-Method class_getClassMethod(Class cls, SEL selector) { return cls ? cls->isa()->methodFor(selector) : nullptr; }
+Method class_getClassMethod(Class cls, SEL selector)
+{
+    return cls ? cls->isa()->methodFor(selector) : nullptr;
+}
 
 bool class_addMethod(Class cls, SEL selector, const IMP& implementation) LUMORA_UNDER_REGISTRY_LOCK
 {
@@ -116,7 +121,8 @@ static void requireSameTypes(SEL selector, const TypeEncoding* wanted, const IMP
     }
 }
 
-IMP class_replaceMethod(Class cls, SEL selector, const IMP& implementation, const TypeEncoding* types) LUMORA_UNDER_REGISTRY_LOCK
+IMP class_replaceMethod(
+    Class cls, SEL selector, const IMP& implementation, const TypeEncoding* types) LUMORA_UNDER_REGISTRY_LOCK
 {
     if (!cls)
         return nullptr;
@@ -180,7 +186,8 @@ std::shared_ptr<Object> class_createInstance(Class cls)
     while (description && !description->instantiate())
         description = description->superDescription();
     if (!description)
-        throw NSException(NSInvalidArgumentException, "this class has no instances: " + NSStringFromClass(cls));
+        throw NSException(
+            NSInvalidArgumentException, "this class has no instances: " + NSStringFromClass(cls));
     std::shared_ptr<Object> object = description->instantiate()();
     object_setClass(*object, cls);
     return object;
@@ -203,6 +210,9 @@ bool conformsToProtocol(const Object* object, std::string_view protocol)
     return class_conformsToProtocol(object->isa(), protocol);
 }
 
-bool respondsToSelector(const Object* object, SEL selector) { return object && object->isa()->methodFor(selector); }
-
+bool respondsToSelector(const Object* object, SEL selector)
+{
+    return object && object->isa()->methodFor(selector);
 }
+
+} // namespace lumora

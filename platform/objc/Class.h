@@ -11,7 +11,8 @@ namespace lumora {
 
 class Process;
 
-/// One entry of a class's method list. Never moves while its class lives, and its implementation is read without a lock.
+/// One entry of a class's method list. Never moves while its class lives, and its implementation is read
+/// without a lock.
 struct MethodNode {
     MethodNode(SEL selector, const IMP& implementation)
         : name(selector)
@@ -26,8 +27,9 @@ struct MethodNode {
 };
 using Method = MethodNode*;
 
-/// A class, itself an object: its class is its metaclass, whose methods are the class-level operations. Made by a
-/// ClassRegistry and lives as long as it. Look-up takes no lock once a selector has been seen; changes are serialised.
+/// A class, itself an object: its class is its metaclass, whose methods are the class-level operations. Made
+/// by a ClassRegistry and lives as long as it. Look-up takes no lock once a selector has been seen; changes
+/// are serialised.
 class ClassObject final : public Object {
 public:
     ~ClassObject() override;
@@ -59,8 +61,8 @@ private:
     friend bool class_conformsToProtocol(Class, std::string_view);
     friend const ClassDescription* nearestDescription(Class);
 
-    // An open-addressed table, replaced as a whole when it grows or a method is added. Readers may hold an old one, so
-    // tables are kept until the class dies.
+    // An open-addressed table, replaced as a whole when it grows or a method is added. Readers may hold an
+    // old one, so tables are kept until the class dies.
     struct Cache {
         explicit Cache(size_t capacity)
             : mask(capacity - 1)
@@ -112,8 +114,9 @@ Method class_getInstanceMethod(Class cls, SEL selector);
 Method class_getClassMethod(Class cls, SEL selector);
 /// Adds a method to the class itself; fails when the class has its own of that name.
 bool class_addMethod(Class cls, SEL selector, const IMP& implementation);
-/// Replaces the class's own method and answers what it was; adds one, leaves the superclass alone and answers null when the
-/// method was inherited or absent. Raises NSInvalidArgumentException when `types` does not describe the implementation.
+/// Replaces the class's own method and answers what it was; adds one, leaves the superclass alone and answers
+/// null when the method was inherited or absent. Raises NSInvalidArgumentException when `types` does not
+/// describe the implementation.
 IMP class_replaceMethod(Class cls, SEL selector, const IMP& implementation, const TypeEncoding* types);
 IMP method_getImplementation(Method method);
 inline const TypeEncoding* method_getTypeEncoding(Method method) { return method->types; }
@@ -134,4 +137,4 @@ bool conformsToProtocol(const Object* object, std::string_view protocol);
 /// False for nil.
 bool respondsToSelector(const Object* object, SEL selector);
 
-}
+} // namespace lumora

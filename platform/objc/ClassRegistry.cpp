@@ -43,9 +43,12 @@ const std::unordered_map<const ClassDescription*, std::vector<ClassDescription>>
     return byClass;
 }
 
-}
+} // namespace
 
-RegisteredClass::RegisteredClass(DescriptionFunction description) { declarations().classes.push_back(description); }
+RegisteredClass::RegisteredClass(DescriptionFunction description)
+{
+    declarations().classes.push_back(description);
+}
 
 RegisteredCategory::RegisteredCategory(DescriptionFunction extended, ClassDescription (*additions)())
 {
@@ -122,9 +125,10 @@ Class ClassRegistry::classForLocked(const ClassDescription& description)
 
 Class ClassRegistry::makePairLocked(const std::string& name, Class superclass)
 {
-    // A metaclass inherits from the superclass's metaclass, and the root's from the root class itself, so that a class
-    // answers the root's instance methods.
-    std::shared_ptr<ClassObject> metaclass(new ClassObject(*this, name, superclass ? superclass->m_isa : nullptr, true));
+    // A metaclass inherits from the superclass's metaclass, and the root's from the root class itself, so
+    // that a class answers the root's instance methods.
+    std::shared_ptr<ClassObject> metaclass(
+        new ClassObject(*this, name, superclass ? superclass->m_isa : nullptr, true));
     std::shared_ptr<ClassObject> cls(new ClassObject(*this, name, superclass, false));
     if (!superclass)
         metaclass->m_superclass = cls.get();
@@ -168,7 +172,8 @@ ClassBuilder::ClassBuilder(const std::string& name, Class superclass)
     : m_class(nullptr)
 {
     if (!superclass || superclass->registry().classNamed(name))
-        throw NSException(NSInvalidArgumentException, "a class " + name + " : " + NSStringFromClass(superclass) + " cannot be made");
+        throw NSException(NSInvalidArgumentException,
+            "a class " + name + " : " + NSStringFromClass(superclass) + " cannot be made");
     Locker hold(superclass->m_registry.m_lock);
     m_class = superclass->m_registry.makePairLocked(name, superclass);
 }
@@ -192,17 +197,22 @@ ClassBuilder& ClassBuilder::protocol(std::string name)
     return *this;
 }
 
-Class classOf(const ClassDescription& description) { return Process::current().classes().classFor(description); }
+Class classOf(const ClassDescription& description)
+{
+    return Process::current().classes().classFor(description);
+}
 
 namespace detail {
 
-void raiseTypeMismatch(const Object* receiver, SEL selector, const TypeEncoding& method, const TypeEncoding& call)
+void raiseTypeMismatch(
+    const Object* receiver, SEL selector, const TypeEncoding& method, const TypeEncoding& call)
 {
     throw NSException(NSInvalidArgumentException,
-        "[" + object_getClassName(receiver) + " " + sel_getName(selector) + "] has type " + method.text + ", called as " + call.text);
+        "[" + object_getClassName(receiver) + " " + sel_getName(selector) + "] has type " + method.text
+            + ", called as " + call.text);
 }
 
-}
+} // namespace detail
 
 void NSInvocation::retainArguments()
 {
@@ -213,4 +223,4 @@ void NSInvocation::retainArguments()
     }
 }
 
-}
+} // namespace lumora

@@ -6,8 +6,8 @@
 
 namespace lumora {
 
-/// The classes of one process, and beside them the stored-previous slots of its hooks. Described classes are made when first
-/// touched; run-time classes are added by ClassBuilder. Any thread.
+/// The classes of one process, and beside them the stored-previous slots of its hooks. Described classes are
+/// made when first touched; run-time classes are added by ClassBuilder. Any thread.
 class ClassRegistry {
 public:
     explicit ClassRegistry(Process& process);
@@ -48,7 +48,8 @@ private:
 
     Process& m_process;
     mutable Lock m_lock;
-    std::unordered_map<std::string, std::shared_ptr<ClassObject>, StringHash, std::equal_to<>> m_classes LUMORA_GUARDED_BY(m_lock);
+    std::unordered_map<std::string, std::shared_ptr<ClassObject>, StringHash, std::equal_to<>>
+        m_classes LUMORA_GUARDED_BY(m_lock);
     std::vector<std::shared_ptr<ClassObject>> m_metaclasses LUMORA_GUARDED_BY(m_lock);
     std::unordered_map<const ClassDescription*, Class> m_described LUMORA_GUARDED_BY(m_lock);
     std::array<std::atomic<SlotChunk*>, slotChunks> m_slotChunks {};
@@ -58,7 +59,8 @@ private:
 ///
 ///     ClassBuilder("GADBannerView", classOf<UIView>()).method("adViewDidReceiveAd:"_sel, &received).build();
 ///
-/// It belongs to its superclass's process. A name that is taken, or no superclass, raises NSInvalidArgumentException.
+/// It belongs to its superclass's process. A name that is taken, or no superclass, raises
+/// NSInvalidArgumentException.
 class ClassBuilder {
 public:
     ClassBuilder(const std::string& name, Class superclass);
@@ -74,26 +76,17 @@ private:
 
 /// The class object of a C++ class in the current process.
 Class classOf(const ClassDescription& description);
-template <typename T>
-Class classOf()
-{
-    return classOf(T::classDescription());
-}
+template <typename T> Class classOf() { return classOf(T::classDescription()); }
 
-/// Allocates a T with its class in the current process, or with a run-time subclass of it. A C++ class without a description of
-/// its own takes its base's class. Uninitialised: send `init...` next.
-template <typename T>
-std::shared_ptr<T> alloc()
+/// Allocates a T with its class in the current process, or with a run-time subclass of it. A C++ class
+/// without a description of its own takes its base's class. Uninitialised: send `init...` next.
+template <typename T> std::shared_ptr<T> alloc()
 {
     // Two allocations: weak tables outlive objects, and must not keep their memory.
     std::shared_ptr<T> object(new T);
     object_setClass(*object, classOf<T>());
     return object;
 }
-template <typename T>
-std::shared_ptr<T> alloc(Class cls)
-{
-    return as<T>(class_createInstance(cls));
-}
+template <typename T> std::shared_ptr<T> alloc(Class cls) { return as<T>(class_createInstance(cls)); }
 
-}
+} // namespace lumora

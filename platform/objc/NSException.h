@@ -10,8 +10,8 @@ inline constexpr const char* NSInvalidArgumentException = "NSInvalidArgumentExce
 inline constexpr const char* NSGenericException = "NSGenericException";
 inline constexpr const char* NSRangeException = "NSRangeException";
 
-/// A platform exception: an unknown key, a message nobody answers, an argument that cannot be. Readers of foreign objects
-/// catch it; other C++ exceptions are not platform exceptions and pass them.
+/// A platform exception: an unknown key, a message nobody answers, an argument that cannot be. Readers of
+/// foreign objects catch it; other C++ exceptions are not platform exceptions and pass them.
 class NSException : public std::exception {
 public:
     NSException(std::string name, std::string reason)
@@ -31,4 +31,4 @@ private:
     std::string m_text;
 };
 
-}
+} // namespace lumora

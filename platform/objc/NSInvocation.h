@@ -7,8 +7,9 @@
 
 namespace lumora {
 
-/// A message as an object: what `forwardInvocation` is handed. Copyable; arguments and result can be read and written. An
-/// object argument is borrowed until `retainArguments`, so a copy that outlives the call must call it. Any thread.
+/// A message as an object: what `forwardInvocation` is handed. Copyable; arguments and result can be read and
+/// written. An object argument is borrowed until `retainArguments`, so a copy that outlives the call must
+/// call it. Any thread.
 class NSInvocation {
 public:
     SEL selector() const { return m_selector; }
@@ -16,26 +17,13 @@ public:
     size_t argumentCount() const { return m_arguments.size(); }
 
     /// An argument by position, receiver and selector not counted. Raises when the type is another.
-    template <typename T>
-    T argument(size_t index) const
-    {
-        return cast<T>(m_arguments.at(index));
-    }
-    template <typename T>
-    void setArgument(size_t index, T value)
+    template <typename T> T argument(size_t index) const { return cast<T>(m_arguments.at(index)); }
+    template <typename T> void setArgument(size_t index, T value)
     {
         m_arguments.at(index) = std::move(value);
     }
-    template <typename T>
-    T returnValue() const
-    {
-        return m_result.has_value() ? cast<T>(m_result) : T();
-    }
-    template <typename T>
-    void setReturnValue(T value)
-    {
-        m_result = std::move(value);
-    }
+    template <typename T> T returnValue() const { return m_result.has_value() ? cast<T>(m_result) : T(); }
+    template <typename T> void setReturnValue(T value) { m_result = std::move(value); }
 
     /// Sends the message to another object and keeps its result here.
     void invokeWithTarget(id target) { m_invoke(*this, target); }
@@ -53,12 +41,12 @@ public:
     }
 
 private:
-    template <typename T>
-    static T cast(const std::any& value)
+    template <typename T> static T cast(const std::any& value)
     {
         if (const T* typed = std::any_cast<T>(&value))
             return *typed;
-        throw NSException(NSInvalidArgumentException, "an invocation's argument or result is of another type");
+        throw NSException(
+            NSInvalidArgumentException, "an invocation's argument or result is of another type");
     }
 
     id m_target;
@@ -80,20 +68,22 @@ void reinvoke(NSInvocation& invocation, id target, std::index_sequence<I...>)
     if constexpr (std::is_void_v<R>)
         send<R>(target, invocation.selector(), invocation.argument<std::remove_cvref_t<A>>(I)...);
     else
-        invocation.setReturnValue<R>(send<R>(target, invocation.selector(), invocation.argument<std::remove_cvref_t<A>>(I)...));
+        invocation.setReturnValue<R>(
+            send<R>(target, invocation.selector(), invocation.argument<std::remove_cvref_t<A>>(I)...));
 }
 
 /// Builds the invocation from the call itself and lets the receiver forward it.
-template <typename R, typename... A>
-R forward(id receiver, SEL selector, A... arguments)
+template <typename R, typename... A> R forward(id receiver, SEL selector, A... arguments)
 {
     NSInvocation invocation(receiver, selector, { std::any(std::remove_cvref_t<A>(arguments))... },
-        [](NSInvocation& self, id target) { reinvoke<R, A...>(self, target, std::index_sequence_for<A...> {}); });
+        [](NSInvocation& self, id target) {
+            reinvoke<R, A...>(self, target, std::index_sequence_for<A...> {});
+        });
     receiver->forwardInvocation(invocation);
     if constexpr (!std::is_void_v<R>)
         return invocation.returnValue<R>();
 }
 
-}
+} // namespace detail
 
-}
+} // namespace lumora

@@ -14,7 +14,10 @@ struct SideTable {
     std::map<const void*, Value> associated LUMORA_GUARDED_BY(lock);
 };
 
-SideTable* existingSideTable(const Object& object) { return object.m_sideTable.load(std::memory_order_acquire); }
+SideTable* existingSideTable(const Object& object)
+{
+    return object.m_sideTable.load(std::memory_order_acquire);
+}
 
 SideTable& sideTable(Object& object)
 {
@@ -100,7 +103,8 @@ std::string Object::description() const
 void Object::forwardInvocation(NSInvocation& invocation)
 {
     throw NSException(NSInvalidArgumentException,
-        "[" + object_getClassName(this) + " " + sel_getName(invocation.selector()) + "]: unrecognized selector sent to instance");
+        "[" + object_getClassName(this) + " " + sel_getName(invocation.selector())
+            + "]: unrecognized selector sent to instance");
 }
 
 namespace {
@@ -155,11 +159,12 @@ std::optional<Value> variableNamed(Object& object, std::string_view name)
 [[noreturn]] void raiseUndefinedKey(const Object& object, std::string_view key)
 {
     throw NSException(NSUndefinedKeyException,
-        "[" + object.description() + " valueForUndefinedKey:]: this class is not key value coding-compliant for the key "
+        "[" + object.description()
+            + " valueForUndefinedKey:]: this class is not key value coding-compliant for the key "
             + std::string { key });
 }
 
-}
+} // namespace
 
 Value Object::valueForKey(std::string_view key)
 {
@@ -217,4 +222,4 @@ Value valueForKeyPath(const Value& root, std::string_view path)
     throw NSException(NSUndefinedKeyException, root.description() + " has no key " + std::string { path });
 }
 
-}
+} // namespace lumora

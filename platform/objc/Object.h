@@ -18,9 +18,10 @@ struct SideTable;
 
 /// The root of everything that can receive a message. `NSObject` and `NSProxy` are siblings under it.
 ///
-/// Ownership: `std::shared_ptr` owns, `std::weak_ptr` is weak, a raw pointer borrows for the length of a call. Objects are made
-/// by `alloc`, which gives them their class; a constructor sends no message and hands nothing out. The class belongs to a
-/// process, and no object may outlive its process. Any thread, unless a subclass says otherwise.
+/// Ownership: `std::shared_ptr` owns, `std::weak_ptr` is weak, a raw pointer borrows for the length of a
+/// call. Objects are made by `alloc`, which gives them their class; a constructor sends no message and hands
+/// nothing out. The class belongs to a process, and no object may outlive its process. Any thread, unless a
+/// subclass says otherwise.
 class Object : public std::enable_shared_from_this<Object> {
 public:
     Object() = default;
@@ -31,10 +32,12 @@ public:
     /// The class this object was allocated with.
     Class isa() const { return m_isa; }
 
-    /// Key-value coding: an accessor method named like the key, then a variable `_key`, then a variable `key`. An unknown key
-    /// raises NSUndefinedKeyException, unless the class overrides `valueForUndefinedKey:`.
+    /// Key-value coding: an accessor method named like the key, then a variable `_key`, then a variable
+    /// `key`. An unknown key raises NSUndefinedKeyException, unless the class overrides
+    /// `valueForUndefinedKey:`.
     virtual Value valueForKey(std::string_view key);
-    /// Follows a dotted path. Nothing mid-path gives nothing; arrays map over their elements; dictionaries look the key up.
+    /// Follows a dotted path. Nothing mid-path gives nothing; arrays map over their elements; dictionaries
+    /// look the key up.
     Value valueForKeyPath(std::string_view path);
     /// Sets a key through its setter or variable; an unknown key raises NSUndefinedKeyException.
     void setValueForKey(const Value& value, std::string_view key);
@@ -73,8 +76,8 @@ public:
     static const ClassDescription& classDescription();
 };
 
-/// Adds or sets a variable that was not declared in C++: how a class made at run time keeps its private state. Readable by
-/// key-value coding under exactly this name.
+/// Adds or sets a variable that was not declared in C++: how a class made at run time keeps its private
+/// state. Readable by key-value coding under exactly this name.
 void object_setInstanceVariable(Object& object, std::string_view name, Value value);
 /// The variable, or nothing.
 Value object_getInstanceVariable(const Object& object, std::string_view name);
@@ -92,34 +95,23 @@ inline Class object_getClass(const Object* object) { return object ? object->isa
 const std::string& object_getClassName(const Object* object);
 
 /// A strong reference to a borrowed object; null for null, or when the object is being destroyed.
-template <typename T>
-std::shared_ptr<T> retain(T* object)
+template <typename T> std::shared_ptr<T> retain(T* object)
 {
     return object ? std::static_pointer_cast<T>(object->weak_from_this().lock()) : nullptr;
 }
 
 /// A weak reference to a borrowed object.
-template <typename T>
-std::weak_ptr<T> weakly(T* object)
-{
-    return retain(object);
-}
+template <typename T> std::weak_ptr<T> weakly(T* object) { return retain(object); }
 
 /// True when both are the same living object; a dead or null reference equals nothing, not even another null.
-template <typename T, typename U>
-bool refersTo(const std::weak_ptr<T>& reference, const U* object)
+template <typename T, typename U> bool refersTo(const std::weak_ptr<T>& reference, const U* object)
 {
     return object && reference.lock().get() == object;
 }
 
 /// The C++ view of an object: null when it is not of that type.
-template <typename T>
-T* as(Object* object)
-{
-    return dynamic_cast<T*>(object);
-}
-template <typename T>
-std::shared_ptr<T> as(const std::shared_ptr<Object>& object)
+template <typename T> T* as(Object* object) { return dynamic_cast<T*>(object); }
+template <typename T> std::shared_ptr<T> as(const std::shared_ptr<Object>& object)
 {
     return std::dynamic_pointer_cast<T>(object);
 }

@@ -20,4 +20,4 @@ SEL sel_registerName(std::string_view name)
     return selector;
 }
 
-}
+} // namespace lumora

@@ -6,8 +6,8 @@
 
 namespace lumora {
 
-/// The interned name of an operation, such as "setNavigationDelegate:". One per text in the whole program: two selectors
-/// are equal exactly when their pointers are. Never destroyed. Any thread.
+/// The interned name of an operation, such as "setNavigationDelegate:". One per text in the whole program:
+/// two selectors are equal exactly when their pointers are. Never destroyed. Any thread.
 class Selector {
 public:
     const std::string& name() const { return m_name; }
@@ -26,15 +26,18 @@ using SEL = const Selector*;
 /// Interns a name.
 SEL sel_registerName(std::string_view name);
 inline SEL NSSelectorFromString(std::string_view name) { return sel_registerName(name); }
-inline const char* sel_getName(SEL selector) { return selector ? selector->name().c_str() : "<null selector>"; }
+inline const char* sel_getName(SEL selector)
+{
+    return selector ? selector->name().c_str() : "<null selector>";
+}
 
 inline SEL operator""_sel(const char* name, size_t length) { return sel_registerName({ name, length }); }
 
-/// A selector declared once together with the C++ type of its operation, so that `send(view, sel::layoutSubviews)` needs
-/// no type of its own and does not compile with wrong arguments. Receiver and `_cmd` are not part of `F`.
-/// Constant-initialised, hence usable while other static objects are still being made.
-template <typename F>
-class TypedSelector {
+/// A selector declared once together with the C++ type of its operation, so that `send(view,
+/// sel::layoutSubviews)` needs no type of its own and does not compile with wrong arguments. Receiver and
+/// `_cmd` are not part of `F`. Constant-initialised, hence usable while other static objects are still being
+/// made.
+template <typename F> class TypedSelector {
 public:
     using Function = F;
     constexpr explicit TypedSelector(const char* name)
@@ -58,4 +61,4 @@ private:
     mutable std::atomic<SEL> m_selector { nullptr };
 };
 
-}
+} // namespace lumora

@@ -23,20 +23,20 @@ using id = Object*;
 /// A class, itself an object. Lives as long as its process.
 using Class = ClassObject*;
 
-/// What a C++ parameter or result is called in a method's type encoding, and the one C++ type it travels as. Every object
-/// pointer travels as `id`, every text as `const std::string&`; caller and implementation therefore agree on the function
-/// type exactly when their encodings are equal.
-template <typename T>
-struct Encode;
+/// What a C++ parameter or result is called in a method's type encoding, and the one C++ type it travels as.
+/// Every object pointer travels as `id`, every text as `const std::string&`; caller and implementation
+/// therefore agree on the function type exactly when their encodings are equal.
+template <typename T> struct Encode;
 
 template <typename T>
-concept ObjectPointer = std::is_pointer_v<T> && (std::derived_from<std::remove_pointer_t<T>, Object> || std::same_as<T, Object*> || std::same_as<T, ClassObject*>);
+concept ObjectPointer
+    = std::is_pointer_v<T> &&(std::derived_from<std::remove_pointer_t<T>,
+                                  Object> || std::same_as<T, Object*> || std::same_as<T, ClassObject*>);
 
-#define LUMORA_ENCODE(Type, Travels, Text)                                                                             \
-    template <>                                                                                                        \
-    struct Encode<Type> {                                                                                              \
-        using type = Travels;                                                                                          \
-        static std::string text() { return Text; }                                                                     \
+#define LUMORA_ENCODE(Type, Travels, Text)                                                                   \
+    template <> struct Encode<Type> {                                                                        \
+        using type = Travels;                                                                                \
+        static std::string text() { return Text; }                                                           \
     }
 
 LUMORA_ENCODE(void, void, "v");
@@ -54,80 +54,68 @@ LUMORA_ENCODE(void*, void*, "^v");
 LUMORA_ENCODE(SEL, SEL, ":");
 LUMORA_ENCODE(SlotBase*, SlotBase*, "^^?");
 
-template <>
-struct Encode<IMP> {
+template <> struct Encode<IMP> {
     using type = const IMP&;
     static std::string text() { return "^?"; }
 };
-template <>
-struct Encode<std::string> {
+template <> struct Encode<std::string> {
     using type = const std::string&;
     static std::string text() { return "@\"NSString\""; }
 };
-template <>
-struct Encode<Value> {
+template <> struct Encode<Value> {
     using type = const Value&;
     static std::string text() { return "@\"Value\""; }
 };
-template <>
-struct Encode<NSDictionary> {
+template <> struct Encode<NSDictionary> {
     using type = const NSDictionary&;
     static std::string text() { return "@\"NSDictionary\""; }
 };
-template <ObjectPointer T>
-struct Encode<T> {
+template <ObjectPointer T> struct Encode<T> {
     using type = id;
     static std::string text() { return "@"; }
 };
 template <typename T>
-    requires std::derived_from<T, Object> || std::same_as<T, Object>
+requires std::derived_from<T, Object> || std::same_as<T, Object>
 struct Encode<std::shared_ptr<T>> {
     using type = std::shared_ptr<Object>;
     static std::string text() { return "@&"; }
 };
 template <typename T>
-    requires std::is_enum_v<T>
+requires std::is_enum_v<T>
 struct Encode<T> {
     using type = int64_t;
     static std::string text() { return "q"; }
 };
 
-template <typename T>
-std::string encode()
-{
-    return Encode<std::remove_cvref_t<T>>::text();
-}
+template <typename T> std::string encode() { return Encode<std::remove_cvref_t<T>>::text(); }
 
-template <typename R, typename... A>
-struct Encode<std::function<R(A...)>> {
+template <typename R, typename... A> struct Encode<std::function<R(A...)>> {
     using type = const std::function<R(A...)>&;
     static std::string text() { return "@?<" + encode<R>() + (std::string {} + ... + encode<A>()) + ">"; }
 };
 
 /// The type in which a parameter travels through the runtime.
-template <typename T>
-using Travelling = typename Encode<std::remove_cvref_t<T>>::type;
+template <typename T> using Travelling = typename Encode<std::remove_cvref_t<T>>::type;
 /// The type in which a result travels: never a reference.
 template <typename R>
 using TravellingResult = std::remove_cvref_t<typename Encode<std::remove_cvref_t<R>>::type>;
 
-/// The encoding of a whole method, receiver and selector included: "v@:@" takes one object and answers nothing. Two methods
-/// may stand in for each other exactly when the texts are equal.
+/// The encoding of a whole method, receiver and selector included: "v@:@" takes one object and answers
+/// nothing. Two methods may stand in for each other exactly when the texts are equal.
 struct TypeEncoding {
     std::string text;
 
     bool operator==(const TypeEncoding& other) const { return this == &other || text == other.text; }
 };
 
-template <typename R, typename... A>
-const TypeEncoding& methodEncoding()
+template <typename R, typename... A> const TypeEncoding& methodEncoding()
 {
     static const TypeEncoding encoding { encode<R>() + "@:" + (std::string {} + ... + encode<A>()) };
     return encoding;
 }
 
-/// An erased function pointer whose first two parameters are the receiver and the selector, with the encoding it was made
-/// from. A null one answers false.
+/// An erased function pointer whose first two parameters are the receiver and the selector, with the encoding
+/// it was made from. A null one answers false.
 struct IMP {
     using Function = void (*)();
 
@@ -143,8 +131,10 @@ struct IMP {
         : function(reinterpret_cast<Function>(implementation))
         , types(&methodEncoding<R, A...>())
     {
-        static_assert(std::is_same_v<R, TravellingResult<R>>, "an implementation answers the travelling type");
-        static_assert((std::is_same_v<A, Travelling<A>> && ...), "an implementation takes travelling types: id, not UIView*");
+        static_assert(
+            std::is_same_v<R, TravellingResult<R>>, "an implementation answers the travelling type");
+        static_assert((std::is_same_v<A, Travelling<A>> && ...),
+            "an implementation takes travelling types: id, not UIView*");
     }
 
     explicit operator bool() const { return function; }

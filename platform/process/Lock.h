@@ -3,7 +3,8 @@
 #include <condition_variable>
 #include <mutex>
 
-// Clang checks at compile time that what a lock guards is touched only while it is held; other compilers see nothing.
+// Clang checks at compile time that what a lock guards is touched only while it is held; other compilers see
+// nothing.
 #if defined(__clang__)
 #define LUMORA_ANNOTATION(x) __attribute__((x))
 #else
@@ -49,8 +50,7 @@ public:
     /// Gives the lock up while waiting for a notification, and holds it again on return.
     void wait(std::condition_variable& condition) { condition.wait(m_hold); }
 
-    template <typename Duration>
-    void waitFor(std::condition_variable& condition, Duration duration)
+    template <typename Duration> void waitFor(std::condition_variable& condition, Duration duration)
     {
         condition.wait_for(m_hold, duration);
     }
@@ -59,4 +59,4 @@ private:
     std::unique_lock<std::mutex> m_hold;
 };
 
-}
+} // namespace lumora

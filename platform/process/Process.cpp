@@ -17,7 +17,7 @@ Process& defaultProcess()
     static Process& process = *new Process({});
     return process;
 }
-}
+} // namespace
 
 Process::Process(ProcessConfiguration configuration)
     : m_configuration(completed(std::move(configuration)))
@@ -39,7 +39,8 @@ Process::~Process()
             last = std::move(m_locals.back());
             m_locals.pop_back();
         }
-        // The value may still be reached for while it goes: its address stays valid until its destructor has run.
+        // The value may still be reached for while it goes: its address stays valid until its destructor has
+        // run.
         last.second.reset();
         last.first->ready.store(nullptr, std::memory_order_release);
     }
@@ -142,4 +143,4 @@ void ProcessOnce::leave(Process& process, Gate& gate)
     process.m_localReady.notify_all();
 }
 
-}
+} // namespace lumora

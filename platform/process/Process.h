@@ -17,12 +17,13 @@ class ClassRegistry;
 class DispatchQueue;
 class Executor;
 
-/// One host process: its main queue and clock, classes, home folder, bundle information, device, network and console.
-/// Everything that is "process-wide" anywhere in the program hangs on one of these, so a test makes a fresh process in a line
-/// and a restart is a second Process on the same home folder.
+/// One host process: its main queue and clock, classes, home folder, bundle information, device, network and
+/// console. Everything that is "process-wide" anywhere in the program hangs on one of these, so a test makes
+/// a fresh process in a line and a restart is a second Process on the same home folder.
 ///
-/// Made and destroyed on the thread that becomes its main thread. Destruction stops the network, the queues and the timers
-/// first, then frees the process's locals in reverse order of their making. All objects of the process must be gone by then.
+/// Made and destroyed on the thread that becomes its main thread. Destruction stops the network, the queues
+/// and the timers first, then frees the process's locals in reverse order of their making. All objects of the
+/// process must be gone by then.
 class Process {
 public:
     explicit Process(ProcessConfiguration configuration);
@@ -30,8 +31,8 @@ public:
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
-    /// The process the calling thread belongs to. A thread that belongs to none is in the default process, which a host
-    /// application has exactly one of, made on first use.
+    /// The process the calling thread belongs to. A thread that belongs to none is in the default process,
+    /// which a host application has exactly one of, made on first use.
     static Process& current();
 
     /// Makes the calling thread belong to a process for the length of a block.
@@ -91,4 +92,4 @@ private:
     std::unique_ptr<Executor> m_executor;
 };
 
-}
+} // namespace lumora

@@ -55,8 +55,9 @@ struct ProcessConfiguration {
     std::shared_ptr<Console> console;
 };
 
-/// Fills what is empty in a configuration with this machine's facilities: home folder, real executor, HTTP client, network
-/// state, console on standard error, the installed library bundle. Defined by the platform that is linked.
+/// Fills what is empty in a configuration with this machine's facilities: home folder, real executor, HTTP
+/// client, network state, console on standard error, the installed library bundle. Defined by the platform
+/// that is linked.
 ProcessConfiguration completed(ProcessConfiguration configuration);
 
 }

@@ -11,17 +11,19 @@ class ProcessLocalBase {
 protected:
     ProcessLocalBase();
     Process::Local& cell(Process& process) const { return process.local(m_index); }
-    void* make(Process& process, const Process::Maker& maker) const { return process.makeLocal(m_index, maker); }
+    void* make(Process& process, const Process::Maker& maker) const
+    {
+        return process.makeLocal(m_index, maker);
+    }
     using Maker = Process::Maker;
 
     size_t m_index;
 };
 
-/// A variable that every process has one of, made on first use under a once-only guard: the others wait, and the thread that
-/// is making it gets the unfinished one back. An Object is allocated and then sent `init`; anything else is default-constructed.
-/// Reading an existing one takes no lock. Any thread; T guards itself.
-template <typename T>
-class ProcessLocal : private ProcessLocalBase {
+/// A variable that every process has one of, made on first use under a once-only guard: the others wait, and
+/// the thread that is making it gets the unfinished one back. An Object is allocated and then sent `init`;
+/// anything else is default-constructed. Reading an existing one takes no lock. Any thread; T guards itself.
+template <typename T> class ProcessLocal : private ProcessLocalBase {
 public:
     T& get() const { return get(Process::current()); }
     T& get(Process& process) const
@@ -48,11 +50,11 @@ private:
     }
 };
 
-/// Runs something once per process. Others wait until it is done; re-entered on the thread that runs it, it returns at once.
+/// Runs something once per process. Others wait until it is done; re-entered on the thread that runs it, it
+/// returns at once.
 class ProcessOnce {
 public:
-    template <typename F>
-    void run(F&& function) const
+    template <typename F> void run(F&& function) const
     {
         Process& process = Process::current();
         Gate& gate = m_gate.get(process);
@@ -79,4 +81,4 @@ private:
     ProcessLocal<Gate> m_gate;
 };
 
-}
+} // namespace lumora

@@ -31,8 +31,8 @@ public:
     /// The flag bits of the default route at this moment; 0 when there is none.
     virtual uint32_t flags() = 0;
 
-    /// Calls the listener after every change of the flags, on any thread, until the answered handle is dropped. A call that is
-    /// under way then may still end later, so a listener holds what it needs weakly.
+    /// Calls the listener after every change of the flags, on any thread, until the answered handle is
+    /// dropped. A call that is under way then may still end later, so a listener holds what it needs weakly.
     [[nodiscard]] std::shared_ptr<void> addListener(Listener listener);
 
 protected:

@@ -52,7 +52,8 @@ namespace {
 using Target = SCNetworkReachability::Target;
 using Watched = std::pair<SCNetworkReachabilityRef, std::shared_ptr<DispatchQueue>>;
 
-/// The targets that are told of changes. Outlives its process only as long as a notice is under way, and is closed by then.
+/// The targets that are told of changes. Outlives its process only as long as a notice is under way, and is
+/// closed by then.
 class Watchers : public std::enable_shared_from_this<Watchers> {
 public:
     void set(const SCNetworkReachabilityRef& target, std::shared_ptr<DispatchQueue> queue)
@@ -97,10 +98,11 @@ private:
 
 struct ProcessWatchers {
     ProcessWatchers()
-        : m_handle(Process::current().configuration().network->addListener([watchers = std::weak_ptr(watchers)] {
-            if (auto held = watchers.lock())
-                held->pathChanged();
-        }))
+        : m_handle(
+            Process::current().configuration().network->addListener([watchers = std::weak_ptr(watchers)] {
+                if (auto held = watchers.lock())
+                    held->pathChanged();
+            }))
     {
     }
     ~ProcessWatchers() { watchers->close(); }
@@ -139,11 +141,13 @@ SCNetworkReachabilityRef SCNetworkReachabilityCreateWithName(std::string_view no
 {
     constexpr size_t longestName = 253;
     auto mayStand = [](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '.' || c == '_';
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-'
+            || c == '.' || c == '_';
     };
     if (SCNetworkReachabilityRef numeric = SCNetworkReachabilityCreateWithAddress(nodename))
         return numeric;
-    if (nodename.empty() || nodename.size() > longestName || !std::all_of(nodename.begin(), nodename.end(), mayStand))
+    if (nodename.empty() || nodename.size() > longestName
+        || !std::all_of(nodename.begin(), nodename.end(), mayStand))
         return nullptr;
     return targetOf(nodename == "localhost" ? Target::ThisMachine : Target::Internet);
 }
@@ -167,14 +171,16 @@ std::optional<uint32_t> SCNetworkReachabilityGetFlags(const SCNetworkReachabilit
     return target ? std::optional(target->flags()) : std::nullopt;
 }
 
-bool SCNetworkReachabilitySetCallback(const SCNetworkReachabilityRef& target, SCNetworkReachabilityCallBack callout)
+bool SCNetworkReachabilitySetCallback(
+    const SCNetworkReachabilityRef& target, SCNetworkReachabilityCallBack callout)
 {
     if (target)
         target->setCallback(std::move(callout));
     return target != nullptr;
 }
 
-bool SCNetworkReachabilitySetDispatchQueue(const SCNetworkReachabilityRef& target, std::shared_ptr<DispatchQueue> queue)
+bool SCNetworkReachabilitySetDispatchQueue(
+    const SCNetworkReachabilityRef& target, std::shared_ptr<DispatchQueue> queue)
 {
     if (target)
         s_watchers.get().watchers->set(target, std::move(queue));

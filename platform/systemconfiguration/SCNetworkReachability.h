@@ -12,22 +12,24 @@ namespace lumora {
 /// A target whose reachability is asked or watched; belongs to the process it was made in. Any thread.
 class SCNetworkReachability;
 using SCNetworkReachabilityRef = std::shared_ptr<SCNetworkReachability>;
-using SCNetworkReachabilityCallBack = std::function<void(const SCNetworkReachabilityRef& target, uint32_t flags)>;
+using SCNetworkReachabilityCallBack
+    = std::function<void(const SCNetworkReachabilityRef& target, uint32_t flags)>;
 
-/// Null when the name cannot be a host's: empty, longer than 253, or with characters no name has. The name is not looked up: it
-/// is as reachable as the internet, except for this machine's own.
+/// Null when the name cannot be a host's: empty, longer than 253, or with characters no name has. The name is
+/// not looked up: it is as reachable as the internet, except for this machine's own.
 SCNetworkReachabilityRef SCNetworkReachabilityCreateWithName(std::string_view nodename);
-/// From an address in numbers: "0.0.0.0" is any route to the internet, "169.254.0.0" the link-local network, which a cellular
-/// path does not reach. Null when it is no address.
+/// From an address in numbers: "0.0.0.0" is any route to the internet, "169.254.0.0" the link-local network,
+/// which a cellular path does not reach. Null when it is no address.
 SCNetworkReachabilityRef SCNetworkReachabilityCreateWithAddress(std::string_view address);
 
 /// The flags at this moment; nothing for a null target.
 std::optional<uint32_t> SCNetworkReachabilityGetFlags(const SCNetworkReachabilityRef& target);
 
 /// Sets, or with null removes, what is called when the flags change. False for a null target.
-bool SCNetworkReachabilitySetCallback(const SCNetworkReachabilityRef& target, SCNetworkReachabilityCallBack callout);
-/// Calls arrive on this queue from now on; null ends them. While a queue is set the process holds the target, and with it what its
-/// callback holds, until it ends. False for a null target.
+bool SCNetworkReachabilitySetCallback(
+    const SCNetworkReachabilityRef& target, SCNetworkReachabilityCallBack callout);
+/// Calls arrive on this queue from now on; null ends them. While a queue is set the process holds the target,
+/// and with it what its callback holds, until it ends. False for a null target.
 bool SCNetworkReachabilitySetDispatchQueue(
     const SCNetworkReachabilityRef& target, std::shared_ptr<DispatchQueue> queue);
 

@@ -12,13 +12,14 @@ std::string sdkVersion(id, SEL) { return GoogleStandIn::version; }
 void adViewDidReceiveAd(id self, SEL, id)
 {
     auto& banner = static_cast<UIView&>(*self);
-    const auto rendered = self->valueForKeyPath("_bannerView._bannerAd._adView._view._view._viewToSwap").object();
+    const auto rendered
+        = self->valueForKeyPath("_bannerView._bannerAd._adView._view._view._viewToSwap").object();
     for (const auto& old : banner.subviews())
         old->removeFromSuperview();
     banner.addSubview(as<UIView>(rendered));
 }
 
-}
+} // namespace
 
 void GoogleStandIn::install()
 {
@@ -57,4 +58,4 @@ void GoogleStandIn::load(UIView& banner, const Creative& creative)
     send<void>(&banner, "adViewDidReceiveAd:"_sel, static_cast<id>(ad.get()));
 }
 
-}
+} // namespace lumora

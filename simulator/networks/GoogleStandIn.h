@@ -7,7 +7,8 @@
 
 namespace lumora {
 
-/// A stand-in for the banners of the Google Mobile Ads SDK, as far as they can be seen from outside. Main thread.
+/// A stand-in for the banners of the Google Mobile Ads SDK, as far as they can be seen from outside. Main
+/// thread.
 class GoogleStandIn {
 public:
     static constexpr const char* version = "7.69.0";

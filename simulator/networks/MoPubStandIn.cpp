@@ -29,7 +29,7 @@ void managerDidLoadAd(id self, SEL, id content)
     banner.addSubview(retain(as<UIView>(content)));
 }
 
-}
+} // namespace
 
 void MoPubStandIn::install()
 {
@@ -62,4 +62,4 @@ void MoPubStandIn::load(UIView& banner, const Creative& creative)
     send<void>(&banner, "managerDidLoadAd:"_sel, static_cast<id>(closable.get()));
 }
 
-}
+} // namespace lumora

@@ -7,8 +7,8 @@
 
 namespace lumora {
 
-/// A stand-in for the MoPub SDK's banners, as far as they can be seen from outside: class names, selectors and the private
-/// objects behind them. Main thread.
+/// A stand-in for the MoPub SDK's banners, as far as they can be seen from outside: class names, selectors
+/// and the private objects behind them. Main thread.
 class MoPubStandIn {
 public:
     static constexpr const char* version = "5.13.1";

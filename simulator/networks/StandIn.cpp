@@ -26,4 +26,4 @@ std::shared_ptr<WKWebView> creativeView(const std::string& html, CGSize size)
     return webView;
 }
 
-}
+} // namespace lumora

@@ -9,8 +9,8 @@
 
 namespace lumora {
 
-/// How a stand-in for a network's SDK keeps its private state: objects of run-time classes with variables, as the real ones
-/// are seen through key-value coding.
+/// How a stand-in for a network's SDK keeps its private state: objects of run-time classes with variables, as
+/// the real ones are seen through key-value coding.
 
 /// The class of that name in the current process, made under `superclass` when it is missing.
 Class standInClass(const std::string& name, Class superclass);

@@ -1,13 +1,12 @@
 // A host that knows nothing but the public headers.
 
+#include <cstdio>
+#include <cstring>
 #include <lumora/LMLog.h>
 #include <lumora/LMLogManager.h>
 #include <lumora/LMReportButtonHelper.h>
 #include <lumora/Lumora.h>
 #include <lumora/ReportButtonDelegate.h>
-
-#include <cstdio>
-#include <cstring>
 #include <memory>
 
 namespace {
@@ -23,11 +22,12 @@ int fail(const char* what)
     return 1;
 }
 
-}
+} // namespace
 
 int main()
 {
-    if (std::strcmp(LumoraVersionString, "@(#)PROGRAM:Lumora  PROJECT:Lumora-3\n") != 0 || LumoraVersionNumber != 3.0)
+    if (std::strcmp(LumoraVersionString, "@(#)PROGRAM:Lumora  PROJECT:Lumora-3\n") != 0
+        || LumoraVersionNumber != 3.0)
         return fail("the version constants are wrong");
     lumora::LMLog::setLogLevel(15);
     lumora::LMLogManager::sharedInstance().setLoggingTTL(3600);

@@ -7,7 +7,6 @@
 #include "tests/world/World.h"
 
 #include <gtest/gtest.h>
-
 #include <thread>
 
 namespace lumora {
@@ -50,7 +49,8 @@ TEST(LumoraTest, ASecondCallReplacesTheKeyAndStartsNothing)
     world.start();
     Lumora::initiateTrackerWithKey(keyOf30);
     EXPECT_EQ(TDAPI::getBearer(), "Bearer " + keyOf30);
-    EXPECT_EQ(tests::timersNamed(world.phone, "configTimer]").size(), 2u) << "events and ad monitor, one each";
+    EXPECT_EQ(tests::timersNamed(world.phone, "configTimer]").size(), 2u)
+        << "events and ad monitor, one each";
     EXPECT_EQ(world.service.configurationFetches().size(), 1u);
     world.showMoPub();
     EXPECT_EQ(world.service.impressions().size(), 1u) << "a hook installed twice would call itself";
@@ -61,11 +61,13 @@ TEST(LumoraTest, StartUpFillsThePlacements)
     World world;
     world.start();
     const auto& placements = TDReportButtonPlacement::sharedInstance();
-    for (const char* network : { "Facebook", "MoPub", "InMobi", "Unity", "AOL", "Smaato", "Vungle", "Tapjoy", "Ironsource", "Verve", "Teads" })
+    for (const char* network : { "Facebook", "MoPub", "InMobi", "Unity", "AOL", "Smaato", "Vungle", "Tapjoy",
+             "Ironsource", "Verve", "Teads" })
         EXPECT_EQ(placements.checkForUserCustomPlacementForAdWithName(network, "interstitial"), 4) << network;
     for (const char* network : { "AdMob", "DFP" })
         EXPECT_EQ(placements.checkForUserCustomPlacementForAdWithName(network, "interstitial"), 1) << network;
-    for (const char* network : { "Amazon", "Verizon", "OpenX", "AppNexus", "Taboola", "SpotX", "AppLovin", "facebook" })
+    for (const char* network :
+        { "Amazon", "Verizon", "OpenX", "AppNexus", "Taboola", "SpotX", "AppLovin", "facebook" })
         EXPECT_EQ(placements.checkForUserCustomPlacementForAdWithName(network, "interstitial"), 6) << network;
     EXPECT_EQ(placements.checkForUserCustomPlacementForAdWithName("Facebook", "banner"), 6);
 }
@@ -99,7 +101,9 @@ TEST(LumoraTest, ConcurrentFirstCallsWaitForOneStartUp)
             Process::Scope scope(phone.process());
             Lumora::initiateTrackerWithKey(keyOf30);
             // Placements are set late in start-up: whoever returned must see them.
-            if (TDReportButtonPlacement::sharedInstance().checkForUserCustomPlacementForAdWithName("Teads", "interstitial") != 4)
+            if (TDReportButtonPlacement::sharedInstance().checkForUserCustomPlacementForAdWithName(
+                    "Teads", "interstitial")
+                != 4)
                 incomplete++;
         });
     }
@@ -124,5 +128,5 @@ TEST(LumoraTest, DeviceFactsAsTheServicesExpectThem)
     EXPECT_EQ(TDDeviceInformation::getConnectionType(), "no internet");
 }
 
-}
-}
+} // namespace
+} // namespace lumora

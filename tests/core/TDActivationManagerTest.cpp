@@ -1,4 +1,5 @@
 #include "core/TDActivationManager.h"
+
 #include "tests/world/World.h"
 
 #include <gtest/gtest.h>
@@ -12,8 +13,9 @@ class ConfigListener final : public NSObject {
 public:
     static const ClassDescription& classDescription()
     {
-        static const ClassDescription description = ClassDescription::of<ConfigListener, NSObject>("TestConfigListener")
-                                                        .method<&ConfigListener::heard>(sel::newConfigArrived);
+        static const ClassDescription description
+            = ClassDescription::of<ConfigListener, NSObject>("TestConfigListener")
+                  .method<&ConfigListener::heard>(sel::newConfigArrived);
         return description;
     }
     void heard(Object* config)
@@ -30,7 +32,8 @@ public:
 std::string ask(std::string& answers)
 {
     const size_t before = answers.size();
-    TDActivationManager::sharedInstance().checkActivationWithBlock([&answers](bool active) { answers += active ? 'y' : 'n'; });
+    TDActivationManager::sharedInstance().checkActivationWithBlock(
+        [&answers](bool active) { answers += active ? 'y' : 'n'; });
     return answers.substr(before);
 }
 
@@ -71,7 +74,12 @@ TEST(TDActivationManagerTest, AnExpiredRecordIsFetchedQuietly)
     EXPECT_EQ(ask(answers), "");
     EXPECT_EQ(ask(answers), "n") << "the second of two in a row finds it loading";
     bool onMain = false;
-    world.phone.waitUntil([&] { onMain = world.phone.process().isMainThread(); return answers.size() == 2; }, 1);
+    world.phone.waitUntil(
+        [&] {
+            onMain = world.phone.process().isMainThread();
+            return answers.size() == 2;
+        },
+        1);
     EXPECT_EQ(answers, "ny");
     EXPECT_TRUE(onMain);
 }
@@ -85,7 +93,8 @@ TEST(TDActivationManagerTest, AFailedQuietFetchSaysNoForFiveMinutes)
     std::string answers;
     ask(answers);
     // The refresh timer fails too, but only its own answer disables buttons and arms again.
-    TDActivationManager::sharedInstance().checkConfigWithoutRepeatedUpdatingWithSuccess([&](bool active) { answers += active ? 'Y' : 'N'; });
+    TDActivationManager::sharedInstance().checkConfigWithoutRepeatedUpdatingWithSuccess(
+        [&](bool active) { answers += active ? 'Y' : 'N'; });
     world.phone.wait(0.5);
     EXPECT_EQ(answers.find('y'), std::string::npos);
     const auto config = TDActivationManager::sharedInstance().getConfig();
@@ -138,7 +147,9 @@ TEST(TDActivationManagerTest, TheBodysTimeToLiveWinsOverTheHeaders)
     World world { { .record = R"({"active": true, "ttlConfig": 30})" } };
     world.service.setCacheControl("max-age=600");
     world.start();
-    EXPECT_NEAR(TDActivationManager::sharedInstance().getConfig()->ttlConfig().doubleValue() - world.phone.process().now(), 30, 1);
+    EXPECT_NEAR(TDActivationManager::sharedInstance().getConfig()->ttlConfig().doubleValue()
+            - world.phone.process().now(),
+        30, 1);
 }
 
 TEST(TDActivationManagerTest, ATimeToLiveOfZeroAsksAgainRightAway)
@@ -148,7 +159,8 @@ TEST(TDActivationManagerTest, ATimeToLiveOfZeroAsksAgainRightAway)
     world.phone.wait(0.5);
     EXPECT_GE(fetches(world), 10u);
     EXPECT_LE(fetches(world), 14u) << "one round trip at a time";
-    EXPECT_TRUE(TDActivationManager::sharedInstance().getConfig()->active().boolValue()) << "the full fetch keeps it";
+    EXPECT_TRUE(TDActivationManager::sharedInstance().getConfig()->active().boolValue())
+        << "the full fetch keeps it";
 }
 
 TEST(TDActivationManagerTest, AnInactiveRecordTakesTheButtonsAway)
@@ -188,8 +200,9 @@ TEST(TDActivationManagerTest, AThrowingCallbackReachesNobody)
 {
     World world;
     world.start();
-    EXPECT_NO_THROW(TDActivationManager::sharedInstance().checkActivationWithBlock([](bool) { throw std::runtime_error("host"); }));
+    EXPECT_NO_THROW(TDActivationManager::sharedInstance().checkActivationWithBlock(
+        [](bool) { throw std::runtime_error("host"); }));
 }
 
-}
-}
+} // namespace
+} // namespace lumora

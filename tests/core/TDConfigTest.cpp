@@ -1,10 +1,10 @@
 #include "core/TDConfig.h"
+
 #include "platform/foundation/NSKeyedArchiver.h"
 #include "tests/world/World.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 
 namespace lumora {
 namespace {
@@ -18,7 +18,10 @@ protected:
         const NSDictionary dictionary = object(json);
         return TDConfig::initWithDictionary(&dictionary);
     }
-    double timeToLive(std::string_view json) { return from(json)->ttlConfig().doubleValue() - phone.process().now(); }
+    double timeToLive(std::string_view json)
+    {
+        return from(json)->ttlConfig().doubleValue() - phone.process().now();
+    }
 
     Phone phone { {} };
 };
@@ -32,7 +35,8 @@ TEST_F(TDConfigTest, TheDefaultRecord)
     EXPECT_EQ(config->retryLimit(), Value { 5 });
     EXPECT_EQ(config->buttonTap(), Value { 2 });
     EXPECT_EQ(config->sendingHTML(), Value { -1 });
-    for (const Value& flag : { config->reportHTML(), config->inspectHTML(), config->eventHTML(), config->hideButton() })
+    for (const Value& flag :
+        { config->reportHTML(), config->inspectHTML(), config->eventHTML(), config->hideButton() })
         EXPECT_EQ(flag, Value { 0 });
     EXPECT_FALSE(config->sdks());
 }
@@ -81,7 +85,8 @@ TEST_F(TDConfigTest, TapsOfTheButton)
 
 TEST_F(TDConfigTest, OnlyTextsAreNamesOfSDKs)
 {
-    EXPECT_EQ(from(R"({"sdks": ["AdMob", 5, "MoPub", null]})")->sdks(), (std::vector<std::string> { "AdMob", "MoPub" }));
+    EXPECT_EQ(from(R"({"sdks": ["AdMob", 5, "MoPub", null]})")->sdks(),
+        (std::vector<std::string> { "AdMob", "MoPub" }));
     EXPECT_EQ(from(R"({"sdks": []})")->sdks(), std::vector<std::string> {}) << "empty is not unset";
     EXPECT_FALSE(from(R"({"sdks": "AdMob"})")->sdks());
 }
@@ -99,14 +104,16 @@ TEST_F(TDConfigTest, LookUpWithoutDictionaryKeyOrDefault)
     const NSDictionary dictionary { { "a", 3 } };
     EXPECT_EQ(TDConfig::getNSNumberFromDict(nullptr, "a", 7), Value { 7 });
     EXPECT_EQ(TDConfig::getNSNumberFromDict(nullptr, "a", {}), Value { -1 });
-    EXPECT_EQ(TDConfig::getNSNumberFromDict(&dictionary, "a", {}), Value { -1 }) << "without a default even a number is not taken";
+    EXPECT_EQ(TDConfig::getNSNumberFromDict(&dictionary, "a", {}), Value { -1 })
+        << "without a default even a number is not taken";
 }
 
 TEST_F(TDConfigTest, AnArchiveKeepsTheExpiryAndWhatIsUnset)
 {
     const auto config = from(R"({"active": true, "ttlConfig": 50, "buttonTap": "single", "retryAfter": -3})");
     phone.wait(1000);
-    const auto read = as<TDConfig>(unarchiveObjectWithData(archivedDataWithRootObject(Value { config })).object());
+    const auto read
+        = as<TDConfig>(unarchiveObjectWithData(archivedDataWithRootObject(Value { config })).object());
     ASSERT_TRUE(read);
     EXPECT_EQ(read->ttlConfig(), config->ttlConfig());
     EXPECT_EQ(read->buttonTap(), Value { 1 });
@@ -116,5 +123,5 @@ TEST_F(TDConfigTest, AnArchiveKeepsTheExpiryAndWhatIsUnset)
     EXPECT_FALSE(read->isFresh());
 }
 
-}
-}
+} // namespace
+} // namespace lumora

@@ -6,7 +6,6 @@
 #include "tests/world/World.h"
 
 #include <gtest/gtest.h>
-
 #include <thread>
 
 namespace lumora {
@@ -56,7 +55,8 @@ TEST(GoogleHookTest, AdMobAndAdManagerAreToldApartByTheClassName)
 {
     World world;
     world.start();
-    const std::pair<const char*, const char*> rows[] = { { "GADBannerView", "AdMob" }, { "DFPBannerView", "DFP" } };
+    const std::pair<const char*, const char*> rows[]
+        = { { "GADBannerView", "AdMob" }, { "DFPBannerView", "DFP" } };
     for (const auto& [className, sdk] : rows) {
         const auto banner = GoogleStandIn::makeBanner({ 320, 50 }, className);
         world.phone.content().addSubview(banner);
@@ -75,7 +75,8 @@ TEST(GoogleHookTest, MissingPrivateObjectsMeanNoButton)
     const auto banner = GoogleStandIn::makeBanner({ 320, 50 });
     object_setInstanceVariable(*banner, "_bannerView", standInObject("GADOBannerView", {}));
     // The stand-in itself needs its objects: what it raises is the network's own business and passes through.
-    EXPECT_THROW(send<void>(banner.get(), "adViewDidReceiveAd:"_sel, static_cast<id>(nullptr)), std::exception);
+    EXPECT_THROW(
+        send<void>(banner.get(), "adViewDidReceiveAd:"_sel, static_cast<id>(nullptr)), std::exception);
     world.phone.wait(2);
     EXPECT_FALSE(tests::buttonOn(*banner));
     EXPECT_EQ(world.service.impressions().size(), 0u);
@@ -86,7 +87,8 @@ std::string googleCreativeId(const std::string& debugText)
     auto protection = standInObject("P", { { "_debugDialogString", debugText } });
     auto delegate = standInObject("D", { { "_clickProtection", protection } });
     auto support = standInObject("S", { { "_delegate", delegate } });
-    return send(classOf<TDMetaclass_AdMobV42_banner>(), sel::getCreativeIDWithObject_withSupportObject, static_cast<id>(nullptr), support);
+    return send(classOf<TDMetaclass_AdMobV42_banner>(), sel::getCreativeIDWithObject_withSupportObject,
+        static_cast<id>(nullptr), support);
 }
 
 TEST(GoogleMetadataTest, CreativeIdsOutOfTheDebugText)
@@ -102,8 +104,8 @@ TEST(GoogleMetadataTest, CreativeIdsOutOfTheDebugText)
     };
     for (const auto& [text, creativeId] : rows)
         EXPECT_EQ(googleCreativeId(text), creativeId) << text;
-    EXPECT_EQ(send(classOf<TDMetaclass_AdMobV42_banner>(), sel::getCreativeIDWithObject_withSupportObject, static_cast<id>(nullptr),
-                  static_cast<id>(nullptr)),
+    EXPECT_EQ(send(classOf<TDMetaclass_AdMobV42_banner>(), sel::getCreativeIDWithObject_withSupportObject,
+                  static_cast<id>(nullptr), static_cast<id>(nullptr)),
         "");
 }
 
@@ -124,16 +126,19 @@ TEST(GoogleMetadataTest, VersionsWithAndWithoutTheirClasses)
 TEST(GoogleMetadataTest, AmazonsBidIsKnownByAllItsKeys)
 {
     Phone phone { {} };
-    NSDictionary targeting { { "amzn_b", "1" }, { "amzn_h", "1" }, { "amznp", "1" }, { "amznrdr", "1" }, { "amznslots", "1" }, { "dc", "1" } };
+    NSDictionary targeting { { "amzn_b", "1" }, { "amzn_h", "1" }, { "amznp", "1" }, { "amznrdr", "1" },
+        { "amznslots", "1" }, { "dc", "1" } };
     const auto infoFor = [](const NSDictionary& entries) {
-        const auto view = standInObject("V", { { "_lastRequest", standInObject("R", { { "_customTargeting", entries } }) } });
+        const auto view = standInObject(
+            "V", { { "_lastRequest", standInObject("R", { { "_customTargeting", entries } }) } });
         return send(classOf<TDMetaclass_DFPV42_banner>(), sel::getOtherInfoForView, view);
     };
     EXPECT_EQ(infoFor(targeting), (Value { NSDictionary { { "DTB(Amazon)", "" } } }));
     targeting.remove("dc");
     EXPECT_TRUE(infoFor(targeting).isNothing());
-    EXPECT_TRUE(send(classOf<TDMetaclass_DFPV42_banner>(), sel::getOtherInfoForView, static_cast<id>(nullptr)).isNothing());
+    EXPECT_TRUE(send(classOf<TDMetaclass_DFPV42_banner>(), sel::getOtherInfoForView, static_cast<id>(nullptr))
+                    .isNothing());
 }
 
-}
-}
+} // namespace
+} // namespace lumora

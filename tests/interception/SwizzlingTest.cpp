@@ -18,7 +18,10 @@ int64_t replaced(id, SEL) { return 20; }
 class SwizzlingTest : public testing::Test {
 protected:
     Phone phone { {} };
-    Class parent { ClassBuilder("Parent", classOf<NSObject>()).method("value"_sel, &one).classMethod("kind"_sel, &one).build() };
+    Class parent { ClassBuilder("Parent", classOf<NSObject>())
+                       .method("value"_sel, &one)
+                       .classMethod("kind"_sel, &one)
+                       .build() };
     Class child { ClassBuilder("Child", parent).build() };
 
     static int64_t value(Class cls) { return send<int64_t>(class_createInstance(cls).get(), "value"_sel); }
@@ -43,7 +46,8 @@ TEST_F(SwizzlingTest, WhatIsNotThereStaysAway)
     EXPECT_EQ(class_swizzleMethodAndStore(parent, "missing"_sel, &hooked, &valueIMP), 0);
     EXPECT_FALSE(class_getInstanceMethod(parent, "missing"_sel));
     EXPECT_EQ(class_swizzleMethodAndStore(nullptr, "value"_sel, &hooked, &valueIMP), 0);
-    EXPECT_EQ(class_swizzleMethodAndStore(parent, "value"_sel, &text, nullptr), 0) << "a method that changed its types";
+    EXPECT_EQ(class_swizzleMethodAndStore(parent, "value"_sel, &text, nullptr), 0)
+        << "a method that changed its types";
     EXPECT_EQ(value(parent), 1);
     EXPECT_FALSE(send(static_cast<id>(nullptr), sel::swizzle, "value"_sel, IMP { &hooked }, &valueIMP));
 }
@@ -52,7 +56,8 @@ TEST_F(SwizzlingTest, AClassMethodIsHookedAndAnInstanceMethodAppears)
 {
     EXPECT_TRUE(send(parent, sel::classSwizzle, "kind"_sel, IMP { &hooked }, &valueIMP));
     EXPECT_EQ(send<int64_t>(parent, "kind"_sel), 11);
-    EXPECT_EQ(send<int64_t>(class_createInstance(parent).get(), "kind"_sel), 11) << "the instance side runs the hook too";
+    EXPECT_EQ(send<int64_t>(class_createInstance(parent).get(), "kind"_sel), 11)
+        << "the instance side runs the hook too";
     EXPECT_EQ(class_swizzleClassMethodAndStore(parent, "missing"_sel, &hooked, nullptr), 0);
 }
 
@@ -78,5 +83,5 @@ TEST_F(SwizzlingTest, AnExceptionOfTheHostPassesThrough)
     EXPECT_THROW(value(cls), std::runtime_error);
 }
 
-}
-}
+} // namespace
+} // namespace lumora

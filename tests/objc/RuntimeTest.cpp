@@ -18,7 +18,10 @@ const TypeEncoding* typesOfOne() { return &methodEncoding<int64_t>(); }
 class RuntimeTest : public testing::Test {
 protected:
     Phone phone { {} };
-    Class parent { ClassBuilder("Parent", classOf<NSObject>()).method("value"_sel, &one).classMethod("kind"_sel, &one).build() };
+    Class parent { ClassBuilder("Parent", classOf<NSObject>())
+                       .method("value"_sel, &one)
+                       .classMethod("kind"_sel, &one)
+                       .build() };
     Class child { ClassBuilder("Child", parent).build() };
 
     static std::shared_ptr<Object> instance(Class cls) { return class_createInstance(cls); }
@@ -69,7 +72,8 @@ TEST_F(RuntimeTest, NilAnswersZeroAndStrangersRaise)
     EXPECT_EQ(send<int64_t>(static_cast<id>(nullptr), "value"_sel), 0);
     EXPECT_EQ(send<std::string>(static_cast<id>(nullptr), "name"_sel), "");
     EXPECT_THROW(send<void>(instance(child).get(), "unheardOf"_sel), NSException);
-    EXPECT_THROW(send<int64_t>(instance(child).get(), "value"_sel, int64_t { 3 }), NSException) << "other types";
+    EXPECT_THROW(send<int64_t>(instance(child).get(), "value"_sel, int64_t { 3 }), NSException)
+        << "other types";
     EXPECT_THROW(class_replaceMethod(child, "value"_sel, &echo, typesOfOne()), NSException);
     EXPECT_EQ(value(child), 1) << "a refused replacement changes nothing";
 }
@@ -182,5 +186,5 @@ TEST_F(RuntimeTest, AssociatedObjectsLiveAsLongAsTheirOwner)
 
 TEST_F(RuntimeTest, ANameIsTakenOnce) { EXPECT_THROW(ClassBuilder("Child", parent), NSException); }
 
-}
-}
+} // namespace
+} // namespace lumora

@@ -70,7 +70,8 @@ private:
     std::atomic<uint32_t> m_flags { kSCNetworkReachabilityFlagsReachable };
 };
 
-/// A process under virtual time, entered for the length of a test. Made again on the same home, it is a restart.
+/// A process under virtual time, entered for the length of a test. Made again on the same home, it is a
+/// restart.
 struct TestProcess {
     explicit TestProcess(const std::filesystem::path& home, ProcessConfiguration configuration = {})
         : process(complete(home, std::move(configuration)))

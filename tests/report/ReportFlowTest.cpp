@@ -42,13 +42,14 @@ class Metaclass final : public NSObject {
 public:
     static const ClassDescription& classDescription()
     {
-        static const ClassDescription description = ClassDescription::of<Metaclass, NSObject>("TestMetaclass")
-                                                        .classMethod<&name>(sel::getSDKName)
-                                                        .classMethod<&version>(sel::getVersion)
-                                                        .classMethod<&type>(sel::adType)
-                                                        .classMethod<&creative>(sel::getCreativeIDWithObject_withSupportObject)
-                                                        .classMethod<&placement>(sel::getPlacementIDWithObject)
-                                                        .classMethod<&info>(sel::getOtherInfoForView_andForSupportObject);
+        static const ClassDescription description
+            = ClassDescription::of<Metaclass, NSObject>("TestMetaclass")
+                  .classMethod<&name>(sel::getSDKName)
+                  .classMethod<&version>(sel::getVersion)
+                  .classMethod<&type>(sel::adType)
+                  .classMethod<&creative>(sel::getCreativeIDWithObject_withSupportObject)
+                  .classMethod<&placement>(sel::getPlacementIDWithObject)
+                  .classMethod<&info>(sel::getOtherInfoForView_andForSupportObject);
         return description;
     }
     static std::string name() { return "TestNet"; }
@@ -112,7 +113,9 @@ TEST_F(ReportFlowTest, ABannerFromLoadToReportedAndGone)
     EXPECT_TRUE(report["screenshot"].stringOrEmpty().starts_with("iVBORw0KGgo"));
     EXPECT_EQ(report["html"], Value { "" });
     EXPECT_EQ(report["adType"], Value { "html" }) << "no processor: the model's own";
-    EXPECT_EQ(report["metadata"], (Value { NSDictionary { { "config", NSDictionary { { "buttonTap", 1 } } }, { "placementId", "" } } }));
+    EXPECT_EQ(report["metadata"],
+        (Value {
+            NSDictionary { { "config", NSDictionary { { "buttonTap", 1 } } }, { "placementId", "" } } }));
     EXPECT_EQ(button->buttonState(), State::Reported);
     world.phone.wait(3.2);
     EXPECT_FALSE(buttonOn(*banner));
@@ -262,7 +265,8 @@ TEST_F(ReportFlowTest, OneButtonDirectlyUnderAView)
     EXPECT_EQ(TDButtonManager::sharedInstance().getButtonsArray().size(), 1u);
     const auto outer = make<UIView>();
     outer->addSubview(view);
-    EXPECT_FALSE(LMReportButtonHelper::isReportButtonInSubviewsOfView(outer.get())) << "deeper ones do not count";
+    EXPECT_FALSE(LMReportButtonHelper::isReportButtonInSubviewsOfView(outer.get()))
+        << "deeper ones do not count";
     EXPECT_FALSE(LMReportButtonHelper::isReportButtonInSubviewsOfView(make<NSObject>().get()));
 }
 
@@ -272,7 +276,8 @@ TEST_F(ReportFlowTest, AProcessorGivesMarkupAndType)
     public:
         static const ClassDescription& classDescription()
         {
-            static const ClassDescription description = ClassDescription::of<Processor, NSObject>("TestMarkupProcessor");
+            static const ClassDescription description
+                = ClassDescription::of<Processor, NSObject>("TestMarkupProcessor");
             return description;
         }
         void updateEventInfo(const std::shared_ptr<TDEventModel>&, const EventCompletion&) override { }
@@ -329,5 +334,5 @@ TEST_F(ReportFlowTest, AnInterstitialIsReportedThroughTheSheet)
     EXPECT_EQ((*report["metadata"].dictionary())["extra"], Value { "yes" });
 }
 
-}
-}
+} // namespace
+} // namespace lumora

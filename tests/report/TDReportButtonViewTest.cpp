@@ -22,10 +22,11 @@ class FullScreenAd final : public NSObject {
 public:
     static const ClassDescription& classDescription()
     {
-        static const ClassDescription description = ClassDescription::of<FullScreenAd, NSObject>("TestFullScreenAd")
-                                                        .classMethod<&name>(sel::getSDKName)
-                                                        .classMethod<&name>(sel::getVersion)
-                                                        .classMethod<&type>(sel::adType);
+        static const ClassDescription description
+            = ClassDescription::of<FullScreenAd, NSObject>("TestFullScreenAd")
+                  .classMethod<&name>(sel::getSDKName)
+                  .classMethod<&name>(sel::getVersion)
+                  .classMethod<&type>(sel::adType);
         return description;
     }
     static std::string name() { return "TestNet"; }
@@ -112,7 +113,8 @@ TEST_F(TDReportButtonViewTest, TheBodyOfTheFullFormIsRoundedOnTheLeft)
     const double radius = body->frame().size.height / 2;
     EXPECT_EQ(button->getBezierPathFor(1), button->getBezierPathFor(4)) << "the placement is ignored";
     EXPECT_EQ(button->getBezierPathFor(0),
-        UIBezierPath::bezierPathWithRoundedRect(body->bounds(), UIRectCornerTopLeft | UIRectCornerBottomLeft, { radius, radius }));
+        UIBezierPath::bezierPathWithRoundedRect(
+            body->bounds(), UIRectCornerTopLeft | UIRectCornerBottomLeft, { radius, radius }));
     const auto mask = std::dynamic_pointer_cast<CAShapeLayer>(body->layer().mask());
     ASSERT_TRUE(mask);
     EXPECT_EQ(mask->path(), button->getBezierPathFor(0));
@@ -120,14 +122,16 @@ TEST_F(TDReportButtonViewTest, TheBodyOfTheFullFormIsRoundedOnTheLeft)
 
 TEST_F(TDReportButtonViewTest, AnIconOpensForTheConfiguredNumberOfTaps)
 {
-    const std::pair<const char*, bool> rows[] = { { R"({"active": true, "buttonTap": "single"})", true }, { R"({"active": true})", false } };
+    const std::pair<const char*, bool> rows[]
+        = { { R"({"active": true, "buttonTap": "single"})", true }, { R"({"active": true})", false } };
     for (const auto& [record, single] : rows) {
         World fresh { { .record = record } };
         fresh.start();
         const auto ad = make<UIView>();
         ad->setFrame(CGRectMake(0, 0, 375, 812));
         fresh.phone.content().addSubview(ad);
-        LMReportButtonHelper::addReportButtonToView(ad.get(), nullptr, { { "metaclass", retain(classOf<FullScreenAd>()) } });
+        LMReportButtonHelper::addReportButtonToView(
+            ad.get(), nullptr, { { "metaclass", retain(classOf<FullScreenAd>()) } });
         fresh.phone.wait(1.5);
         const auto button = tests::find<TDReportButtonView>(*ad);
         const auto icon = tests::find<UIImageView>(*button);
@@ -212,7 +216,8 @@ TEST(TDButtonManagerTest, DisablingRemovesButDoesNotUnregister)
     world.start();
     TDButtonManager::sharedInstance().disableAllButtons();
     std::vector<std::shared_ptr<UIView>> banners { world.showMoPub(), world.showAdMob(), world.showMoPub() };
-    std::vector<std::shared_ptr<TDReportButtonView>> buttons = TDButtonManager::sharedInstance().getButtonsArray();
+    std::vector<std::shared_ptr<TDReportButtonView>> buttons
+        = TDButtonManager::sharedInstance().getButtonsArray();
     ASSERT_EQ(buttons.size(), 3u);
     TDButtonManager::sharedInstance().addButton(buttons.front());
     TDButtonManager::sharedInstance().disableAllButtons();
@@ -223,7 +228,8 @@ TEST(TDButtonManagerTest, DisablingRemovesButDoesNotUnregister)
         EXPECT_TRUE(TDButtonManager::sharedInstance().containsButton(button.get()));
     }
     buttons.pop_back();
-    EXPECT_EQ(TDButtonManager::sharedInstance().getButtonsArray().size(), 2u) << "the dead leave by themselves";
+    EXPECT_EQ(TDButtonManager::sharedInstance().getButtonsArray().size(), 2u)
+        << "the dead leave by themselves";
     TDButtonManager::sharedInstance().removeButton(buttons.front().get());
     EXPECT_EQ(TDButtonManager::sharedInstance().getButtonsArray().size(), 1u);
 }
@@ -245,5 +251,5 @@ TEST(TDReportButtonPlacementTest, RulesAndNames)
     EXPECT_EQ(placements.checkForUserCustomPlacementForAdWithName({}, {}), 6) << "nil is \"(null)\"";
 }
 
-}
-}
+} // namespace
+} // namespace lumora

@@ -39,13 +39,17 @@ public:
         static const ClassDescription description = ClassDescription::of<Filler, NSObject>("TestFiller");
         return description;
     }
-    void updateEventInfo(const std::shared_ptr<TDEventModel>& event, const EventCompletion& completion) override
+    void updateEventInfo(
+        const std::shared_ptr<TDEventModel>& event, const EventCompletion& completion) override
     {
         event->setCreativeId("known");
         completion(event);
     }
     std::string getAdTypeInString() override { return "html"; }
-    void getNewHTMLWithPurpose(HTMLPurpose, const HTMLCompletion& completion) override { completion("<p>", true); }
+    void getNewHTMLWithPurpose(HTMLPurpose, const HTMLCompletion& completion) override
+    {
+        completion("<p>", true);
+    }
 };
 
 TEST(TDEventModelTest, WhatIsSent)
@@ -82,7 +86,8 @@ TEST(LMEventsManagerTest, DeliveredMeansGoneFromTheBackup)
     World world;
     world.start();
     int delivered = 0;
-    LMEventsManager::shared().handleEvent(eventOf("redirect"), [&](bool success) { delivered += success ? 1 : 0; });
+    LMEventsManager::shared().handleEvent(
+        eventOf("redirect"), [&](bool success) { delivered += success ? 1 : 0; });
     EXPECT_EQ(backup().size(), 1u) << "stored before it is sent";
     world.phone.wait(1);
     EXPECT_EQ(delivered, 1);
@@ -120,7 +125,8 @@ TEST(LMEventsManagerTest, BehindAClosedGateAnEventWaitsInSilence)
 
 TEST(LMEventsManagerTest, TheBudgetIsOneForAllAndCountsPasses)
 {
-    World world { { .record = R"({"active": true, "ttlConfig": 100000, "retryAfter": 10, "retryLimit": 2})" } };
+    World world { { .record
+        = R"({"active": true, "ttlConfig": 100000, "retryAfter": 10, "retryLimit": 2})" } };
     world.start();
     world.setServiceAway(true);
     for (const char* type : { "a", "b" })
@@ -140,7 +146,8 @@ TEST(LMEventsManagerTest, TheBudgetIsOneForAllAndCountsPasses)
 
 TEST(LMEventsManagerTest, WithoutNetworkAPassSpendsNothing)
 {
-    World world { { .record = R"({"active": true, "ttlConfig": 100000, "retryAfter": 10, "retryLimit": 1})" } };
+    World world { { .record
+        = R"({"active": true, "ttlConfig": 100000, "retryAfter": 10, "retryLimit": 1})" } };
     world.start();
     world.setServiceAway(true);
     LMEventsManager::shared().handleEvent(eventOf("a"), nullptr);
@@ -159,10 +166,12 @@ TEST(LMEventsManagerTest, TimersWithAndWithoutAConfiguration)
     world.start();
     EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 5, 0.1);
     world.phone.wait(5);
-    EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 5, 0.1) << "polls until there is one";
+    EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 5, 0.1)
+        << "polls until there is one";
     world.phone.wait(5);
     EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 42, 0.1);
-    EXPECT_NEAR(tests::timersNamed(world.phone, "LMAdMonitor configTimer]").at(0), 10, 0.1) << "20 s from the start";
+    EXPECT_NEAR(tests::timersNamed(world.phone, "LMAdMonitor configTimer]").at(0), 10, 0.1)
+        << "20 s from the start";
 }
 
 TEST(LMEventsManagerTest, ParkedEventsInheritTheFilledModel)
@@ -213,7 +222,8 @@ TEST(LMEventsManagerTest, WhatNobodyFilledIsSentAfterTheNextLaunch)
 TEST(LMEventsManagerTest, ADamagedBackupIsAnEmptyOne)
 {
     World world;
-    NSUserDefaults::standardUserDefaults().setObject("com.lumora.event.module.saver.ud", NSData::fromText("bplist00 but not really"));
+    NSUserDefaults::standardUserDefaults().setObject(
+        "com.lumora.event.module.saver.ud", NSData::fromText("bplist00 but not really"));
     EXPECT_EQ(backup().size(), 0u);
     world.start();
     LMEventsManager::shared().handleEvent(eventOf("a"), nullptr);
@@ -230,7 +240,8 @@ TEST(LMAdMonitorTest, RoundsAsTheConfigurationWantsThem)
 
 TEST(LMAdMonitorTest, AnOddPeriodDoesNotHangTheClock)
 {
-    World world { { .record = R"({"active": true, "ttlConfig": 100000, "sendingHTML": -5, "retryAfter": 0})" } };
+    World world { { .record
+        = R"({"active": true, "ttlConfig": 100000, "sendingHTML": -5, "retryAfter": 0})" } };
     world.start();
     world.phone.wait(5.01);
     EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 0.0001, 0.0001);
@@ -245,5 +256,5 @@ TEST(LMFirstTimeLaunchDetectorTest, TrueOncePerInstallation)
     EXPECT_FALSE(LMFirstTimeLaunchDetector::sharedInstance().isFirstLaunch());
 }
 
-}
-}
+} // namespace
+} // namespace lumora

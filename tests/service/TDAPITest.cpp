@@ -29,7 +29,8 @@ TEST(TDAPITest, AVersionThatMakesNoURLIsAFailure)
     World world = withOSVersion("13.3 beta");
     world.start();
     EXPECT_EQ(world.service.configurationFetches().size(), 0u);
-    EXPECT_NEAR(tests::timersNamed(world.phone, "getNewConfig]").at(0), 60.0, 0.05) << "treated as any failed fetch";
+    EXPECT_NEAR(tests::timersNamed(world.phone, "getNewConfig]").at(0), 60.0, 0.05)
+        << "treated as any failed fetch";
 }
 
 TEST(TDAPITest, DigitsOutOfAHeader)
@@ -74,7 +75,8 @@ TEST(TDAPITest, TransportErrorsAreFailures)
         World world;
         world.service.addFault(fault);
         std::optional<NSError> error;
-        TDAPI::activateTindalWithCompletion([](const auto&) { ADD_FAILURE(); }, [&](const NSError& failed) { error = failed; });
+        TDAPI::activateTindalWithCompletion(
+            [](const auto&) { ADD_FAILURE(); }, [&](const NSError& failed) { error = failed; });
         world.phone.wait(16);
         EXPECT_TRUE(error);
     }
@@ -88,7 +90,8 @@ TEST(TDAPITest, WhoWinsBetweenCallerAndDevice)
     TDAPI::sendReport({ { "uuid", "mine" }, { "type", "offensive" } }, nullptr, nullptr);
     TDAPI::sendAdInfo({ { "model", "mine" } }, nullptr, nullptr);
     world.phone.wait(1);
-    EXPECT_EQ(world.lastImpression()["sdk_version"], Value { "3.0:3" }) << "an impression overwrites its caller";
+    EXPECT_EQ(world.lastImpression()["sdk_version"], Value { "3.0:3" })
+        << "an impression overwrites its caller";
     EXPECT_EQ(world.lastReport()["uuid"], Value { "mine" }) << "a report yields to its caller";
     const NSDictionary record = tests::object(world.service.adRecords().at(0).body);
     EXPECT_EQ(record["model"], Value { "mine" });
@@ -110,9 +113,10 @@ TEST(TDAPITest, EveryExchangeCarriesItsFields)
     const NSDictionary report = world.lastReport();
     EXPECT_EQ(report.size(), 11u);
     const std::pair<const char*, const char*> expected[]
-        = { { "idfa", "5A2D1E7C-8B94-4F3A-A6D0-1C2B3A4D5E6F" }, { "model", "iPhone" }, { "os", "ios" }, { "osVersion", "13.3" },
-              { "cellNetwork", "No Carrier" }, { "connection", "WIFI" }, { "bundleId", "com.example.daily" },
-              { "appVersion", "45" }, { "buildNumber", "2.3" }, { "lmVersion", "3.0:3" } };
+        = { { "idfa", "5A2D1E7C-8B94-4F3A-A6D0-1C2B3A4D5E6F" }, { "model", "iPhone" }, { "os", "ios" },
+              { "osVersion", "13.3" }, { "cellNetwork", "No Carrier" }, { "connection", "WIFI" },
+              { "bundleId", "com.example.daily" }, { "appVersion", "45" }, { "buildNumber", "2.3" },
+              { "lmVersion", "3.0:3" } };
     for (const auto& [key, value] : expected)
         EXPECT_EQ(report[key], Value { value }) << key;
     const NSDictionary record = tests::object(world.service.adRecords().at(0).body);
@@ -126,11 +130,13 @@ TEST(TDAPITest, AnyStatusIsDelivered)
     TDAPI::setNewAuthKey(tests::validKey);
     world.service.addFault({ .status = 500 });
     int delivered = 0;
-    TDAPI::sendReport({}, [&](bool success, const NSDictionary&) { delivered += success ? 1 : 0; }, nullptr);
+    TDAPI::sendReport(
+        {}, [&](bool success, const NSDictionary&) { delivered += success ? 1 : 0; }, nullptr);
     world.phone.wait(1);
     TDAPI::setNewAuthKey("wrong");
     TDAPI::setNewAuthKey(std::nullopt);
-    TDAPI::sendReport({}, [&](bool success, const NSDictionary&) { delivered += success ? 1 : 0; }, nullptr);
+    TDAPI::sendReport(
+        {}, [&](bool success, const NSDictionary&) { delivered += success ? 1 : 0; }, nullptr);
     world.phone.wait(1);
     EXPECT_EQ(delivered, 2);
     EXPECT_EQ(world.service.reports().back().status, 401);
@@ -145,5 +151,5 @@ TEST(TDAPITest, ABodyThatCannotBeEncodedIsSentEmpty)
     EXPECT_EQ(world.service.impressions().at(0).body, "");
 }
 
-}
-}
+} // namespace
+} // namespace lumora

@@ -1,11 +1,11 @@
 #include "lumora/LMLog.h"
+
 #include "lumora/LMLogManager.h"
 #include "platform/foundation/NSFileManager.h"
 #include "simulator/Phone.h"
 #include "tests/world/World.h"
 
 #include <gtest/gtest.h>
-
 #include <thread>
 
 namespace lumora {
@@ -39,7 +39,8 @@ TEST_F(LMLogTest, NothingIsPrintedAtTheInitialThreshold)
     LMLog::setLogLevel(35);
     LMLog::logImportantMessage("below");
     LMLog::logFuckupMessage();
-    EXPECT_EQ(phone.console().lines(), std::vector<std::string> { "[Lumora] WARNING! LUMORA FRAMEWORK WAS NOT INITIALIZED!" });
+    EXPECT_EQ(phone.console().lines(),
+        std::vector<std::string> { "[Lumora] WARNING! LUMORA FRAMEWORK WAS NOT INITIALIZED!" });
 }
 
 TEST_F(LMLogTest, LevelsOfTheOperations)
@@ -51,16 +52,20 @@ TEST_F(LMLogTest, LevelsOfTheOperations)
     LMLog::logImportantMessage("fifteen");
     LMLog::logDebug("never");
     LMLog::log("nine", 9);
-    EXPECT_EQ(phone.console().lines(), (std::vector<std::string> { "[Lumora] ten", "[Lumora] error - (null)", "[Lumora] fifteen" }));
+    EXPECT_EQ(phone.console().lines(),
+        (std::vector<std::string> { "[Lumora] ten", "[Lumora] error - (null)", "[Lumora] fifteen" }));
 }
 
 TEST_F(LMLogTest, LongLinesAreCut)
 {
     LMLog::setLogLevel(0);
-    EXPECT_EQ(printed(std::string(503, 'x')), std::vector { "[Lumora] " + std::string(503, 'x') }) << "512 characters are whole";
+    EXPECT_EQ(printed(std::string(503, 'x')), std::vector { "[Lumora] " + std::string(503, 'x') })
+        << "512 characters are whole";
     EXPECT_EQ(printed(std::string(504, 'x')),
-        (std::vector<std::string> { "[Lumora] MESSAGE BELOW WAS CUTTED FROM 504 CHARACTERS", "[Lumora] " + std::string(502, 'x') }));
-    EXPECT_EQ(printed(std::string(600, 'x')).front(), "[Lumora] MESSAGE BELOW WAS CUTTED FROM 600 CHARACTERS");
+        (std::vector<std::string> {
+            "[Lumora] MESSAGE BELOW WAS CUTTED FROM 504 CHARACTERS", "[Lumora] " + std::string(502, 'x') }));
+    EXPECT_EQ(
+        printed(std::string(600, 'x')).front(), "[Lumora] MESSAGE BELOW WAS CUTTED FROM 600 CHARACTERS");
 }
 
 TEST_F(LMLogTest, TheNoticeHasALevelOfItsOwn)
@@ -154,5 +159,5 @@ TEST_F(LMLogTest, LinesOfManyThreadsStayWhole)
     EXPECT_EQ(content.find("ab"), std::string::npos);
 }
 
-}
-}
+} // namespace
+} // namespace lumora

@@ -8,7 +8,8 @@ Phone::Options World::phoneOptions(World& world, const Options& options)
 {
     Phone::Options phone;
     phone.makeTransport = [&world] {
-        auto transport = std::make_shared<DirectTransport>(world.service, TDAPI::getURLWithType(TDAPI::EndpointType::Configuration));
+        auto transport = std::make_shared<DirectTransport>(
+            world.service, TDAPI::getURLWithType(TDAPI::EndpointType::Configuration));
         transport->setServiceAway(world.m_away);
         world.m_transport = transport;
         return transport;
@@ -96,7 +97,8 @@ NSDictionary World::lastImpression() const
 std::shared_ptr<LMReportAdViewRoundedButton> reasonOn(UIView& view, std::string_view reason)
 {
     for (const auto& subview : view.subviews()) {
-        if (auto button = as<LMReportAdViewRoundedButton>(subview); button && button->userDescription() == reason)
+        if (auto button = as<LMReportAdViewRoundedButton>(subview);
+            button && button->userDescription() == reason)
             return button;
         if (auto button = reasonOn(*subview, reason))
             return button;
@@ -114,4 +116,4 @@ std::vector<double> timersNamed(const Phone& phone, std::string_view ending)
     return due;
 }
 
-}
+} // namespace lumora::tests

@@ -40,8 +40,10 @@ public:
     void setServiceAway(bool away);
 
     /// A banner on screen, loaded, its button attached and slid out.
-    std::shared_ptr<UIView> showMoPub(const MoPubStandIn::Creative& creative = { .html = "<h1>Ad</h1>", .dspCreativeId = "dsp-1", .creativeId = "mp-1" });
-    std::shared_ptr<UIView> showAdMob(const GoogleStandIn::Creative& creative = { .html = "<h1>Ad</h1>", .debugText = "crid:12345" });
+    std::shared_ptr<UIView> showMoPub(const MoPubStandIn::Creative& creative
+        = { .html = "<h1>Ad</h1>", .dspCreativeId = "dsp-1", .creativeId = "mp-1" });
+    std::shared_ptr<UIView> showAdMob(
+        const GoogleStandIn::Creative& creative = { .html = "<h1>Ad</h1>", .debugText = "crid:12345" });
 
     /// The body of the last report, an object; empty when none arrived.
     NSDictionary lastReport() const;
@@ -61,8 +63,7 @@ public:
 };
 
 /// The first view of a type below a view; null when there is none.
-template <typename T>
-std::shared_ptr<T> find(UIView& view)
+template <typename T> std::shared_ptr<T> find(UIView& view)
 {
     for (const auto& subview : view.subviews()) {
         if (auto found = as<T>(subview))
@@ -74,7 +75,10 @@ std::shared_ptr<T> find(UIView& view)
 }
 
 /// The button on a banner, wherever in it; null when there is none.
-inline std::shared_ptr<TDReportButtonView> buttonOn(UIView& banner) { return find<TDReportButtonView>(banner); }
+inline std::shared_ptr<TDReportButtonView> buttonOn(UIView& banner)
+{
+    return find<TDReportButtonView>(banner);
+}
 /// The button of an overlay or sheet that stands for a reason.
 std::shared_ptr<LMReportAdViewRoundedButton> reasonOn(UIView& view, std::string_view reason);
 

@@ -3,7 +3,6 @@
 #include "tests/platform/TestProcess.h"
 
 #include <gtest/gtest.h>
-
 #include <stdexcept>
 #include <thread>
 
@@ -119,7 +118,8 @@ TEST_P(ExecutorConformance, KeepsTasksInsideTheirProcess)
 
 TEST_P(ExecutorConformance, FiresATimerOnceOnTheMainLoop)
 {
-    auto timer = executor.scheduleTimer("named", 0.02, [this] { write(executor.isMainThread() ? 'a' : '!'); });
+    auto timer
+        = executor.scheduleTimer("named", 0.02, [this] { write(executor.isMainThread() ? 'a' : '!'); });
     EXPECT_TRUE(timer->isPending());
     EXPECT_EQ(timer->name(), "named");
     EXPECT_NEAR(timer->dueTime(), executor.now() + 0.02, 5);
@@ -162,6 +162,7 @@ TEST_P(ExecutorConformance, TakesTasksFromManyThreads)
     int unguarded = 0;
     std::atomic<int> counted { 0 };
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; i++) {
         threads.emplace_back([&] {
             for (int task = 0; task < 250; task++) {
@@ -184,12 +185,12 @@ TEST_P(ExecutorConformance, DropsEverythingWhenItStops)
     auto queue = executor.makeQueue("serial", false);
     // The queue is in its own tasks, as when they hold its owner.
     queue->async([this, held, queue] {
-        queue->async([held, queue] { });
+        queue->async([held, queue] {});
         write('a');
     });
-    queue->asyncAfter(100, [held, queue] { });
-    executor.mainQueue().async([held] { });
-    executor.scheduleTimer("timer", 100, [held] { });
+    queue->asyncAfter(100, [held, queue] {});
+    executor.mainQueue().async([held] {});
+    executor.scheduleTimer("timer", 100, [held] {});
     executor.stop();
     executor.stop();
     EXPECT_EQ(held.use_count(), 1);
@@ -200,7 +201,8 @@ TEST_P(ExecutorConformance, DropsEverythingWhenItStops)
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, ExecutorConformance,
-    testing::Values(Kind { "Virtual", [](Process& process) { return std::make_unique<VirtualExecutor>(process); } },
+    testing::Values(
+        Kind { "Virtual", [](Process& process) { return std::make_unique<VirtualExecutor>(process); } },
         Kind { "Real", makeRealExecutor }),
     [](const auto& info) { return std::string { info.param.name }; });
 
@@ -211,7 +213,8 @@ TEST(VirtualExecutor, RunsEachTaskAtItsOwnInstant)
     VirtualExecutor& executor = process.executor();
     std::vector<double> instants;
     for (const double after : { 5.0, 2.0, 2.0 })
-        executor.mainQueue().asyncAfter(after, [&] { instants.push_back(executor.now() - VirtualExecutor::epoch); });
+        executor.mainQueue().asyncAfter(
+            after, [&] { instants.push_back(executor.now() - VirtualExecutor::epoch); });
     executor.drain();
     EXPECT_TRUE(instants.empty());
     executor.advanceClockOnly(4);

@@ -3,7 +3,6 @@
 #include "tests/platform/TestProcess.h"
 
 #include <gtest/gtest.h>
-
 #include <thread>
 
 namespace lumora {
@@ -42,11 +41,11 @@ public:
 };
 
 struct ProcessLocalValue : testing::Test {
-    template <typename F>
-    void inThreads(F&& body)
+    template <typename F> void inThreads(F&& body)
     {
         std::atomic<int> waiting { 4 };
         std::vector<std::thread> threads;
+        threads.reserve(4);
         for (int i = 0; i < 4; i++) {
             threads.emplace_back([&] {
                 Process::Scope scope(process.process);

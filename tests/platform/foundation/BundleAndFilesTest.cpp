@@ -12,7 +12,8 @@ namespace fs = std::filesystem;
 TEST(NSBundle, FindsTheLibraryByItsIdentifier)
 {
     test::TemporaryFolder home;
-    writeToFile(home.path / "bundle/Info.json", R"({"CFBundleIdentifier":"com.lumora.framework","CFBundleVersion":"45"})");
+    writeToFile(home.path / "bundle/Info.json",
+        R"({"CFBundleIdentifier":"com.lumora.framework","CFBundleVersion":"45"})");
     writeToFile(home.path / "bundle/Localizable.json", R"({"WiFi":"WLAN"})");
     ProcessConfiguration configuration;
     configuration.libraryBundle = home.path / "bundle";
@@ -27,7 +28,9 @@ TEST(NSBundle, FindsTheLibraryByItsIdentifier)
     EXPECT_FALSE(bundle->pathForResource("Info", "png"));
     EXPECT_EQ(bundle->localizedString("WiFi"), "WLAN");
     EXPECT_EQ(bundle->localizedString("Cellular"), "Cellular");
-    EXPECT_EQ(NSBundle::bundleWithIdentifier("com.example.host")->objectForInfoDictionaryKey("CFBundleVersion"), Value { "7" });
+    EXPECT_EQ(
+        NSBundle::bundleWithIdentifier("com.example.host")->objectForInfoDictionaryKey("CFBundleVersion"),
+        Value { "7" });
     EXPECT_EQ(NSBundle::mainBundle().localizedString("WiFi"), "WiFi");
 }
 

@@ -2,16 +2,16 @@
 #include "platform/objc/Message.h"
 #include "tests/platform/TestProcess.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 
 namespace lumora {
 
 TEST(NSJSONSerialization, ReadsEveryKind)
 {
     const auto read = JSONObjectWithData(
-        "\xEF\xBB\xBF {\"active\":true,\"ttl\":600,\"f\":0.5,\"n\":null,\"big\":18446744073709551616,\"s\":\"\\u00e9\\/\","
+        "\xEF\xBB\xBF "
+        "{\"active\":true,\"ttl\":600,\"f\":0.5,\"n\":null,\"big\":18446744073709551616,\"s\":\"\\u00e9\\/\","
         "\"sdks\":[\"AdMob\",5]} \n");
     ASSERT_TRUE(read);
     EXPECT_EQ(*read,
@@ -25,10 +25,12 @@ TEST(NSJSONSerialization, ReadsEveryKind)
 
 TEST(NSJSONSerialization, RefusesDamage)
 {
-    const std::pair<const char*, std::string> rows[] = { { "empty", "" }, { "cut off", "{\"a\":" }, { "garbage after", "{} x" },
-        { "two values", "[1][2]" }, { "trailing comma", "[1,]" }, { "single quotes", "{'a':1}" }, { "not a number", "[NaN]" },
-        { "bad UTF-8", "\"\xFF\"" }, { "lone surrogate", R"("\ud800")" }, { "raw control", "\"\n\"" },
-        { "too deep", std::string(513, '[') + std::string(513, ']') }, { "endless", std::string(1'000'000, '[') } };
+    const std::pair<const char*, std::string> rows[]
+        = { { "empty", "" }, { "cut off", "{\"a\":" }, { "garbage after", "{} x" },
+              { "two values", "[1][2]" }, { "trailing comma", "[1,]" }, { "single quotes", "{'a':1}" },
+              { "not a number", "[NaN]" }, { "bad UTF-8", "\"\xFF\"" }, { "lone surrogate", R"("\ud800")" },
+              { "raw control", "\"\n\"" }, { "too deep", std::string(513, '[') + std::string(513, ']') },
+              { "endless", std::string(1'000'000, '[') } };
     for (const auto& [name, text] : rows)
         EXPECT_FALSE(JSONObjectWithData(text)) << name;
     EXPECT_TRUE(JSONObjectWithData(std::string(512, '[') + std::string(512, ']')));
@@ -44,18 +46,20 @@ TEST(NSJSONSerialization, ReadsAHundredThousandKeysQuickly)
 
 TEST(NSJSONSerialization, WritesCompactly)
 {
-    const NSDictionary object { { "url", "https://h/p" }, { "text", "\"\\\b\f\n\r\t\x01\x1F\u00E9\u2028" }, { "n", -1.5 },
-        { "i", int64_t { 1 } << 53 }, { "t", 1700000000.25 }, { "big", 1e300 }, { "b", false }, { "null", NSNull {} },
-        { "empty", NSArray {} } };
+    const NSDictionary object { { "url", "https://h/p" }, { "text", "\"\\\b\f\n\r\t\x01\x1F\u00E9\u2028" },
+        { "n", -1.5 }, { "i", int64_t { 1 } << 53 }, { "t", 1700000000.25 }, { "big", 1e300 }, { "b", false },
+        { "null", NSNull {} }, { "empty", NSArray {} } };
     EXPECT_EQ(dataWithJSONObject(object),
-        "{\"url\":\"https:\\/\\/h\\/p\",\"text\":\"\\\"\\\\\\b\\f\\n\\r\\t\\u0001\\u001f\u00E9\u2028\",\"n\":-1.5,"
+        "{\"url\":\"https:\\/\\/h\\/"
+        "p\",\"text\":\"\\\"\\\\\\b\\f\\n\\r\\t\\u0001\\u001f\u00E9\u2028\",\"n\":-1.5,"
         "\"i\":9007199254740992,\"t\":1700000000.25,\"big\":1e+300,\"b\":false,\"null\":null,\"empty\":[]}");
     EXPECT_EQ(JSONObjectWithData(*dataWithJSONObject(object)), Value { object });
 }
 
 TEST(NSJSONSerialization, WritesThePrettyForm)
 {
-    const Value object = NSDictionary { { "a", NSArray { 1, 2 } }, { "e", NSArray {} }, { "d", NSDictionary {} } };
+    const Value object
+        = NSDictionary { { "a", NSArray { 1, 2 } }, { "e", NSArray {} }, { "d", NSDictionary {} } };
     EXPECT_EQ(dataWithJSONObject(object, NSJSONWritingOptions::PrettyPrinted),
         "{\n  \"a\" : [\n    1,\n    2\n  ],\n  \"e\" : [\n\n  ],\n  \"d\" : {\n\n  }\n}");
 }
@@ -68,9 +72,10 @@ TEST(NSJSONSerialization, RefusesToWriteWhatJSONCannotHold)
     for (int i = 0; i < 600; i++)
         deep = NSArray { deep };
     const auto object = make<NSObject>();
-    const std::pair<const char*, Value> rows[] = { { "nothing", {} }, { "not a number", NAN }, { "infinite", -INFINITY },
-        { "data", NSData {} }, { "date", NSDateValue {} }, { "object", object }, { "weak object", Value::weak(object) },
-        { "bad UTF-8", "\xFF" }, { "too deep", deep }, { "nested", NSArray { NSDictionary { { "k", NSData {} } } } },
+    const std::pair<const char*, Value> rows[] = { { "nothing", {} }, { "not a number", NAN },
+        { "infinite", -INFINITY }, { "data", NSData {} }, { "date", NSDateValue {} }, { "object", object },
+        { "weak object", Value::weak(object) }, { "bad UTF-8", "\xFF" }, { "too deep", deep },
+        { "nested", NSArray { NSDictionary { { "k", NSData {} } } } },
         { "bad key", NSDictionary { { "\xFF", 1 } } } };
     for (const auto& [name, value] : rows)
         EXPECT_FALSE(dataWithJSONObject(value)) << name;

@@ -1,5 +1,4 @@
 #include "platform/foundation/NSKeyedArchiver.h"
-
 #include "platform/foundation/NSPropertyList.h"
 #include "tests/platform/TestProcess.h"
 
@@ -58,13 +57,18 @@ NSData archiveOf(NSArray objects)
         { "$top", NSDictionary { { "root", uid(1) } } }, { "$objects", std::move(objects) } });
 }
 
-Value eventClass() { return NSDictionary { { "$classes", NSArray { "TestEvent", "NSObject" } }, { "$classname", "TestEvent" } }; }
+Value eventClass()
+{
+    return NSDictionary { { "$classes", NSArray { "TestEvent", "NSObject" } },
+        { "$classname", "TestEvent" } };
+}
 
 }
 
 TEST_F(KeyedArchiver, WritesTheOriginalLayout)
 {
-    const NSData archive = archivedDataWithRootObject(NSArray { event("redirect", NSDictionary { { "count", 3 } }) });
+    const NSData archive
+        = archivedDataWithRootObject(NSArray { event("redirect", NSDictionary { { "count", 3 } }) });
     const Value expected = NSDictionary {
         { "$version", 100000 },
         { "$archiver", "NSKeyedArchiver" },
@@ -73,15 +77,18 @@ TEST_F(KeyedArchiver, WritesTheOriginalLayout)
             NSArray {
                 "$null",
                 NSDictionary { { "NS.objects", NSArray { uid(2) } }, { "$class", uid(9) } },
-                NSDictionary { { "name", uid(3) }, { "params", uid(4) }, { "$$other", uid(0) }, { "$class", uid(8) } },
+                NSDictionary {
+                    { "name", uid(3) }, { "params", uid(4) }, { "$$other", uid(0) }, { "$class", uid(8) } },
                 "redirect",
-                NSDictionary { { "NS.keys", NSArray { uid(5) } }, { "NS.objects", NSArray { uid(6) } }, { "$class", uid(7) } },
+                NSDictionary { { "NS.keys", NSArray { uid(5) } }, { "NS.objects", NSArray { uid(6) } },
+                    { "$class", uid(7) } },
                 "count",
                 3,
                 NSDictionary { { "$classes", NSArray { "NSMutableDictionary", "NSDictionary", "NSObject" } },
                     { "$classname", "NSMutableDictionary" } },
                 eventClass(),
-                NSDictionary { { "$classes", NSArray { "NSArray", "NSObject" } }, { "$classname", "NSArray" } },
+                NSDictionary {
+                    { "$classes", NSArray { "NSArray", "NSObject" } }, { "$classname", "NSArray" } },
             } },
     };
     EXPECT_EQ(propertyListWithData(archive.view()), expected);
@@ -101,10 +108,12 @@ TEST_F(KeyedArchiver, WritesReferencesAsUIDNodes)
 
 TEST_F(KeyedArchiver, RoundTripsEveryKind)
 {
-    const NSDictionary values { { "text", "gr\u00FC\u00DF \U0001F600" }, { "empty", "" }, { "negative", -5 }, { "most", INT64_MAX },
-        { "least", INT64_MIN }, { "double", 0.1 }, { "yes", true }, { "data", NSData { { 0, 255, 10 } } }, { "null", NSNull {} },
+    const NSDictionary values { { "text", "gr\u00FC\u00DF \U0001F600" }, { "empty", "" }, { "negative", -5 },
+        { "most", INT64_MAX }, { "least", INT64_MIN }, { "double", 0.1 }, { "yes", true },
+        { "data", NSData { { 0, 255, 10 } } }, { "null", NSNull {} },
         { "date", NSDateValue { 1700000000.5 } }, { "url", NSURLValue { "https://h/p?q" } },
-        { "uuid", NSUUIDValue { "3F2504E0-4F89-41D3-9A0C-0305E82C3301" } }, { "array", NSArray { 1, NSArray {}, "x" } },
+        { "uuid", NSUUIDValue { "3F2504E0-4F89-41D3-9A0C-0305E82C3301" } },
+        { "array", NSArray { 1, NSArray {}, "x" } },
         { "dictionary", NSDictionary { { "k", NSDictionary {} } } } };
     const Value read = unarchiveObjectWithData(archivedDataWithRootObject(values));
     EXPECT_EQ(read, Value { values });
@@ -141,24 +150,28 @@ TEST_F(KeyedArchiver, IsEmptyForWhatCannotBeArchived)
 
 TEST_F(KeyedArchiver, ReadsNothingFromDamage)
 {
-    const NSDictionary unknown { { "$classes", NSArray { "NoSuchClass", "NSObject" } }, { "$classname", "NoSuchClass" } };
+    const NSDictionary unknown { { "$classes", NSArray { "NoSuchClass", "NSObject" } },
+        { "$classname", "NoSuchClass" } };
     const NSDictionary plain { { "$classname", "NSObject" } };
     const std::pair<const char*, NSData> rows[] = {
         { "empty", {} },
         { "text", NSData::fromText("bplist00 is not enough to be one, however long it is") },
         { "no archive", *dataWithPropertyList(NSArray { 1 }) },
         { "unknown class", archiveOf({ "$null", NSDictionary { { "$class", uid(2) } }, unknown }) },
-        { "class without initWithCoder:", archiveOf({ "$null", NSDictionary { { "$class", uid(2) } }, plain }) },
+        { "class without initWithCoder:",
+            archiveOf({ "$null", NSDictionary { { "$class", uid(2) } }, plain }) },
         { "no class", archiveOf({ "$null", NSDictionary { { "name", 1 } } }) },
         { "reference beyond the end", archiveOf({ "$null", NSDictionary { { "$class", uid(9) } } }) },
         { "class that is text", archiveOf({ "$null", NSDictionary { { "$class", uid(0) } } }) },
-        { "field beyond the end", archiveOf({ "$null", NSDictionary { { "name", uid(7) }, { "$class", uid(2) } }, eventClass() }) },
+        { "field beyond the end",
+            archiveOf({ "$null", NSDictionary { { "name", uid(7) }, { "$class", uid(2) } }, eventClass() }) },
         { "array that holds itself",
             archiveOf({ "$null", NSDictionary { { "NS.objects", NSArray { uid(1) } }, { "$class", uid(2) } },
                 NSDictionary { { "$classname", "NSArray" } } }) },
         { "keys without values",
             archiveOf({ "$null",
-                NSDictionary { { "NS.keys", NSArray { uid(3) } }, { "NS.objects", NSArray {} }, { "$class", uid(2) } },
+                NSDictionary {
+                    { "NS.keys", NSArray { uid(3) } }, { "NS.objects", NSArray {} }, { "$class", uid(2) } },
                 NSDictionary { { "$classname", "NSDictionary" } }, "k" }) },
     };
     for (const auto& [name, data] : rows)
@@ -167,7 +180,8 @@ TEST_F(KeyedArchiver, ReadsNothingFromDamage)
 
 TEST_F(KeyedArchiver, SurvivesTruncationAndFlippedBytes)
 {
-    const NSData whole = archivedDataWithRootObject(NSArray { event("a", NSDictionary { { "k", NSArray { 1, 2.5, "\u20AC" } } }) });
+    const NSData whole = archivedDataWithRootObject(
+        NSArray { event("a", NSDictionary { { "k", NSArray { 1, 2.5, "\u20AC" } } }) });
     for (size_t length = 0; length < whole.bytes.size(); length++) {
         NSData cut { { whole.bytes.begin(), whole.bytes.begin() + static_cast<long>(length) } };
         EXPECT_TRUE(unarchiveObjectWithData(cut).isNothing()) << length;
@@ -187,7 +201,9 @@ TEST(PropertyList, RefusesFilesThatUnfoldWithoutEnd)
     auto chain = [](int count, int references) {
         std::string data = "bplist00";
         std::string offsets;
-        auto twoBytes = [](size_t number) { return std::string { static_cast<char>(number >> 8), static_cast<char>(number) }; };
+        auto twoBytes = [](size_t number) {
+            return std::string { static_cast<char>(number >> 8), static_cast<char>(number) };
+        };
         for (int i = 0; i < count; i++) {
             offsets += twoBytes(data.size());
             data += static_cast<char>(0xA0 | references);
@@ -198,8 +214,8 @@ TEST(PropertyList, RefusesFilesThatUnfoldWithoutEnd)
         data += "\x08";
         const size_t table = data.size();
         auto eightBytes = [&](size_t number) { return std::string(6, '\0') + twoBytes(number); };
-        return data + offsets + std::string(6, '\0') + "\x02\x02" + eightBytes(static_cast<size_t>(count) + 1) + eightBytes(0)
-            + eightBytes(table);
+        return data + offsets + std::string(6, '\0') + "\x02\x02" + eightBytes(static_cast<size_t>(count) + 1)
+            + eightBytes(0) + eightBytes(table);
     };
     EXPECT_TRUE(propertyListWithData(chain(10, 2)));
     EXPECT_FALSE(propertyListWithData(chain(60, 2)));
@@ -213,7 +229,8 @@ TEST(PropertyList, RepairsTextItCannotHold)
     const std::string text { "a\0b\xFFz", 5 };
     const auto read = propertyListWithData(dataWithPropertyList(NSArray { text })->view());
     EXPECT_EQ(read, (Value { NSArray { "a\uFFFDb\uFFFDz" } }));
-    for (const Value& refused : { Value {}, Value { NSNull {} }, Value { NSURLValue {} }, Value { NSArray { NSNull {} } } })
+    for (const Value& refused :
+        { Value {}, Value { NSNull {} }, Value { NSURLValue {} }, Value { NSArray { NSNull {} } } })
         EXPECT_FALSE(dataWithPropertyList(refused));
 }
 

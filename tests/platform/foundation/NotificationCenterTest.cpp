@@ -1,5 +1,4 @@
 #include "platform/foundation/NSNotificationCenter.h"
-
 #include "platform/objc/Message.h"
 #include "tests/platform/TestProcess.h"
 

@@ -69,7 +69,8 @@ TEST_F(ReachabilityTarget, TellsOfChangesOnItsQueueUntilItEnds)
 TEST_F(ReachabilityTarget, IsHeldWhileItIsWatched)
 {
     auto owned = std::make_shared<int>(0);
-    SCNetworkReachabilitySetCallback(internet, [this, owned](const auto&, uint32_t flags) { heard.push_back(flags); });
+    SCNetworkReachabilitySetCallback(
+        internet, [this, owned](const auto&, uint32_t flags) { heard.push_back(flags); });
     SCNetworkReachabilitySetDispatchQueue(internet, queue);
     auto* target = internet.get();
     internet.reset();
@@ -85,9 +86,9 @@ TEST(LinuxNetworkPath, ReadsThisMachineAndStopsItsWatch)
     const auto path = makeLinuxNetworkPath();
     const uint32_t flags = path->flags();
     EXPECT_TRUE(flags == 0 || (flags & reachable));
-    auto listener = path->addListener([] { });
+    auto listener = path->addListener([] {});
     listener.reset();
-    listener = path->addListener([] { });
+    listener = path->addListener([] {});
 }
 
 }

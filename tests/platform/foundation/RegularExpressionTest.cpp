@@ -1,12 +1,12 @@
 #include "platform/foundation/NSRegularExpression.h"
 
-#include <gtest/gtest.h>
-
 #include <chrono>
+#include <gtest/gtest.h>
 
 namespace lumora {
 
-static std::vector<std::string> textsMatching(const char* pattern, std::string_view text, bool caseInsensitive = true)
+static std::vector<std::string> textsMatching(
+    const char* pattern, std::string_view text, bool caseInsensitive = true)
 {
     const auto expression = NSRegularExpression::regularExpressionWithPattern(pattern, caseInsensitive);
     std::vector<std::string> texts;
@@ -19,9 +19,11 @@ TEST(NSRegularExpression, MatchesLikeTheOriginalEngine)
 {
     using Texts = std::vector<std::string>;
     EXPECT_EQ(textsMatching("\\d+", "max-age=600, public 7"), (Texts { "600", "7" }));
-    EXPECT_EQ(textsMatching("(?:http:|https:)\\/\\/(?:([\\w\\d-+_.]*))", "see HTTP://a-b+c.de/x and https://m\u00FCnich.de"),
+    EXPECT_EQ(textsMatching("(?:http:|https:)\\/\\/(?:([\\w\\d-+_.]*))",
+                  "see HTTP://a-b+c.de/x and https://m\u00FCnich.de"),
         (Texts { "HTTP://a-b+c.de", "https://m\u00FCnich.de" }));
-    EXPECT_EQ(textsMatching("((mailto|tel|sms):[\\w\\d\\/-_.]*)", "tel:+1-800 mailto:a@b.c"), (Texts { "tel:", "mailto:a@b.c" }));
+    EXPECT_EQ(textsMatching("((mailto|tel|sms):[\\w\\d\\/-_.]*)", "tel:+1-800 mailto:a@b.c"),
+        (Texts { "tel:", "mailto:a@b.c" }));
     EXPECT_EQ(textsMatching("ab", "AB ab", false), Texts { "ab" });
     EXPECT_EQ(textsMatching("x*", "ay"), (Texts { "", "", "" }));
     EXPECT_TRUE(textsMatching("x", "").empty());
@@ -29,7 +31,8 @@ TEST(NSRegularExpression, MatchesLikeTheOriginalEngine)
 
 TEST(NSRegularExpression, GivesLocationsInUTF16AndNamedGroups)
 {
-    const auto expression = NSRegularExpression::regularExpressionWithPattern("Creative (?<crId>(\\d+))(x)?", true);
+    const auto expression
+        = NSRegularExpression::regularExpressionWithPattern("Creative (?<crId>(\\d+))(x)?", true);
     const auto match = expression->firstMatchInString("\U0001F600 <!-- creative 123 -->");
     ASSERT_TRUE(match);
     EXPECT_EQ(match->location, 8u);
@@ -54,7 +57,11 @@ TEST(NSRegularExpression, NeitherHangsNorOverflows)
     EXPECT_TRUE(textsMatching("(a+)+$", std::string(40, 'a') + "!").empty());
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
     EXPECT_EQ(textsMatching("[^<]+", std::string(200'000, 'x')).front().size(), 200'000u);
-    EXPECT_EQ(textsMatching("a", "\xFF" "a").size(), 1u);
+    EXPECT_EQ(textsMatching("a",
+                  "\xFF"
+                  "a")
+                  .size(),
+        1u);
 }
 
 }

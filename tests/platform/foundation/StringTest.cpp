@@ -1,7 +1,6 @@
 #include "platform/foundation/NSString.h"
 
 #include <gtest/gtest.h>
-
 #include <set>
 
 namespace lumora {
@@ -13,9 +12,11 @@ TEST(NSString, FormatsWhatThePlatformFormats)
         { stringWithFormat("%@ %@ %@", { Value {}, NSNull {}, true }), "(null) <null> 1" },
         { stringWithFormat("%@", { 1700000000.0 }), "1700000000" },
         { stringWithFormat("%f|%.2f", { 1.5, 2.345 }), "1.500000|2.35" },
-        { stringWithFormat("%d|%i|%ld|%u", { -5, 7, int64_t { 1 } << 40, -1 }), "-5|7|1099511627776|4294967295" },
+        { stringWithFormat("%d|%i|%ld|%u", { -5, 7, int64_t { 1 } << 40, -1 }),
+            "-5|7|1099511627776|4294967295" },
         { stringWithFormat("%d", { 3.9 }), "3" },
-        { stringWithFormat("<%@: %#x (%@)>", { "Reachability", 0xbeef, "-R" }), "<Reachability: 0xbeef (-R)>" },
+        { stringWithFormat("<%@: %#x (%@)>", { "Reachability", 0xbeef, "-R" }),
+            "<Reachability: 0xbeef (-R)>" },
         { stringWithFormat("%c%c %05.1f", { 'W', 0x20AC, 2.25 }), "W\u20AC 002.2" },
         { stringWithFormat("100%% of %s", { "it" }), "100% of it" },
         { stringWithFormat("%@ and %@", { "one" }), "one and (null)" },
@@ -60,9 +61,10 @@ TEST(NSString, TellsUTF8FromOtherBytes)
 {
     for (const char* valid : { "", "plain", "\u00E9\u20AC\U0010FFFF" })
         EXPECT_TRUE(isValidUTF8(valid)) << valid;
-    const std::pair<const char*, const char*> rows[] = { { "overlong", "\xC0\xAF" }, { "overlong of three", "\xE0\x80\x80" },
-        { "surrogate", "\xED\xA0\x80" }, { "beyond the last", "\xF4\x90\x80\x80" }, { "cut off", "a\xE2\x82" },
-        { "stray", "\x80" }, { "no such byte", "\xFE" } };
+    const std::pair<const char*, const char*> rows[]
+        = { { "overlong", "\xC0\xAF" }, { "overlong of three", "\xE0\x80\x80" },
+              { "surrogate", "\xED\xA0\x80" }, { "beyond the last", "\xF4\x90\x80\x80" },
+              { "cut off", "a\xE2\x82" }, { "stray", "\x80" }, { "no such byte", "\xFE" } };
     for (const auto& [name, text] : rows)
         EXPECT_FALSE(isValidUTF8(text)) << name;
     EXPECT_EQ(repairedUTF8("a\xC0z\xE2\x82"), "a\uFFFDz\uFFFD\uFFFD");
@@ -70,20 +72,22 @@ TEST(NSString, TellsUTF8FromOtherBytes)
 
 TEST(NSString, ReadsNumbersAsTheFormatterDoes)
 {
-    const std::pair<const char*, Value> numbers[] = { { "600", 600 }, { " 600", 600 }, { "600 ", 600 }, { "90.9", 90.9 },
-        { "1,000", 1000 }, { "1e3", 1000 }, { "1E3", 1000 }, { "-5", -5 }, { ".5", 0.5 }, { "0", 0 }, { "007", 7 },
-        { "1.0", 1 }, { "99999999999999999999", 1e20 } };
+    const std::pair<const char*, Value> numbers[] = { { "600", 600 }, { " 600", 600 }, { "600 ", 600 },
+        { "90.9", 90.9 }, { "1,000", 1000 }, { "1e3", 1000 }, { "1E3", 1000 }, { "-5", -5 }, { ".5", 0.5 },
+        { "0", 0 }, { "007", 7 }, { "1.0", 1 }, { "99999999999999999999", 1e20 } };
     for (const auto& [text, number] : numbers)
         EXPECT_EQ(numberFromText(text), number) << text;
     EXPECT_TRUE(numberFromText("600")->isInteger());
-    for (const char* text : { "", " ", "12abc", "abc", "0x10", "1 2", "--1", "NaN", "\u221E", "1e999", "single" })
+    for (const char* text :
+        { "", " ", "12abc", "abc", "0x10", "1 2", "--1", "NaN", "\u221E", "1e999", "single" })
         EXPECT_FALSE(numberFromText(text)) << text;
     EXPECT_FALSE(numberFromText(std::string(100'000, '1')));
 }
 
 TEST(NSString, EncodesBase64WithoutBreaks)
 {
-    const std::pair<const char*, const char*> rows[] = { { "", "" }, { "f", "Zg==" }, { "fo", "Zm8=" }, { "foo", "Zm9v" } };
+    const std::pair<const char*, const char*> rows[]
+        = { { "", "" }, { "f", "Zg==" }, { "fo", "Zm8=" }, { "foo", "Zm9v" } };
     for (const auto& [plain, encoded] : rows)
         EXPECT_EQ(base64Encoded(NSData::fromText(plain)), encoded);
     EXPECT_EQ(base64Encoded({ std::vector<uint8_t>(300, 0xFF) }), std::string(400, '/'));

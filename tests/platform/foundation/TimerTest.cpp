@@ -1,11 +1,9 @@
 #include "platform/foundation/NSTimer.h"
-
 #include "platform/objc/Message.h"
 #include "tests/platform/TestProcess.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 
 namespace lumora {
 

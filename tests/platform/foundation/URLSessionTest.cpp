@@ -1,6 +1,5 @@
-#include "platform/foundation/NSURLSession.h"
-
 #include "platform/foundation/NSString.h"
+#include "platform/foundation/NSURLSession.h"
 #include "platform/linux/CurlTransport.h"
 #include "tests/platform/TestProcess.h"
 
@@ -32,7 +31,7 @@ public:
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         socklen_t size = sizeof address;
-        bind(m_listener, reinterpret_cast<sockaddr*>(&address), size);
+        EXPECT_EQ(bind(m_listener, reinterpret_cast<sockaddr*>(&address), size), 0);
         getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size);
         listen(m_listener, 8);
         url = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port));
@@ -75,7 +74,8 @@ private:
             if (const size_t at = answer.find("SELF"); at != std::string::npos)
                 answer.replace(at, 4, url);
             for (size_t sent = 0; sent < answer.size();) {
-                const ssize_t more = send(connection, answer.data() + sent, answer.size() - sent, MSG_NOSIGNAL);
+                const ssize_t more
+                    = send(connection, answer.data() + sent, answer.size() - sent, MSG_NOSIGNAL);
                 if (more <= 0)
                     break;
                 sent += static_cast<size_t>(more);
@@ -129,7 +129,8 @@ struct URLSession : testing::Test {
         auto answers = std::make_shared<std::vector<Answer>>();
         auto lock = std::make_shared<std::mutex>();
         NSURLSession::sharedSession().dataTaskWithRequest(std::move(request),
-            [=](const NSData& body, const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error) {
+            [=](const NSData& body, const std::optional<NSHTTPURLResponse>& response,
+                const std::optional<NSError>& error) {
                 const std::lock_guard hold(*lock);
                 answers->push_back({ std::string { body.view() }, response, error, "" });
             });
@@ -156,7 +157,8 @@ struct URLSession : testing::Test {
 
 TEST_F(URLSession, CarriesARequestAndItsAnswer)
 {
-    TinyServer server("HTTP/1.1 201 Created\r\nCache-CONTROL: max-age=600\r\nX-A: 1\r\nx-a: 2\r\nContent-Length: 4\r\n\r\n{\"a\"");
+    TinyServer server("HTTP/1.1 201 Created\r\nCache-CONTROL: max-age=600\r\nX-A: 1\r\nx-a: "
+                      "2\r\nContent-Length: 4\r\n\r\n{\"a\"");
     NSMutableURLRequest request = get(server.url + "/a/../b?v=13.3&w=%20");
     request.httpMethod = "POST";
     request.httpBody = "[{}]";
@@ -245,12 +247,13 @@ TEST(URLSessionOverAHeldTransport, CompletesOnItsOwnQueueOnce)
     test::TemporaryFolder home;
     test::TestProcess process(home.path);
     int calls = 0;
-    auto completion = [&](const NSData&, const std::optional<NSHTTPURLResponse>& response, const auto& error) {
-        EXPECT_FALSE(process.process.isMainThread());
-        EXPECT_NE(response.has_value(), error.has_value());
-        calls++;
-        throw std::runtime_error("from a completion");
-    };
+    auto completion
+        = [&](const NSData&, const std::optional<NSHTTPURLResponse>& response, const auto& error) {
+              EXPECT_FALSE(process.process.isMainThread());
+              EXPECT_NE(response.has_value(), error.has_value());
+              calls++;
+              throw std::runtime_error("from a completion");
+          };
     NSMutableURLRequest request;
     request.url = "https://h/a b";
     NSURLSession::sharedSession().dataTaskWithRequest(request, completion);

@@ -6,11 +6,12 @@ namespace lumora {
 
 TEST(NSURL, RefusesWhatThePlatformMakesNoURLOf)
 {
-    for (const char* text : { "https://h/a b", "https://h/%zz", "https://h/%4", "https://h/{x}", "https://h/a|b", "https://h/<a>",
-             "https://m\u00FCnich.de/", "https://h/\"", "https://h/a\\b", "https://h/#a#b", "https://h/\n", " https://h" })
+    for (const char* text : { "https://h/a b", "https://h/%zz", "https://h/%4", "https://h/{x}",
+             "https://h/a|b", "https://h/<a>", "https://m\u00FCnich.de/", "https://h/\"", "https://h/a\\b",
+             "https://h/#a#b", "https://h/\n", " https://h" })
         EXPECT_FALSE(isValidURL(text)) << text;
-    for (const char* text : { "https://h/%20?a=%C3%A9&b=[1]#f", "relative/path?q", "mailto:a@b.c", "about:blank", "//h/p",
-             "https://h/sdk/config?platform_version=13.3&sdk_version=2.1.0" })
+    for (const char* text : { "https://h/%20?a=%C3%A9&b=[1]#f", "relative/path?q", "mailto:a@b.c",
+             "about:blank", "//h/p", "https://h/sdk/config?platform_version=13.3&sdk_version=2.1.0" })
         EXPECT_TRUE(isValidURL(text)) << text;
 }
 
@@ -29,7 +30,8 @@ TEST(NSURL, TakesTextApart)
         { "mailto:a@b.c", "mailto", "", 0, "", "", "a@b.c" },
         { "about:blank", "about", "", 0, "", "", "blank" },
         { "itms-apps://h/p?q#f", "itms-apps", "h", 0, "/p", "q", "//h/p?q#f" },
-        { "https://u:p@h.example:8443/a/b?x=1:2", "https", "h.example", 8443, "/a/b", "x=1:2", "//u:p@h.example:8443/a/b?x=1:2" },
+        { "https://u:p@h.example:8443/a/b?x=1:2", "https", "h.example", 8443, "/a/b", "x=1:2",
+            "//u:p@h.example:8443/a/b?x=1:2" },
         { "http://[::1]:80", "http", "::1", 80, "", "", "//[::1]:80" },
         { "a/b:c?d", "", "", 0, "a/b:c", "d", "a/b:c?d" },
         { "", "", "", 0, "", "", "" },

@@ -1,11 +1,9 @@
-#include "platform/foundation/NSUserDefaults.h"
-
 #include "platform/foundation/NSFileManager.h"
 #include "platform/foundation/NSPropertyList.h"
+#include "platform/foundation/NSUserDefaults.h"
 #include "tests/platform/TestProcess.h"
 
 #include <gtest/gtest.h>
-
 #include <thread>
 
 namespace lumora {
@@ -19,8 +17,7 @@ struct UserDefaults : testing::Test {
     fs::path file { home.path / "Library/Preferences/com.example.host.plist" };
 
     /// Runs something in a fresh process on the same home folder.
-    template <typename F>
-    void inProcess(F&& use)
+    template <typename F> void inProcess(F&& use)
     {
         test::TestProcess process(home.path);
         use(NSUserDefaults::standardUserDefaults());
@@ -59,7 +56,8 @@ TEST_F(UserDefaults, AreOnDiskWhenASetReturns)
             keys.push_back(key);
         EXPECT_EQ(keys, (std::vector<std::string> { "a", "b" }));
         EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
-        EXPECT_EQ(std::distance(fs::directory_iterator(file.parent_path()), {}), 1) << "no temporary file is left";
+        EXPECT_EQ(std::distance(fs::directory_iterator(file.parent_path()), {}), 1)
+            << "no temporary file is left";
     });
 }
 
@@ -124,6 +122,7 @@ TEST_F(UserDefaults, TakeWritesFromSeveralThreads)
 {
     test::TestProcess process(home.path);
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int thread = 0; thread < 4; thread++) {
         threads.emplace_back([&, thread] {
             Process::Scope scope(process.process);

@@ -1,7 +1,6 @@
 #include "platform/foundation/NSHashTable.h"
 
 #include <gtest/gtest.h>
-
 #include <string>
 
 namespace lumora {
@@ -32,7 +31,8 @@ TEST(NSMapTable, DropsAnEntryWithItsObject)
     table.setObject("b", view);
     table.setObject("a", other);
     table.setObject("b", other);
-    EXPECT_EQ(table.allEntries(), (std::vector<std::pair<std::string, std::shared_ptr<int>>> { { "b", other }, { "a", other } }));
+    EXPECT_EQ(table.allEntries(),
+        (std::vector<std::pair<std::string, std::shared_ptr<int>>> { { "b", other }, { "a", other } }));
     table.setObject("c", view);
     view.reset();
     EXPECT_EQ(table.objectForKey("c"), nullptr);
