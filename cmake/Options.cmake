@@ -11,6 +11,14 @@ target_compile_options(lumora_options INTERFACE $<BUILD_INTERFACE:-Wall -Wextra 
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     target_compile_options(lumora_options INTERFACE $<BUILD_INTERFACE:-Wthread-safety>)
 endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    # False alarms of this compiler: about a literal joined to a text (its bug 105651), and about comparing vectors by <=>.
+    target_compile_options(lumora_options INTERFACE $<BUILD_INTERFACE:-Wno-restrict -Wno-stringop-overread>)
+endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # A designated initialiser leaves the other members at their defaults, on purpose.
+    target_compile_options(lumora_options INTERFACE $<BUILD_INTERFACE:-Wno-missing-field-initializers>)
+endif()
 if(LUMORA_SANITIZERS)
     target_compile_options(lumora_options INTERFACE
         $<BUILD_INTERFACE:-fsanitize=${LUMORA_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer>)

@@ -151,6 +151,7 @@ public:
         , m_size(size)
     {
     }
+    virtual ~PageContainer() = default;
 
     // Fonts and text
 

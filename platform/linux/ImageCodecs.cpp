@@ -1,6 +1,7 @@
 #include "platform/linux/CairoSupport.h"
 
 #include <algorithm>
+#include <cmath>
 #include <csetjmp>
 #include <cstring>
 #include <jerror.h>
@@ -14,10 +15,10 @@ namespace {
 
 constexpr std::string_view pngSignature = "\x89PNG\r\n\x1a\n";
 
-bool isDecodable(uint64_t width, uint64_t height)
+bool isDecodable(uint32_t width, uint32_t height)
 {
-    return width > 0 && height > 0 && width <= maximumPixels && height <= maximumPixels
-        && double(width) * double(height) <= maximumPixels;
+    // A side is at most 32 bits, so the product cannot overflow.
+    return width > 0 && height > 0 && uint64_t { width } * height <= static_cast<uint64_t>(maximumPixels);
 }
 
 struct Pixels {
@@ -311,8 +312,8 @@ NSData UIImageJPEGRepresentation(const UIImage& image, double quality)
 {
     JPEGWriter writer;
     const double percent = quality > 0 ? std::min(quality, 1.0) * 100 : 0;
-    return !image.isNull() && writer.write(image, static_cast<int>(percent + 0.5)) ? writer.data()
-                                                                                   : NSData {};
+    return !image.isNull() && writer.write(image, static_cast<int>(std::lround(percent))) ? writer.data()
+                                                                                          : NSData {};
 }
 
 } // namespace lumora

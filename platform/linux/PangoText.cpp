@@ -6,6 +6,7 @@
 #include FT_FREETYPE_H
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <map>
 #include <pango/pangocairo.h>
 #include <pango/pangofc-fontmap.h>
@@ -255,7 +256,8 @@ CGSize measureText(const std::string& text, const TextStyle& style, double maxim
     LaidOut result;
     withLayout(nullptr, font.get(), [&](PangoLayout* layout) {
         setLayoutText(layout, text);
-        result = layOut(layout, style, font, 1, { maximumWidth > 0 ? maximumWidth : unlimited, unlimited });
+        const CGSize space { maximumWidth > 0 ? maximumWidth : unlimited, unlimited };
+        result = layOut(layout, style, font, 1, space);
     });
     // Whole points, so that the text fits a rectangle of this size again.
     const double width = std::ceil(result.width);

@@ -165,7 +165,7 @@ TEST(ImageCodecs, JPEGComesCloserWithQuality)
     auto worst = [&](double quality) {
         const auto back = UIImage::imageWithData(UIImageJPEGRepresentation(image, quality));
         int distance = 0;
-        for (size_t at = 0; back && at < 64 * 64 * 4; at++)
+        for (size_t at = 0; back && at < size_t { 64 } * 64 * 4; at++)
             distance = std::max(distance, std::abs(back->pixels()[at] - image.pixels()[at]));
         return back ? distance : 256;
     };

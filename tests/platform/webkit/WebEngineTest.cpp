@@ -10,6 +10,7 @@ namespace {
 /// Writes down what the engine tells, and decides as the test says.
 class RecordingClient final : public WebEngineClient {
 public:
+    virtual ~RecordingClient() = default;
     void decideAction(
         WebLoad load, const NSMutableURLRequest& request, WKNavigationType type, Decision decision) override
     {
@@ -62,11 +63,6 @@ constexpr const char* base = "https://ads.example.com/a/page.html?x=1";
 class WebEngineTest : public testing::TestWithParam<WebEngineFactory> {
 protected:
     WebEngineTest() { engine->setClient(&client); }
-    ~WebEngineTest() override
-    {
-        if (engine)
-            engine->setClient(nullptr);
-    }
     void settle() { world.executor().advance(1); }
     std::string load(const std::string& html)
     {

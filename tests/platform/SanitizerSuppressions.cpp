@@ -1,0 +1,21 @@
+// What the sanitizers cannot know about libraries that are not built with them. Read by their run-time at
+// start.
+
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __tsan_default_suppressions();
+
+// Fontconfig refers to its patterns by offsets, which the leak checker does not follow: what is in use looks
+// lost.
+const char* __lsan_default_suppressions() { return "leak:libfontconfig\n"; }
+
+// Pango reads font files on a thread of its own and synchronises it with GLib's locks, which the thread
+// checker cannot see.
+const char* __tsan_default_suppressions()
+{
+    return "called_from_lib:libpangoft2\n"
+           "called_from_lib:libpango-1\n"
+           "called_from_lib:libpangocairo\n"
+           "called_from_lib:libglib-2\n"
+           "called_from_lib:libcairo.so\n"
+           "called_from_lib:libfontconfig\n";
+}
