@@ -15,6 +15,13 @@ CairoSurface makeSurface(double width, double height)
     return surface;
 }
 
+CairoSurface makeSurface(CGSize size, double scale)
+{
+    // A fraction of a pixel takes a whole one; what arithmetic left over does not.
+    auto pixels = [&](double points) { return std::ceil(points * scale - 1e-6); };
+    return makeSurface(pixels(size.width), pixels(size.height));
+}
+
 CairoSurface surfaceFromImage(const UIImage& image)
 {
     CairoSurface surface = makeSurface(image.pixelWidth(), image.pixelHeight());
@@ -223,9 +230,7 @@ private:
 
 std::unique_ptr<CGBitmapContext> makeBitmapContext(CGSize size, double scale)
 {
-    // A fraction of a pixel takes a whole one; what arithmetic left over does not.
-    auto pixels = [&](double points) { return std::ceil(points * scale - 1e-6); };
-    CairoSurface surface = makeSurface(pixels(size.width), pixels(size.height));
+    CairoSurface surface = makeSurface(size, scale);
     if (!surface)
         return nullptr;
     return std::make_unique<CairoContext>(std::move(surface), scale);

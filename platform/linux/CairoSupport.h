@@ -23,6 +23,8 @@ inline constexpr double maximumPixels = 64e6;
 
 /// A transparent surface of that many pixels; null when it is empty, too large, or there is no memory.
 CairoSurface makeSurface(double width, double height);
+/// The same for a size in points.
+CairoSurface makeSurface(CGSize size, double scale);
 /// The premultiplied pixels of a picture, for Cairo; null for a null picture.
 CairoSurface surfaceFromImage(const UIImage& image);
 /// The picture on a surface; null for a surface in an error state.

@@ -587,25 +587,23 @@ void withPage(const std::string& html, CGSize size, const std::function<void(lit
 
 UIImage paintHTML(const std::string& html, CGSize size, double scale)
 {
-    const std::unique_ptr<CGBitmapContext> blank = makeBitmapContext(size, scale);
-    if (!blank)
+    const CairoSurface surface = makeSurface(size, scale);
+    if (!surface)
         return {};
-    CairoSurface surface
-        = makeSurface(std::ceil(size.width * scale - 1e-6), std::ceil(size.height * scale - 1e-6));
-    const Cairo cairo { cairo_create(surface.get()) };
-    cairo_scale(cairo.get(), scale, scale);
-    auto paintWhite = [&] {
+    // Once for a page that cannot be shown, and again over what an attempt that was given up has drawn.
+    auto onWhite = [&] {
+        Cairo cairo { cairo_create(surface.get()) };
+        cairo_scale(cairo.get(), scale, scale);
         cairo_set_source_rgb(cairo.get(), 1, 1, 1);
         cairo_paint(cairo.get());
+        return cairo;
     };
-    paintWhite();
+    onWhite();
     withPage(html, size, [&](litehtml::document& page) {
-        cairo_save(cairo.get());
-        paintWhite();
+        const Cairo cairo = onWhite();
         const position all { 0, 0, static_cast<int>(std::ceil(size.width)),
             static_cast<int>(std::ceil(size.height)) };
         page.draw(reinterpret_cast<litehtml::uint_ptr>(cairo.get()), 0, 0, &all);
-        cairo_restore(cairo.get());
     });
     return imageFromSurface(surface.get(), scale);
 }

@@ -256,7 +256,9 @@ CGSize measureText(const std::string& text, const TextStyle& style, double maxim
     LaidOut result;
     withLayout(nullptr, font.get(), [&](PangoLayout* layout) {
         setLayoutText(layout, text);
-        const CGSize space { maximumWidth > 0 ? maximumWidth : unlimited, unlimited };
+        CGSize space;
+        space.width = maximumWidth > 0 ? maximumWidth : unlimited;
+        space.height = unlimited;
         result = layOut(layout, style, font, 1, space);
     });
     // Whole points, so that the text fits a rectangle of this size again.

@@ -8,11 +8,14 @@ extern "C" const char* __tsan_default_suppressions();
 // lost.
 const char* __lsan_default_suppressions() { return "leak:libfontconfig\n"; }
 
+// GObject's class lock is released behind the checker's back, so it looks held for ever after.
 // Pango reads font files on a thread of its own and synchronises it with GLib's locks, which the thread
 // checker cannot see.
 const char* __tsan_default_suppressions()
 {
-    return "called_from_lib:libpangoft2\n"
+    return "deadlock:libgobject-2\n"
+           "mutex:libgobject-2\n"
+           "called_from_lib:libpangoft2\n"
            "called_from_lib:libpango-1\n"
            "called_from_lib:libpangocairo\n"
            "called_from_lib:libglib-2\n"
