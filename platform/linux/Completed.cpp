@@ -29,8 +29,8 @@ public:
 fs::path defaultHome()
 {
     std::error_code error;
-    if (const char* home = std::getenv("HOME");
-        home && *home) { // NOLINT(concurrency-mt-unsafe): nobody sets it here
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody sets it here
+    if (const char* home = std::getenv("HOME"); home && *home) {
         fs::path path = fs::path { home } / ".lumora";
         if (fs::create_directories(path, error); !error)
             return path;

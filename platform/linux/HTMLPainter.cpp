@@ -611,7 +611,7 @@ UIImage paintHTML(const std::string& html, CGSize size, double scale)
 std::optional<std::string> linkAtPoint(const std::string& html, CGSize size, CGPoint point)
 {
     std::optional<std::string> target;
-    if (!CGRect { {}, size }.contains(point))
+    if (!CGRect { {}, size }.contains(point) || !(size.width * size.height <= maximumPixels))
         return target;
     withPage(html, size, [&](litehtml::document& page) {
         const int x = static_cast<int>(point.x);

@@ -256,9 +256,9 @@ CGSize measureText(const std::string& text, const TextStyle& style, double maxim
     LaidOut result;
     withLayout(nullptr, font.get(), [&](PangoLayout* layout) {
         setLayoutText(layout, text);
-        CGSize space;
-        space.width = maximumWidth > 0 ? maximumWidth : unlimited;
-        space.height = unlimited;
+        CGSize space { unlimited, unlimited };
+        if (maximumWidth > 0)
+            space.width = maximumWidth;
         result = layOut(layout, style, font, 1, space);
     });
     // Whole points, so that the text fits a rectangle of this size again.

@@ -96,20 +96,29 @@ void* Process::makeLocal(size_t index, const Maker& maker)
         cell.maker = std::this_thread::get_id();
     }
     Scope scope(*this);
-    auto [value, owner] = maker.allocate();
-    {
-        Locker hold(m_lock);
-        cell.underConstruction = value;
-        m_locals.emplace_back(&cell, std::move(owner));
+    auto finish = [&](void* value) {
+        {
+            Locker hold(m_lock);
+            cell.maker = {};
+            cell.ready.store(value, std::memory_order_release);
+        }
+        m_localReady.notify_all();
+    };
+    try {
+        auto [value, owner] = maker.allocate();
+        {
+            Locker hold(m_lock);
+            cell.underConstruction = value;
+            m_locals.emplace_back(&cell, std::move(owner));
+        }
+        maker.initialise(value);
+        finish(value);
+        return value;
+    } catch (...) {
+        // The next one to ask tries again; nobody waits for ever.
+        finish(nullptr);
+        throw;
     }
-    maker.initialise(value);
-    {
-        Locker hold(m_lock);
-        cell.maker = {};
-        cell.ready.store(value, std::memory_order_release);
-    }
-    m_localReady.notify_all();
-    return value;
 }
 
 ProcessLocalBase::ProcessLocalBase()

@@ -3,6 +3,8 @@
 #include "platform/foundation/NSString.h"
 #include "tests/platform/drawing/Pixels.h"
 
+#include <cmath>
+
 namespace lumora::test {
 
 namespace {
@@ -68,6 +70,7 @@ TEST(HTMLPainter, FindsTheLinkUnderAPoint)
     EXPECT_EQ(linkAtPoint(html, page, { 80, 20 }), std::nullopt);
     EXPECT_EQ(linkAtPoint(html, page, { 20, 500 }), std::nullopt);
     EXPECT_EQ(linkAtPoint("", page, { 20, 20 }), std::nullopt);
+    EXPECT_EQ(linkAtPoint(html, { HUGE_VAL, 100 }, { 20, 20 }), std::nullopt);
 }
 
 TEST(HTMLPainter, ShowsWhatFitsOfAPageOutOfAllBounds)
