@@ -209,8 +209,8 @@ Value valueForKeyPath(const Value& root, std::string_view path)
     if (const NSArray* elements = root.array()) {
         NSArray mapped;
         for (const Value& element : *elements) {
-            Value value = valueForKeyPath(element, path);
-            mapped.push_back(value.isNothing() ? Value { NSNull {} } : std::move(value));
+            const Value value = valueForKeyPath(element, path);
+            mapped.push_back(value.isNothing() ? Value { NSNull {} } : value);
         }
         return mapped;
     }

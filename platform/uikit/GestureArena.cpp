@@ -29,6 +29,23 @@ static bool isUp(UITouchPhase phase)
     return phase == UITouchPhase::Ended || phase == UITouchPhase::Cancelled;
 }
 
+// Undone also when a view or a delegate throws: the next touch must find the arena working.
+class GestureArena::Settling {
+public:
+    explicit Settling(bool& flag)
+        : m_flag(flag)
+        , m_outer(std::exchange(flag, true))
+    {
+    }
+    ~Settling() { m_flag = m_outer; }
+    Settling(const Settling&) = delete;
+    Settling& operator=(const Settling&) = delete;
+
+private:
+    bool& m_flag;
+    bool m_outer;
+};
+
 size_t GestureArena::touchesDown() const
 {
     return static_cast<size_t>(
@@ -101,13 +118,12 @@ void GestureArena::touch(UIWindow& window, UITouchPhase phase, CGPoint point, in
 void GestureArena::tellRecognizers(const Finger& finger)
 {
     // Nothing is decided before all of them have seen the touch.
-    const bool outer = std::exchange(m_settling, true);
+    const Settling settling(m_settling);
     for (const Recognizer& recognizer : std::vector(finger.watchers)) {
         if (!recognizer->m_wanted && !recognizer->isDecided())
             send(recognizer, messageOf(finger.touch->phase()), Value { NSArray { Value { finger.touch } } },
                 nullptr);
     }
-    m_settling = outer;
 }
 
 void GestureArena::settle()
@@ -116,7 +132,7 @@ void GestureArena::settle()
     if (m_settling)
         return;
     const auto self = shared_from_this();
-    m_settling = true;
+    const Settling settling(m_settling);
     while (std::exchange(m_again, false)) {
         if (touchesDown() == 0) {
             for (const Recognizer& member : std::vector(m_members)) {
@@ -131,7 +147,6 @@ void GestureArena::settle()
         passOnTouches();
         forgetDecided();
     }
-    m_settling = false;
 }
 
 GestureArena::Recognizer GestureArena::nextToRecognize()

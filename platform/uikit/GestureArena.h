@@ -17,6 +17,7 @@ public:
     void settle();
 
 private:
+    class Settling;
     using Recognizer = std::shared_ptr<UIGestureRecognizer>;
     struct Finger {
         int number;

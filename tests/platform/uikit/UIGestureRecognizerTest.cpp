@@ -284,6 +284,23 @@ TEST(UIGestureRecognizer, ATargetMayTakeTheViewAway)
     EXPECT_TRUE(phone.window->subviews().empty());
 }
 
+TEST(GestureArena, WorksOnAfterAViewHasThrown)
+{
+    Phone phone;
+    const Class cls
+        = ClassBuilder("ThrowingView", classOf<UIView>())
+              .method(sel::touchesBegan,
+                  IMP { +[](id, SEL, const Value&, id) { throw NSException(NSGenericException, "no"); } })
+              .build();
+    auto view = alloc<UIView>(cls);
+    send(view, sel::initWithFrame, CGRectMake(0, 0, 100, 100));
+    phone.window->addSubview(view);
+    phone.addTap(*view, 1);
+    EXPECT_THROW(phone.window->sendTouch(UITouchPhase::Began, { 50, 50 }), NSException);
+    phone.window->sendTouch(UITouchPhase::Ended, { 50, 50 });
+    EXPECT_EQ(phone.diaryLines(), Lines { "1 taps" });
+}
+
 TEST(UISwipeGestureRecognizer, WantsOneDirectionQuickly)
 {
     Phone phone;
