@@ -56,21 +56,26 @@ bool Reachability::connectionRequired() const
 
 bool Reachability::isConnectionOnDemand() const
 {
-    return connectionRequired()
-        && has(reachabilityFlags(),
+    const uint32_t flags = reachabilityFlags();
+    return has(flags, kSCNetworkReachabilityFlagsConnectionRequired)
+        && has(flags,
             kSCNetworkReachabilityFlagsConnectionOnTraffic | kSCNetworkReachabilityFlagsConnectionOnDemand);
 }
 
 bool Reachability::isInterventionRequired() const
 {
-    return connectionRequired() && has(reachabilityFlags(), kSCNetworkReachabilityFlagsInterventionRequired);
+    const uint32_t flags = reachabilityFlags();
+    return has(flags, kSCNetworkReachabilityFlagsConnectionRequired)
+        && has(flags, kSCNetworkReachabilityFlagsInterventionRequired);
 }
 
 Reachability::Status Reachability::currentReachabilityStatus() const
 {
-    if (!isReachable())
+    // Read once: two readings could disagree and name a link that was never there.
+    const uint32_t flags = reachabilityFlags();
+    if (!isReachableWithFlags(flags))
         return NotReachable;
-    return isReachableViaWiFi() ? ReachableViaWiFi : ReachableViaWWAN;
+    return has(flags, kSCNetworkReachabilityFlagsIsWWAN) ? ReachableViaWWAN : ReachableViaWiFi;
 }
 
 std::string Reachability::currentReachabilityString() const
@@ -109,12 +114,6 @@ std::string Reachability::description() const
     return stringWithFormat("<%@: %#x (%@)>",
         { object_getClassName(this), static_cast<int64_t>(reinterpret_cast<uintptr_t>(this)),
             currentReachabilityFlags() });
-}
-
-bool LMInternetReachabilityChecker::isInternetAvailable()
-{
-    return Reachability::reachabilityForInternetConnection()->currentReachabilityStatus()
-        != Reachability::NotReachable;
 }
 
 } // namespace lumora

@@ -2,6 +2,7 @@
 
 #include "platform/objc/Object.h"
 
+#include <atomic>
 #include <cstdint>
 
 namespace lumora {
@@ -39,13 +40,7 @@ public:
 private:
     bool isReachableWithFlags(uint32_t flags) const;
 
-    bool m_reachableOnWWAN { true };
-};
-
-/// The event pipeline's one question.
-class LMInternetReachabilityChecker {
-public:
-    static bool isInternetAvailable();
+    std::atomic<bool> m_reachableOnWWAN { true };
 };
 
 }

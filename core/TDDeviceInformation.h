@@ -11,8 +11,7 @@ public:
     /// The per-vendor identifier, as the platform writes it.
     static std::string getUUID();
     static std::string getOSVersion();
-    /// "no internet", "mobile internet", "WIFI" or "no access to connection type". Each call leaves one more
-    /// reachability object registered for the life of the process; ask once per request.
+    /// "no internet", "mobile internet", "WIFI" or "no access to connection type".
     static std::string getConnectionType();
     static std::string getBundleID();
     /// The host's CFBundleVersion, its build number. Kept: the services expect the crossing with

@@ -1,8 +1,6 @@
 #include "service/LMAPI.h"
 
 #include "lumora/LMLogManager.h"
-#include "platform/foundation/NSFileManager.h"
-#include "platform/foundation/NSString.h"
 #include "platform/process/Lock.h"
 #include "platform/process/ProcessLocal.h"
 #include "service/ServiceConfiguration.h"
@@ -43,11 +41,10 @@ NSMutableURLRequest LMAPI::createURLRequestWithURL(const std::string& url, const
 void LMAPI::sendLog()
 {
     NSMutableURLRequest request = createURLRequestWithURL(LUMORA_COLLECTOR_SERVICE "/logs", "POST");
-    const std::optional<NSData> log = contentsOfFile(LMLogManager::getFullPathToLogFile());
-    if (!log || !isValidUTF8(log->view()))
+    std::optional<std::string> log = LMLogManager::sharedInstance().takeLogFile();
+    if (!log)
         return;
-    request.httpBody = log->view();
-    LMLogManager::sharedInstance().removeLogFile();
+    request.httpBody = std::move(*log);
     NSURLSession::sharedSession().dataTaskWithRequest(std::move(request), nullptr);
 }
 

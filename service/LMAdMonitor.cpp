@@ -6,6 +6,7 @@
 #include "platform/process/ProcessLocal.h"
 #include "report/TDButtonManager.h"
 #include "report/TDReportButtonView.h"
+#include "support/Guarded.h"
 
 namespace lumora {
 
@@ -45,7 +46,7 @@ void LMAdMonitor::sendAllAds()
 {
     for (const std::shared_ptr<TDReportButtonView>& button :
         TDButtonManager::sharedInstance().getButtonsArray())
-        button->sendAdInfo();
+        guarded([&] { button->sendAdInfo(); });
 }
 
 } // namespace lumora

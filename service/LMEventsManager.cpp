@@ -1,6 +1,6 @@
 #include "service/LMEventsManager.h"
 
-#include "core/Reachability.h"
+#include "core/LMInternetReachabilityChecker.h"
 #include "core/TDActivationManager.h"
 #include "lumora/LMLog.h"
 #include "platform/dispatch/Executor.h"
@@ -46,14 +46,19 @@ void LMEventsManager::handleEvent(
         return;
     }
     m_eventsSaver->saveEvent(event, nullptr);
+    sendStored(event, withCompletion);
+}
+
+void LMEventsManager::sendStored(const std::shared_ptr<TDEventModel>& event, const Completion& completion)
+{
     TDActivationManager::sharedInstance().checkActivationWithBlock(
-        [self = retain(this), event, withCompletion](bool active) {
+        [self = retain(this), event, completion](bool active) {
             if (!active)
                 return;
-            self->m_eventsSender.sendEvent(event, [self, event, withCompletion](bool delivered) {
+            self->m_eventsSender.sendEvent(event, [self, event, completion](bool delivered) {
                 if (delivered)
                     self->m_eventsSaver->removeEvent(event);
-                callCompletion(withCompletion, delivered);
+                callCompletion(completion, delivered);
             });
         });
 }
@@ -92,16 +97,19 @@ void LMEventsManager::configTimer()
         double interval = intervalWithoutConfig;
         if (const std::shared_ptr<TDConfig> config = TDActivationManager::sharedInstance().getConfig()) {
             interval = static_cast<double>(config->retryAfter().integerValue());
-            self->sendBackupEvents();
+            guarded([&] { self->sendBackupEvents(); });
         }
-        std::shared_ptr<NSTimer> timer
-            = NSTimer::scheduledTimerWithTimeInterval(interval, self, configTimerSelector, false);
+        std::shared_ptr<NSTimer> outdated;
         {
             Locker hold(self->m_lock);
-            self->m_sendRetryingTimer.swap(timer);
+            outdated.swap(self->m_sendRetryingTimer);
         }
-        if (timer)
-            timer->invalidate();
+        if (outdated)
+            outdated->invalidate();
+        std::shared_ptr<NSTimer> timer
+            = NSTimer::scheduledTimerWithTimeInterval(interval, self, configTimerSelector, false);
+        Locker hold(self->m_lock);
+        self->m_sendRetryingTimer.swap(timer);
     });
 }
 
@@ -119,8 +127,10 @@ void LMEventsManager::sendBackupEvents()
     }
     if (leftTries == 0)
         return m_eventsSaver->removeEvents(ready);
-    for (const std::shared_ptr<TDEventModel>& event : ready)
-        handleEvent(event, nullptr);
+    for (const std::shared_ptr<TDEventModel>& event : ready) {
+        if (m_eventsSaver->keepTakenEvent(event))
+            sendStored(event, nullptr);
+    }
     Locker hold(m_lock);
     if (m_leftTries >= 1)
         m_leftTries--;

@@ -39,6 +39,9 @@ public:
     void newConfigArrived(Object* config);
 
 private:
+    /// Gates and sends what is stored already.
+    void sendStored(const std::shared_ptr<TDEventModel>& event, const Completion& completion);
+
     Lock m_lock;
     std::shared_ptr<NSTimer> m_sendRetryingTimer LUMORA_GUARDED_BY(m_lock);
     // Passes that may still resend; negative is unlimited.

@@ -4,6 +4,7 @@
 #include "platform/foundation/NSUserDefaults.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace lumora {
 
@@ -12,7 +13,8 @@ constexpr const char* backupKey = "com.lumora.event.module.saver.ud";
 
 auto equalTo(const std::shared_ptr<TDEventModel>& event)
 {
-    return [event](const std::shared_ptr<TDEventModel>& other) { return event->isEqual(other.get()); };
+    return
+        [event](const std::shared_ptr<TDEventModel>& other) { return event && event->isEqual(other.get()); };
 }
 } // namespace
 
@@ -36,11 +38,13 @@ void LMEventsSaverUserDefaultsProvider::write(const Events& events)
 {
     const NSData archive = archivedDataWithRootObject(NSArray(events.begin(), events.end()));
     if (!archive.bytes.empty())
-        NSUserDefaults::standardUserDefaults().setObject(backupKey, archive);
+        NSUserDefaults::standardUserDefaults().setObject(archive, backupKey);
 }
 
 void LMEventsSaverUserDefaultsProvider::saveEvent(const std::shared_ptr<TDEventModel>& event)
 {
+    if (!event)
+        return;
     Events events = getAllEvents();
     if (std::any_of(events.begin(), events.end(), equalTo(event)))
         return;
@@ -79,46 +83,59 @@ void LMEventsSaver::saveEvent(const std::shared_ptr<TDEventModel>& event, const 
 {
     if (!event)
         return;
-    std::shared_ptr<Object> view = retain(const_cast<Object*>(forView));
+    const std::shared_ptr<Object> view = retain(const_cast<Object*>(forView));
     Locker hold(m_lock);
-    if (view) {
+    if (view)
         m_pendingUnfilledEvents.setObject(event->eventId().value_or(""), view);
-        m_unfilledEvents.push_back(event);
-    } else {
-        m_pendingEvents.push_back(event);
-    }
+    // A view that is dying right now still had its event parked for it.
+    (forView ? m_unfilledEvents : m_pendingEvents).push_back(event);
     m_dataProvider->saveEvent(event);
 }
 
-void LMEventsSaver::removeLocked(const std::shared_ptr<TDEventModel>& event)
+bool LMEventsSaver::keepTakenEvent(const std::shared_ptr<TDEventModel>& event)
 {
-    std::erase_if(m_pendingEvents, equalTo(event));
-    std::erase_if(m_unfilledEvents, equalTo(event));
-    if (m_dataProvider->containsEvent(event))
-        m_dataProvider->removeEvent(event);
+    Locker hold(m_lock);
+    const auto taken = std::find_if(m_takenEvents.begin(), m_takenEvents.end(), equalTo(event));
+    if (taken == m_takenEvents.end())
+        return false;
+    m_takenEvents.erase(taken);
+    m_pendingEvents.push_back(event);
+    m_dataProvider->saveEvent(event);
+    return true;
 }
 
-void LMEventsSaver::removeEvent(const std::shared_ptr<TDEventModel>& event)
-{
-    if (event)
-        removeEvents({ event });
-}
+void LMEventsSaver::removeEvent(const std::shared_ptr<TDEventModel>& event) { removeEvents({ event }); }
 
 void LMEventsSaver::removeEvents(const Events& events)
 {
+    // What goes, goes after the lock.
+    Events removed;
     Locker hold(m_lock);
-    for (const std::shared_ptr<TDEventModel>& event : events)
-        removeLocked(event);
+    for (const std::shared_ptr<TDEventModel>& event : events) {
+        for (Events* list : { &m_pendingEvents, &m_unfilledEvents, &m_takenEvents }) {
+            const auto gone = std::stable_partition(list->begin(), list->end(), std::not_fn(equalTo(event)));
+            removed.insert(removed.end(), gone, list->end());
+            list->erase(gone, list->end());
+        }
+        if (m_dataProvider->containsEvent(event))
+            m_dataProvider->removeEvent(event);
+    }
 }
 
 Events LMEventsSaver::getEventsForView(const Object* view)
 {
-    Locker hold(m_lock);
+    // Compared outside the lock: equality may be a view's own, and these references may be the last ones.
+    std::vector<NSMapTable<std::string, Object>::Entry> parked;
+    {
+        Locker hold(m_lock);
+        parked = m_pendingUnfilledEvents.allEntries();
+    }
     std::vector<std::string> eventIds;
-    for (const auto& [eventId, parkedFor] : m_pendingUnfilledEvents.allEntries()) {
+    for (const auto& [eventId, parkedFor] : parked) {
         if (view && parkedFor->isEqual(view))
             eventIds.push_back(eventId);
     }
+    Locker hold(m_lock);
     for (const std::string& eventId : eventIds)
         m_pendingUnfilledEvents.removeObject(eventId);
     return takeUnfilledLocked(eventIds);
@@ -135,7 +152,7 @@ Events LMEventsSaver::takeUnfilledLocked(const std::vector<std::string>& eventId
     Events taken;
     for (const std::string& eventId : eventIds) {
         std::erase_if(m_unfilledEvents, [&](const std::shared_ptr<TDEventModel>& event) {
-            const bool wanted = event->eventId() == eventId;
+            const bool wanted = event->eventId().value_or("") == eventId;
             if (wanted)
                 taken.push_back(event);
             return wanted;
@@ -147,7 +164,8 @@ Events LMEventsSaver::takeUnfilledLocked(const std::vector<std::string>& eventId
 Events LMEventsSaver::getPendingEventsForRetrySending()
 {
     Locker hold(m_lock);
-    return std::exchange(m_pendingEvents, {});
+    m_takenEvents = std::exchange(m_pendingEvents, {});
+    return m_takenEvents;
 }
 
 } // namespace lumora

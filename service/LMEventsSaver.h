@@ -49,8 +49,10 @@ public:
     virtual void removeEvents(const Events& events) = 0;
     /// Takes the events parked for a view, in the order in which they were parked.
     virtual Events getEventsForView(const Object* view) = 0;
-    /// Takes all ready events.
+    /// Takes all ready events. Each is to be given back by `keepTakenEvent`, or dropped by `removeEvents`.
     virtual Events getPendingEventsForRetrySending() = 0;
+    /// Makes a taken event ready again; false when it was delivered, and removed, meanwhile.
+    virtual bool keepTakenEvent(const std::shared_ptr<TDEventModel>& event) = 0;
     /// Makes everything in the backup ready.
     virtual void loadBackupEvents() = 0;
     virtual Events getUnfilledEventsWithEventsIdArray(const std::vector<std::string>& eventIds) = 0;
@@ -65,11 +67,11 @@ public:
     void removeEvents(const Events& events) override;
     Events getEventsForView(const Object* view) override;
     Events getPendingEventsForRetrySending() override;
+    bool keepTakenEvent(const std::shared_ptr<TDEventModel>& event) override;
     void loadBackupEvents() override;
     Events getUnfilledEventsWithEventsIdArray(const std::vector<std::string>& eventIds) override;
 
 private:
-    void removeLocked(const std::shared_ptr<TDEventModel>& event) LUMORA_REQUIRES(m_lock);
     Events takeUnfilledLocked(const std::vector<std::string>& eventIds) LUMORA_REQUIRES(m_lock);
 
     // One lock for the lists and the backup's read-modify-write.
@@ -77,6 +79,8 @@ private:
     NSMapTable<std::string, Object> m_pendingUnfilledEvents LUMORA_GUARDED_BY(m_lock);
     Events m_unfilledEvents LUMORA_GUARDED_BY(m_lock);
     Events m_pendingEvents LUMORA_GUARDED_BY(m_lock);
+    // In the hands of a resend pass; an answer to an earlier send may still remove them.
+    Events m_takenEvents LUMORA_GUARDED_BY(m_lock);
     std::unique_ptr<LMEventsSaverProviderProtocol> m_dataProvider LUMORA_GUARDED_BY(m_lock);
 };
 

@@ -2,7 +2,7 @@
 
 namespace lumora {
 
-/// Remembers, in the user defaults, whether the library has run on this installation before. Any thread.
+/// Remembers, in the user defaults, whether the library has run on this installation before. Main thread.
 class LMFirstTimeLaunchDetector {
 public:
     static LMFirstTimeLaunchDetector& sharedInstance();

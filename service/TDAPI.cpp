@@ -38,12 +38,19 @@ NSDictionary deviceFields()
     };
 }
 
+using EndpointType = TDAPI::EndpointType;
+
 // A body that cannot be encoded is sent empty; the service's answer decides.
-void post(const std::string& path, const Value& body, NSURLSession::Completion completion)
+NSMutableURLRequest postRequest(EndpointType type, const std::string& path, const Value& body)
 {
     NSMutableURLRequest request
-        = TDAPI::createURLRequestWithURL(stringWithFormat(path, { LUMORA_CONFIGURATION_SERVICE }), "POST");
+        = TDAPI::createURLRequestWithURL(stringWithFormat(path, { TDAPI::getURLWithType(type) }), "POST");
     request.httpBody = dataWithJSONObject(body).value_or("");
+    return request;
+}
+
+void start(NSMutableURLRequest request, NSURLSession::Completion completion)
+{
     NSURLSession::sharedSession().dataTaskWithRequest(std::move(request), std::move(completion));
 }
 
@@ -61,10 +68,12 @@ NSURLSession::Completion deliveryHandler(TDAPI::Completion completion, TDAPI::Fa
 std::shared_ptr<TDConfig> configFrom(const NSData& body, const NSHTTPURLResponse& response)
 {
     NSDictionary entries;
-    if (const std::string* cacheControl = response.headerFields.find("cache-control")) {
-        if (std::optional<std::string> seconds = TDAPI::getIntNumbersFromString(*cacheControl))
+    guarded([&] {
+        const std::string* cacheControl = response.headerFields.find("cache-control");
+        if (std::optional<std::string> seconds
+            = cacheControl ? TDAPI::getIntNumbersFromString(*cacheControl) : std::nullopt)
             entries.set("ttlConfig", *seconds);
-    }
+    });
     if (response.statusCode == 200) {
         const std::optional<Value> parsed = JSONObjectWithData(body.view());
         if (parsed && parsed->isDictionary())
@@ -136,7 +145,7 @@ void TDAPI::recordImpression(const NSDictionary& fields)
     body.set("sdk_version", TDDeviceInformation::getLMVersion());
     body.set("app_build", TDDeviceInformation::getBuildNumber());
     body.set("app_version", TDDeviceInformation::getAppVersion());
-    post("%@sdk/impression", body, nullptr);
+    start(postRequest(EndpointType::Impression, "%@sdk/impression", body), nullptr);
 }
 
 void TDAPI::sendAdInfo(const NSDictionary& record, Completion completion, Failure failure)
@@ -144,7 +153,8 @@ void TDAPI::sendAdInfo(const NSDictionary& record, Completion completion, Failur
     NSDictionary body = deviceFields();
     body.set("ts", stringWithFormat("%f", { timeIntervalSince1970Now() }));
     body.addEntriesFrom(record);
-    post("%@ad", body, deliveryHandler(std::move(completion), std::move(failure)));
+    start(postRequest(EndpointType::AdRecord, "%@ad", body),
+        deliveryHandler(std::move(completion), std::move(failure)));
 }
 
 void TDAPI::sendReport(const NSDictionary& report, Completion completion, Failure failure)
@@ -152,7 +162,9 @@ void TDAPI::sendReport(const NSDictionary& report, Completion completion, Failur
     NSDictionary body = deviceFields();
     body.addEntriesFrom(report);
     // A report has no path of its own: kept, the service tells it from an ad record by the array.
-    post("%@ad", NSArray { body }, deliveryHandler(std::move(completion), std::move(failure)));
+    NSMutableURLRequest request = postRequest(EndpointType::Report, "%@ad", NSArray { body });
+    request.setValue(getBearer(), "Authorization");
+    start(std::move(request), deliveryHandler(std::move(completion), std::move(failure)));
 }
 
 } // namespace lumora

@@ -113,7 +113,10 @@ std::optional<NSDictionary> TDEventModel::getEventAsMutableDictionary() const
 bool TDEventModel::isEqual(const Object* other) const
 {
     const auto* event = dynamic_cast<const TDEventModel*>(other);
-    return event && (event == this || (event->eventId() == eventId() && event->ts() == ts()));
+    if (!event || event == this)
+        return event != nullptr;
+    // What is unset equals nothing.
+    return eventId() && !ts().isNothing() && event->eventId() == eventId() && event->ts() == ts();
 }
 
 } // namespace lumora

@@ -51,7 +51,7 @@ void LMLog::log(std::string_view message, int64_t level)
     LMLogManager::sharedInstance().getMessageFromLMLog(message);
     if (s_logLevel.get().value.load(std::memory_order_relaxed) > level)
         return;
-    std::string line = "[Lumora] " + withPercentSignsDoubled(message);
+    std::string line = "[Lumora] " + withPercentSignsDoubled(repairedUTF8(message));
     if (utf16Length(line) >= firstLengthToCut) {
         line = prefixOfUTF16Length(line, cutLength);
         logImportantMessage(stringWithFormat("MESSAGE BELOW WAS CUTTED FROM %d CHARACTERS",

@@ -2,6 +2,7 @@
 
 #include "platform/dispatch/Executor.h"
 #include "platform/foundation/NSFileManager.h"
+#include "platform/foundation/NSString.h"
 #include "platform/foundation/NSTimer.h"
 #include "platform/process/ProcessLocal.h"
 #include "service/LMAPI.h"
@@ -46,12 +47,17 @@ void LMLogManager::setLoggingTTL(int64_t ttl)
         return;
     }
     dispatch_get_main_queue().async([self = retain(this), ttl] {
-        // Only the newest time to live gets a timer, however many changes were posted.
-        Locker hold(self->m_lock);
-        if (self->m_loggingTTL != ttl || self->m_sendingLogTimer)
-            return;
-        self->m_sendingLogTimer
+        auto timer
             = NSTimer::scheduledTimerWithTimeInterval(static_cast<double>(ttl), self, sendLogSelector, true);
+        {
+            // Only the newest time to live gets a timer, however many changes were posted.
+            Locker hold(self->m_lock);
+            if (self->m_loggingTTL == ttl && !self->m_sendingLogTimer) {
+                self->m_sendingLogTimer = std::move(timer);
+                return;
+            }
+        }
+        timer->invalidate();
     });
 }
 
@@ -59,21 +65,45 @@ void LMLogManager::sendLog() { LMAPI::sendLog(); }
 
 void LMLogManager::getMessageFromLMLog(std::string_view message)
 {
+    if (loggingTTL() == -1)
+        return;
+    Locker hold(m_fileLock);
+    // Asked once more: a line that waited here must not make the file again after it was switched off.
     if (loggingTTL() != -1)
-        writeStringToFile(message);
+        writeLocked(message);
 }
 
 void LMLogManager::writeStringToFile(std::string_view message)
 {
-    const std::filesystem::path path = getFullPathToLogFile();
-    if (path.empty())
-        return;
     Locker hold(m_fileLock);
-    if (!appendToFile(path, std::string { message } + "\n"))
-        writeToFile(path, message);
+    writeLocked(message);
 }
 
-void LMLogManager::removeLogFile() { removeFile(getFullPathToLogFile()); }
+void LMLogManager::writeLocked(std::string_view message)
+{
+    const std::filesystem::path path = getFullPathToLogFile();
+    // One byte that is no text would keep the whole file from being uploaded.
+    const std::string line = repairedUTF8(message);
+    if (!path.empty() && !appendToFile(path, line + "\n"))
+        writeToFile(path, line);
+}
+
+std::optional<std::string> LMLogManager::takeLogFile()
+{
+    Locker hold(m_fileLock);
+    const std::filesystem::path path = getFullPathToLogFile();
+    const std::optional<NSData> log = contentsOfFile(path);
+    if (!log || !isValidUTF8(log->view()))
+        return std::nullopt;
+    removeFile(path);
+    return std::string { log->view() };
+}
+
+void LMLogManager::removeLogFile()
+{
+    Locker hold(m_fileLock);
+    removeFile(getFullPathToLogFile());
+}
 
 std::filesystem::path LMLogManager::GetDocumentDirectory() { return NSHomeDirectory() / "Documents"; }
 std::filesystem::path LMLogManager::getFullPathToLogFile()

@@ -12,8 +12,8 @@
 #include "platform/linux/CurlTransport.h"
 #include "report/LMReportAdView.h"
 #include "report/ReportProtocols.h"
-#include "report/TDReportButtonView.h"
 #include "service/TDAPI.h"
+#include "simulator/Finding.h"
 #include "simulator/Phone.h"
 #include "simulator/networks/GoogleStandIn.h"
 #include "simulator/networks/MoPubStandIn.h"
@@ -158,40 +158,6 @@ void Demo::startLibrary()
     m_phone->wait(0.2);
 }
 
-std::shared_ptr<TDReportButtonView> buttonIn(UIView& view)
-{
-    for (const auto& subview : view.subviews()) {
-        if (auto button = as<TDReportButtonView>(subview))
-            return button;
-        if (auto button = buttonIn(*subview))
-            return button;
-    }
-    return nullptr;
-}
-
-std::shared_ptr<LMReportAdView> overlayIn(UIView& view)
-{
-    for (const auto& subview : view.subviews()) {
-        if (auto overlay = as<LMReportAdView>(subview))
-            return overlay;
-        if (auto overlay = overlayIn(*subview))
-            return overlay;
-    }
-    return nullptr;
-}
-
-std::shared_ptr<LMReportAdViewRoundedButton> reasonButtonIn(UIView& view, const std::string& reason)
-{
-    for (const auto& subview : view.subviews()) {
-        if (auto button = as<LMReportAdViewRoundedButton>(subview);
-            button && button->userDescription() == reason)
-            return button;
-        if (auto button = reasonButtonIn(*subview, reason))
-            return button;
-    }
-    return nullptr;
-}
-
 std::shared_ptr<TDReportButtonView> Demo::showAd(const Ad& ad)
 {
     const size_t impressionsBefore = m_service.impressions().size();
@@ -200,7 +166,7 @@ std::shared_ptr<TDReportButtonView> Demo::showAd(const Ad& ad)
     m_story->tell("a " + ad.network + " banner loads");
     const bool appeared = m_phone->waitUntil(
         [&] {
-            const auto button = buttonIn(*ad.banner);
+            const auto button = buttonOn(*ad.banner);
             return button && button->buttonState() == TDReportButtonView::State::Full;
         },
         patience);
@@ -214,18 +180,19 @@ std::shared_ptr<TDReportButtonView> Demo::showAd(const Ad& ad)
         m_story->expect(
             recorded && m_service.impressions().back().status == 200, "an impression is recorded");
     }
-    return buttonIn(*ad.banner);
+    return buttonOn(*ad.banner);
 }
 
 bool Demo::reportAd(const Ad& ad, const std::shared_ptr<TDReportButtonView>& button)
 {
     m_phone->tap(*button);
-    const bool opened = m_phone->waitUntil([&] { return overlayIn(*ad.banner) != nullptr; }, patience);
+    const bool opened
+        = m_phone->waitUntil([&] { return find<LMReportAdView>(*ad.banner) != nullptr; }, patience);
     if (!m_story->expect(opened, "a tap on it opens the report overlay"))
         return false;
     m_phone->wait(0.5);
     m_story->picture(m_phone->screen(), ad.network + "-overlay");
-    const auto reason = reasonButtonIn(*ad.banner, ad.reason);
+    const auto reason = reasonOn(*ad.banner, ad.reason);
     if (!m_story->expect(reason != nullptr, "the overlay offers \"" + ad.reason + "\""))
         return false;
     m_phone->tap(*reason);
@@ -279,7 +246,7 @@ void Demo::reportAndDeliver(const Ad& ad)
     m_phone->wait(0.3);
     m_story->picture(m_phone->screen(), ad.network + "-reported");
     m_story->expect(
-        m_phone->waitUntil([&] { return !buttonIn(*ad.banner); }, patience), "and takes itself off the ad");
+        m_phone->waitUntil([&] { return !buttonOn(*ad.banner); }, patience), "and takes itself off the ad");
 }
 
 void Demo::reportWhileServiceIsAway(const Ad& ad)
@@ -289,7 +256,7 @@ void Demo::reportWhileServiceIsAway(const Ad& ad)
     const auto button = showAd(ad);
     if (!button || !reportAd(ad, button))
         return;
-    m_story->expect(m_phone->waitUntil([&] { return !buttonIn(*ad.banner); }, patience),
+    m_story->expect(m_phone->waitUntil([&] { return !buttonOn(*ad.banner); }, patience),
         "the report fails and the button goes");
 }
 

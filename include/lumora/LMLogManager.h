@@ -29,6 +29,9 @@ public:
     /// the reader of the uploaded files expects it.
     void writeStringToFile(std::string_view message);
     void removeLogFile();
+    /// Reads the file and removes it in one step, so that no line falls between; nothing when there is none,
+    /// or it is no text.
+    std::optional<std::string> takeLogFile();
 
     static std::filesystem::path GetDocumentDirectory();
     static std::filesystem::path getFullPathToLogFile();
@@ -37,10 +40,12 @@ public:
     void sendLog();
 
 private:
+    void writeLocked(std::string_view message) LUMORA_REQUIRES(m_fileLock);
+
     mutable Lock m_lock;
     int64_t m_loggingTTL LUMORA_GUARDED_BY(m_lock) { -1 };
     std::shared_ptr<NSTimer> m_sendingLogTimer LUMORA_GUARDED_BY(m_lock);
-    // Appends are whole lines; never held together with m_lock.
+    // Makes every use of the file one step. The outer one of the two.
     Lock m_fileLock;
 };
 

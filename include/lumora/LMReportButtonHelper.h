@@ -13,8 +13,8 @@ public:
     /// button. An ad view that already has one directly under it gets no second. The view is held weakly
     /// while it waits.
     ///
-    /// The delegate is dropped, because the button takes one only after it is configured: set it on the
-    /// button's handler afterwards. Kept: hosts rely on hearing nothing until they ask.
+    /// The delegate is dropped, because the button takes one only after it is configured:
+    /// send the button `setDelegate:` afterwards. Kept: hosts rely on hearing nothing until they ask.
     static void addReportButtonToView(id adView, id withDelegate);
     /// The same for an ad whose network is known. `withMetadata`: "metaclass", the class that knows where the
     /// network keeps its identifiers, and optionally "supportview", the network's own ad object.

@@ -10,7 +10,8 @@
 
 namespace lumora {
 
-/// A font by its PostScript name, such as "Roboto-Medium", in points. An unknown name falls back to Roboto-Regular.
+/// A font by its PostScript name, such as "Roboto-Medium", in points. An unknown name falls back to
+/// Roboto-Regular.
 struct UIFont {
     std::string name { "Roboto-Regular" };
     double size { 17 };
@@ -54,10 +55,12 @@ public:
     virtual UIImage makeImage() = 0;
 };
 
-/// A bitmap of a size in points; null for an empty size or one beyond 64 million pixels. Defined by the platform linked.
+/// A bitmap of a size in points; null for an empty size or one beyond 64 million pixels. Defined by the
+/// platform linked.
 std::unique_ptr<CGBitmapContext> makeBitmapContext(CGSize size, double scale);
 
-/// The size a text takes when set in at most that width; width 0 is unlimited. Defined by the platform linked.
+/// The size a text takes when set in at most that width; width 0 is unlimited. Defined by the platform
+/// linked.
 CGSize measureText(const std::string& text, const TextStyle& style, double maximumWidth);
 
 /// Registers a font file's contents for the process; a reason when it is no font.

@@ -46,13 +46,17 @@ struct CGRect {
         const double top = std::max(minY(), other.minY());
         const double right = std::min(maxX(), other.maxX());
         const double bottom = std::min(maxY(), other.maxY());
-        return right > left && bottom > top ? CGRect { { left, top }, { right - left, bottom - top } } : CGRect {};
+        return right > left && bottom > top ? CGRect { { left, top }, { right - left, bottom - top } }
+                                            : CGRect {};
     }
     bool operator==(const CGRect&) const = default;
 };
 
 inline constexpr CGRect CGRectZero {};
-inline CGRect CGRectMake(double x, double y, double width, double height) { return { { x, y }, { width, height } }; }
+inline CGRect CGRectMake(double x, double y, double width, double height)
+{
+    return { { x, y }, { width, height } };
+}
 
 struct UIEdgeInsets {
     double top { 0 };

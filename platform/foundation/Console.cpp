@@ -6,4 +6,4 @@ namespace lumora {
 
 void NSLog(std::string_view line) { Process::current().log(line); }
 
-}
+} // namespace lumora

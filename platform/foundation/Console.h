@@ -14,4 +14,4 @@ public:
 /// The platform's log call: one line, as it is, on the current process's console.
 void NSLog(std::string_view line);
 
-}
+} // namespace lumora

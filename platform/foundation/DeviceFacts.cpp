@@ -22,4 +22,4 @@ const std::string& UIDevice::identifierForVendor() const
     return m_process->configuration().device.identifierForVendor;
 }
 
-}
+} // namespace lumora

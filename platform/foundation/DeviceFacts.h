@@ -20,4 +20,4 @@ public:
     static std::optional<std::string> carrierName();
 };
 
-}
+} // namespace lumora

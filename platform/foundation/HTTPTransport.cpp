@@ -35,4 +35,4 @@ void HTTPHeaders::add(std::string_view name, std::string value)
         field->second += "," + value;
 }
 
-}
+} // namespace lumora

@@ -59,4 +59,4 @@ public:
     virtual void stop() = 0;
 };
 
-}
+} // namespace lumora

@@ -24,7 +24,7 @@ struct LibraryInfo {
 };
 const ProcessLocal<LibraryInfo> s_library;
 
-}
+} // namespace
 
 NSBundle NSBundle::mainBundle()
 {
@@ -70,4 +70,4 @@ std::string NSBundle::localizedString(std::string_view key) const
     return std::string { key };
 }
 
-}
+} // namespace lumora

@@ -6,4 +6,4 @@ namespace lumora {
 
 double timeIntervalSince1970Now() { return Process::current().now(); }
 
-}
+} // namespace lumora

@@ -30,4 +30,4 @@ enum NSURLErrorCode : int {
     NSURLErrorServerCertificateUntrusted = -1202,
 };
 
-}
+} // namespace lumora

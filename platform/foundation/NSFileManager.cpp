@@ -29,19 +29,19 @@ std::ofstream openEmpty(const fs::path& path)
     return file;
 }
 
-}
+} // namespace
 
 fs::path NSHomeDirectory() { return Process::current().configuration().home; }
 
 bool appendToFile(const fs::path& path, std::string_view text)
 {
-    // Reading too is what keeps a missing file from being made.
-    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary | std::ios::ate);
-    if (!file.is_open())
+    std::error_code error;
+    if (!fs::exists(path, error))
         return false;
-    file.write(text.data(), static_cast<std::streamsize>(text.size()));
-    file.close();
-    return file.good();
+    std::ofstream file(path, std::ios::binary | std::ios::app);
+    if (file.is_open())
+        file.write(text.data(), static_cast<std::streamsize>(text.size()));
+    return file.is_open();
 }
 
 bool writeToFile(const fs::path& path, std::string_view text)
@@ -99,4 +99,4 @@ void removeFile(const fs::path& path)
         fs::remove(path, ignored);
 }
 
-}
+} // namespace lumora

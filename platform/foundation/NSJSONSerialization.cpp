@@ -21,7 +21,7 @@ public:
         if (depth > deepestJSON)
             return false;
         if (const std::string* text = value.string())
-            return writeText(*text);
+            return writeText(*text), true;
         if (value.isBoolean())
             m_text += value.boolValue() ? "true" : "false";
         else if (value.isNull())
@@ -33,8 +33,7 @@ public:
                 '[', *elements, ']', depth, [&](const Value& element) { return write(element, depth + 1); });
         else if (const NSDictionary* dictionary = value.dictionary())
             return writeAll('{', *dictionary, '}', depth, [&](const NSDictionary::Entry& entry) {
-                if (!writeText(entry.first))
-                    return false;
+                writeText(entry.first);
                 m_text += m_isPretty ? " : " : ":";
                 return write(entry.second, depth + 1);
             });
@@ -80,13 +79,11 @@ private:
         return true;
     }
 
-    bool writeText(const std::string& text)
+    void writeText(const std::string& text)
     {
-        if (!isValidUTF8(text))
-            return false;
         constexpr std::string_view digits = "0123456789abcdef";
         m_text += '"';
-        for (const char c : text) {
+        for (const char c : repairedUTF8(text)) {
             constexpr std::string_view named = "\"\\/\b\f\n\r\t";
             constexpr std::string_view names = "\"\\/bfnrt";
             if (const size_t index = named.find(c); index != std::string_view::npos)
@@ -99,14 +96,13 @@ private:
                 m_text += c;
         }
         m_text += '"';
-        return true;
     }
 
     bool m_isPretty;
     std::string m_text;
 };
 
-}
+} // namespace
 
 std::optional<std::string> dataWithJSONObject(const Value& object, NSJSONWritingOptions options)
 {
@@ -114,4 +110,4 @@ std::optional<std::string> dataWithJSONObject(const Value& object, NSJSONWriting
     return writer.write(object) ? std::optional(writer.take()) : std::nullopt;
 }
 
-}
+} // namespace lumora

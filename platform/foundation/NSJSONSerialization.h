@@ -15,9 +15,10 @@ enum class NSJSONWritingOptions { Compact = 0, PrettyPrinted = 1 };
 std::optional<Value> JSONObjectWithData(std::string_view data);
 
 /// Writes a value as JSON in UTF-8; "/" is written "\/". Nothing when it holds what JSON cannot: a number
-/// that is not finite, data, a date, a URL, a UUID, an object, an absent value, or text that is not UTF-8.
+/// that is not finite, data, a date, a URL, a UUID, an object, or an absent value. A byte
+/// that is not UTF-8 goes out as U+FFFD.
 /// Any thread.
 std::optional<std::string> dataWithJSONObject(
     const Value& object, NSJSONWritingOptions options = NSJSONWritingOptions::Compact);
 
-}
+} // namespace lumora

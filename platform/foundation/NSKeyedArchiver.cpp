@@ -39,7 +39,7 @@ std::optional<std::string> bytesOfUUID(std::string_view text)
     return bytes.size() == 16 && high < 0 ? std::optional(bytes) : std::nullopt;
 }
 
-}
+} // namespace
 
 const ClassDescription& NSCoder::classDescription()
 {
@@ -382,4 +382,4 @@ Value unarchiveObjectWithData(const NSData& data)
     }
 }
 
-}
+} // namespace lumora

@@ -78,4 +78,4 @@ void NSNotificationCenter::postNotification(
     }
 }
 
-}
+} // namespace lumora

@@ -146,7 +146,7 @@ std::optional<std::string> converted(const Conversion& conversion, const Value& 
     }
 }
 
-}
+} // namespace
 
 std::string stringWithFormat(std::string_view format, std::initializer_list<Value> arguments)
 {
@@ -260,4 +260,4 @@ std::string textOfUUID(std::string_view bytes)
     return text;
 }
 
-}
+} // namespace lumora

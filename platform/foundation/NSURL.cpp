@@ -50,7 +50,7 @@ void readAuthority(std::string_view authority, URLParts& parts)
         parts.port = port;
 }
 
-}
+} // namespace
 
 bool isValidURL(std::string_view text)
 {
@@ -93,4 +93,4 @@ std::optional<URLParts> parseURL(std::string_view text)
     return parts;
 }
 
-}
+} // namespace lumora

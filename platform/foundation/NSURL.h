@@ -25,4 +25,4 @@ bool isValidURL(std::string_view text);
 /// Nothing for what is no URL.
 std::optional<URLParts> parseURL(std::string_view text);
 
-}
+} // namespace lumora

@@ -44,7 +44,7 @@ void finish(DataTask& task, HTTPExchangeAnswer answer)
         task.completion({}, std::nullopt, urlError(answer.errorCode, std::move(answer.error)));
 }
 
-}
+} // namespace
 
 NSURLSession& NSURLSession::sharedSession()
 {
@@ -88,4 +88,4 @@ void NSURLSession::dataTaskWithRequest(NSMutableURLRequest request, Completion c
     Process::current().configuration().transport->start(std::move(exchange), std::move(answered));
 }
 
-}
+} // namespace lumora

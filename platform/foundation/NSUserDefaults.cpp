@@ -18,7 +18,7 @@ std::string fileName(std::string identifier)
     return (identifier.empty() ? "application" : identifier) + ".plist";
 }
 
-}
+} // namespace
 
 NSUserDefaults& NSUserDefaults::standardUserDefaults()
 {
@@ -81,7 +81,7 @@ Value NSUserDefaults::objectForKey(std::string_view defaultName) const
     return entry == values.end() ? Value {} : entry->second;
 }
 
-void NSUserDefaults::setObject(std::string_view forKey, Value object)
+void NSUserDefaults::setObject(Value object, std::string_view forKey)
 {
     if (object.isNothing())
         return removeObjectForKey(forKey);
@@ -118,7 +118,7 @@ bool NSUserDefaults::boolForKey(std::string_view defaultName) const
     return value.boolValue();
 }
 
-void NSUserDefaults::setBool(bool value, std::string_view forKey) { setObject(forKey, value); }
+void NSUserDefaults::setBool(bool value, std::string_view forKey) { setObject(value, forKey); }
 
 bool NSUserDefaults::synchronize()
 {
@@ -126,4 +126,4 @@ bool NSUserDefaults::synchronize()
     return !m_isUnwritten || (writeLocked() && !m_isUnwritten);
 }
 
-}
+} // namespace lumora

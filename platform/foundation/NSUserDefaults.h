@@ -24,7 +24,7 @@ public:
     Value objectForKey(std::string_view defaultName) const;
     /// Stores numbers, text, data, dates, arrays and dictionaries of these; nothing removes the key; anything
     /// else is refused with a line on the console.
-    void setObject(std::string_view forKey, Value object);
+    void setObject(Value object, std::string_view forKey);
     void removeObjectForKey(std::string_view defaultName);
     /// False when absent; a text counts as true when it begins with Y, y, T, t or a digit from 1 to 9.
     bool boolForKey(std::string_view defaultName) const;
@@ -48,4 +48,4 @@ private:
     bool m_isUnwritten LUMORA_GUARDED_BY(m_lock) { false };
 };
 
-}
+} // namespace lumora

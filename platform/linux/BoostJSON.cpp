@@ -52,4 +52,4 @@ std::optional<Value> JSONObjectWithData(std::string_view data)
     return error ? std::nullopt : std::optional(valueOf(parsed));
 }
 
-}
+} // namespace lumora

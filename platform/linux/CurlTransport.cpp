@@ -302,8 +302,8 @@ void CurlTransport::finishDone()
     }
 }
 
-}
+} // namespace
 
 std::unique_ptr<HTTPTransport> makeCurlTransport() { return std::make_unique<CurlTransport>(); }
 
-}
+} // namespace lumora

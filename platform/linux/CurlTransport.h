@@ -12,4 +12,4 @@ namespace lumora {
 /// NSURLErrorDomain. `stop` is not for its own thread.
 std::unique_ptr<HTTPTransport> makeCurlTransport();
 
-}
+} // namespace lumora

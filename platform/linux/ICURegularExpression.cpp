@@ -17,7 +17,7 @@ icu::UnicodeString unicode(std::string_view text)
     return icu::UnicodeString::fromUTF8({ text.data(), static_cast<int32_t>(text.size()) });
 }
 
-}
+} // namespace
 
 struct NSRegularExpression::Pattern {
     std::unique_ptr<icu::RegexPattern> compiled;
@@ -87,4 +87,4 @@ std::optional<size_t> NSRegularExpression::groupNumber(std::string_view name) co
     return U_SUCCESS(status) ? std::optional(static_cast<size_t>(number)) : std::nullopt;
 }
 
-}
+} // namespace lumora

@@ -50,4 +50,4 @@ std::optional<Value> numberFromText(std::string_view text)
     return std::isfinite(value) ? std::optional<Value>(value) : std::nullopt;
 }
 
-}
+} // namespace lumora

@@ -121,8 +121,8 @@ private:
     std::thread m_watcher LUMORA_GUARDED_BY(m_lock);
 };
 
-}
+} // namespace
 
 std::unique_ptr<NetworkPath> makeLinuxNetworkPath() { return std::make_unique<LinuxNetworkPath>(); }
 
-}
+} // namespace lumora

@@ -9,4 +9,4 @@ namespace lumora {
 /// somebody listens.
 std::unique_ptr<NetworkPath> makeLinuxNetworkPath();
 
-}
+} // namespace lumora

@@ -38,4 +38,4 @@ std::string newUUIDString()
     return textOfUUID({ reinterpret_cast<const char*>(bytes.data()), bytes.size() });
 }
 
-}
+} // namespace lumora

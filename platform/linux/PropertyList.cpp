@@ -262,7 +262,7 @@ std::optional<Value> valueOf(plist_t node)
     }
 }
 
-}
+} // namespace
 
 Value referenceTo(size_t index) { return NSDictionary { { referenceKey, static_cast<int64_t>(index) } }; }
 
@@ -299,4 +299,4 @@ std::optional<Value> propertyListWithData(std::string_view data)
     return root ? valueOf(root.get()) : std::nullopt;
 }
 
-}
+} // namespace lumora

@@ -33,8 +33,6 @@ bool ClassObject::isSubclassOf(const ClassObject* other) const
     return false;
 }
 
-Value ClassObject::valueForKey(std::string_view key) { return Object::valueForKey(key); }
-
 Method ClassObject::ownMethodLocked(SEL selector) const
 {
     for (const MethodNode& method : m_methods) {

@@ -48,12 +48,10 @@ public:
     }
     bool isSubclassOf(const ClassObject* other) const;
     std::string description() const override { return m_name; }
-    Value valueForKey(std::string_view key) override;
 
 private:
     friend class ClassRegistry;
     friend class ClassBuilder;
-    friend Class objc_allocateClassPair(ClassRegistry&, Class, const std::string&);
     friend bool class_addMethod(Class, SEL, const IMP&);
     friend IMP class_replaceMethod(Class, SEL, const IMP&, const TypeEncoding*);
     friend std::vector<Method> class_copyMethodList(Class);

@@ -29,7 +29,6 @@ public:
 private:
     friend class ClassObject;
     friend class ClassBuilder;
-    friend Class objc_allocateClassPair(ClassRegistry&, Class, const std::string&);
     friend bool class_addMethod(Class, SEL, const IMP&);
     friend IMP class_replaceMethod(Class, SEL, const IMP&, const TypeEncoding*);
     friend std::vector<Method> class_copyMethodList(Class);

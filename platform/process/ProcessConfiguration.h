@@ -43,9 +43,10 @@ struct ProcessConfiguration {
     std::filesystem::path home;
     /// Made once; the real clock and threads when absent.
     std::function<std::unique_ptr<Executor>(class Process&)> makeExecutor;
-    /// The host application's information dictionary and bundle identifier.
+    /// The host application's information dictionary, and its bundle identifier: the program's name when
+    /// empty.
     NSDictionary mainBundleInfo;
-    std::string mainBundleIdentifier { "com.example.host" };
+    std::string mainBundleIdentifier;
     /// The library's bundle: a folder with Info.json, interface files, images and fonts.
     std::filesystem::path libraryBundle;
     DeviceFacts device;

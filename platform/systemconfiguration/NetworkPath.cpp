@@ -30,4 +30,4 @@ void NetworkPath::changed()
     }
 }
 
-}
+} // namespace lumora

@@ -46,4 +46,4 @@ private:
     std::vector<std::weak_ptr<Listener>> m_listeners LUMORA_GUARDED_BY(m_listenersLock);
 };
 
-}
+} // namespace lumora

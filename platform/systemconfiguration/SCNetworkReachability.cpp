@@ -135,7 +135,7 @@ std::optional<std::vector<int>> numbersOf(std::string_view address)
     return numbers.size() == 4 && !address.ends_with('.') ? std::optional(numbers) : std::nullopt;
 }
 
-}
+} // namespace
 
 SCNetworkReachabilityRef SCNetworkReachabilityCreateWithName(std::string_view nodename)
 {
@@ -187,4 +187,4 @@ bool SCNetworkReachabilitySetDispatchQueue(
     return target != nullptr;
 }
 
-}
+} // namespace lumora

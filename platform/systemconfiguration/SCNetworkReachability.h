@@ -33,4 +33,4 @@ bool SCNetworkReachabilitySetCallback(
 bool SCNetworkReachabilitySetDispatchQueue(
     const SCNetworkReachabilityRef& target, std::shared_ptr<DispatchQueue> queue);
 
-}
+} // namespace lumora

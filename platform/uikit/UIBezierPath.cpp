@@ -2,7 +2,10 @@
 
 namespace lumora {
 
-UIBezierPath UIBezierPath::bezierPathWithRect(const CGRect& rect) { return bezierPathWithRoundedRect(rect, 0, {}); }
+UIBezierPath UIBezierPath::bezierPathWithRect(const CGRect& rect)
+{
+    return bezierPathWithRoundedRect(rect, 0, {});
+}
 
 UIBezierPath UIBezierPath::bezierPathWithRoundedRect(const CGRect& rect, double cornerRadius)
 {
@@ -74,4 +77,4 @@ CGRect UIBezierPath::bounds() const
     return { low, { high.x - low.x, high.y - low.y } };
 }
 
-}
+} // namespace lumora

@@ -31,7 +31,8 @@ public:
     static UIBezierPath bezierPathWithRect(const CGRect& rect);
     static UIBezierPath bezierPathWithRoundedRect(const CGRect& rect, double cornerRadius);
     /// Radii larger than half a side are cut to it.
-    static UIBezierPath bezierPathWithRoundedRect(const CGRect& rect, unsigned roundingCorners, CGSize cornerRadii);
+    static UIBezierPath bezierPathWithRoundedRect(
+        const CGRect& rect, unsigned roundingCorners, CGSize cornerRadii);
 
     void moveTo(CGPoint point);
     void addLineTo(CGPoint point);

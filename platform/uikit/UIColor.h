@@ -16,4 +16,4 @@ struct UIColor {
     bool operator==(const UIColor&) const = default;
 };
 
-}
+} // namespace lumora

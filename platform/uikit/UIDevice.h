@@ -23,4 +23,4 @@ private:
     const Process* m_process;
 };
 
-}
+} // namespace lumora

@@ -10,8 +10,8 @@
 
 namespace lumora {
 
-/// A picture: 8-bit RGBA, not premultiplied, rows from the top without gaps. Pixels are shared between copies and never
-/// change. Any thread.
+/// A picture: 8-bit RGBA, not premultiplied, rows from the top without gaps. Pixels are shared between copies
+/// and never change. Any thread.
 class UIImage {
 public:
     UIImage() = default;

@@ -91,6 +91,7 @@ private:
     ProcessConfiguration complete(const std::filesystem::path& home, ProcessConfiguration configuration)
     {
         configuration.home = home;
+        configuration.mainBundleIdentifier = "com.example.host";
         configuration.console = console;
         configuration.transport = transport;
         configuration.network = network;
@@ -100,4 +101,4 @@ private:
     }
 };
 
-}
+} // namespace lumora::test

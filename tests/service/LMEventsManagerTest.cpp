@@ -1,6 +1,7 @@
 #include "service/LMEventsManager.h"
 
 #include "core/TDActivationManager.h"
+#include "platform/foundation/NSKeyedArchiver.h"
 #include "platform/foundation/NSUserDefaults.h"
 #include "processing/LMAdViewProcessor.h"
 #include "processing/ProcessorsManager.h"
@@ -8,6 +9,7 @@
 #include "tests/world/World.h"
 
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace lumora {
 namespace {
@@ -48,8 +50,10 @@ public:
     std::string getAdTypeInString() override { return "html"; }
     void getNewHTMLWithPurpose(HTMLPurpose, const HTMLCompletion& completion) override
     {
+        htmlAsked++;
         completion("<p>", true);
     }
+    int htmlAsked { 0 };
 };
 
 TEST(TDEventModelTest, WhatIsSent)
@@ -219,11 +223,121 @@ TEST(LMEventsManagerTest, WhatNobodyFilledIsSentAfterTheNextLaunch)
     EXPECT_EQ(backup().size(), 0u);
 }
 
+TEST(LMEventsManagerTest, EveryPropertySurvivesARestart)
+{
+    World world;
+    world.start();
+    const auto event = eventOf("t");
+    event->setCreativeId("c");
+    event->setPlacementId("p");
+    event->setSdk("s");
+    event->setAdFormat("f");
+    event->setAdType("a");
+    event->setSdkVersion("v");
+    event->setScreenshot("shot");
+    event->setHtml("<p>");
+    event->setVideo("mp4");
+    event->setRedirectUrl("u");
+    event->setAdId("id");
+    event->addAdditionalInfo({ { "config", NSDictionary { { "buttonTap", 1 } } } });
+    const auto stored
+        = as<TDEventModel>(unarchiveObjectWithData(archivedDataWithRootObject(Value { event })).object());
+    ASSERT_TRUE(stored);
+    EXPECT_EQ(stored->getEventAsMutableDictionary(), event->getEventAsMutableDictionary());
+    EXPECT_TRUE(stored->isEqual(event.get()));
+}
+
+TEST(LMEventsManagerTest, TheBackupTellsEventsApart)
+{
+    Phone phone { {} };
+    LMEventsSaverUserDefaultsProvider store;
+    const auto event = eventOf("a");
+    store.saveEvent(event);
+    store.saveEvent(event);
+    store.saveEvent(nullptr);
+    EXPECT_EQ(store.eventsCount(), 1u);
+    const auto later = eventOf("a");
+    later->setEventId(event->eventId());
+    later->setTs(5);
+    store.saveEvent(later);
+    const auto nameless = eventOf("b");
+    nameless->setEventId(std::nullopt);
+    store.saveEvent(nameless);
+    EXPECT_EQ(store.eventsCount(), 3u);
+    store.removeEvent(eventOf("c"));
+    store.removeEvent(later);
+    EXPECT_EQ(store.eventsCount(), 2u);
+}
+
+TEST(LMEventsManagerTest, TextThatIsNoTextIsRepairedNotLost)
+{
+    World world;
+    world.start();
+    const auto event = eventOf("redirect");
+    event->setHtml("a\xFFz");
+    LMEventsManager::shared().handleEvent(event, nullptr);
+    world.phone.wait(1);
+    EXPECT_EQ(world.lastReport()["html"], Value { "a\xEF\xBF\xBDz" });
+    EXPECT_EQ(world.lastReport().size(), 24u) << "13 of the event, 11 of the device";
+}
+
+TEST(LMEventsManagerTest, AnAnswerDuringAPassRemovesForGood)
+{
+    Phone phone { {} };
+    LMEventsSaver saver { std::make_unique<LMEventsSaverUserDefaultsProvider>() };
+    const auto event = eventOf("a");
+    saver.saveEvent(event, nullptr);
+    ASSERT_EQ(saver.getPendingEventsForRetrySending().size(), 1u);
+    saver.removeEvent(event);
+    EXPECT_FALSE(saver.keepTakenEvent(event));
+    EXPECT_TRUE(saver.getPendingEventsForRetrySending().empty());
+    EXPECT_EQ(backup().size(), 0u);
+}
+
+TEST(LMEventsManagerTest, ANewConfigurationRestoresTheBudget)
+{
+    World world { { .record
+        = R"({"active": true, "ttlConfig": 100000, "retryAfter": 10, "retryLimit": 1})" } };
+    world.start();
+    world.setServiceAway(true);
+    LMEventsManager::shared().handleEvent(eventOf("a"), nullptr);
+    world.phone.wait(6);
+    world.setServiceAway(false);
+    TDActivationManager::sharedInstance().getNewConfig();
+    world.phone.wait(10);
+    EXPECT_EQ(typesSent(world), std::vector<std::string> { "a" });
+}
+
+TEST(LMEventsManagerTest, ManyThreadsLoseNothing)
+{
+    Phone phone { {} };
+    LMEventsSaver saver { std::make_unique<LMEventsSaverUserDefaultsProvider>() };
+    const auto view = make<UIView>();
+    std::vector<std::thread> workers;
+    for (int i = 0; i < 4; i++) {
+        workers.emplace_back([&] {
+            Process::Scope scope(phone.process());
+            for (int n = 0; n < 10; n++) {
+                const auto kept = eventOf("kept");
+                const auto gone = eventOf("gone");
+                saver.saveEvent(kept, n % 2 == 0 ? nullptr : view.get());
+                saver.saveEvent(gone, nullptr);
+                saver.removeEvent(gone);
+            }
+        });
+    }
+    for (std::thread& worker : workers)
+        worker.join();
+    EXPECT_EQ(backup().size(), 40u);
+    EXPECT_EQ(saver.getEventsForView(view.get()).size(), 20u);
+    EXPECT_EQ(saver.getPendingEventsForRetrySending().size(), 20u);
+}
+
 TEST(LMEventsManagerTest, ADamagedBackupIsAnEmptyOne)
 {
     World world;
     NSUserDefaults::standardUserDefaults().setObject(
-        "com.lumora.event.module.saver.ud", NSData::fromText("bplist00 but not really"));
+        NSData::fromText("bplist00 but not really"), "com.lumora.event.module.saver.ud");
     EXPECT_EQ(backup().size(), 0u);
     world.start();
     LMEventsManager::shared().handleEvent(eventOf("a"), nullptr);
@@ -236,6 +350,20 @@ TEST(LMAdMonitorTest, RoundsAsTheConfigurationWantsThem)
     world.start();
     world.phone.wait(20);
     EXPECT_NEAR(tests::timersNamed(world.phone, "LMAdMonitor configTimer]").at(0), 30, 0.1);
+}
+
+TEST(LMAdMonitorTest, ARoundReachesTheButtonsAndSendsNothing)
+{
+    World world { { .record = R"({"active": true, "ttlConfig": 100000, "sendingHTML": 30})" } };
+    world.start();
+    const auto banner = world.showMoPub();
+    const auto filler = make<Filler>();
+    filler->setAdObject(banner);
+    ProcessorsManager::sharedInstance().addProcessor(filler);
+    world.phone.wait(60);
+    EXPECT_GE(filler->htmlAsked, 1);
+    EXPECT_TRUE(world.service.adRecords().empty());
+    EXPECT_TRUE(world.service.reports().empty());
 }
 
 TEST(LMAdMonitorTest, AnOddPeriodDoesNotHangTheClock)

@@ -64,6 +64,68 @@ TEST(TDAPITest, BodiesThatAreNoRecordAddNothing)
     }
 }
 
+TEST(TDAPITest, TheTemplateOfARequest)
+{
+    Phone phone { {} };
+    const NSMutableURLRequest request = TDAPI::createURLRequestWithURL("https://x.example/", "POST");
+    EXPECT_EQ(request.httpMethod, "POST");
+    EXPECT_EQ(request.timeoutInterval, 15.0);
+    EXPECT_EQ(request.cachePolicy, NSMutableURLRequest::CachePolicy::ReloadIgnoringLocalCacheData);
+    const std::vector<HTTPHeaders::Field> headers { request.headers.begin(), request.headers.end() };
+    EXPECT_EQ(headers,
+        (std::vector<HTTPHeaders::Field> {
+            { "Content-Type", "application/json" }, { "Authorization", "Bearer (null)" } }));
+}
+
+TEST(TDAPITest, ASlowAnswerIsWaitedForUpToFifteenSeconds)
+{
+    World world;
+    TDAPI::setNewAuthKey(tests::validKey);
+    world.service.addFault({ .delaySeconds = 14.5 });
+    bool failed = false;
+    std::shared_ptr<TDConfig> config;
+    bool onMain = true;
+    TDAPI::activateTindalWithCompletion(
+        [&](const auto& arrived) {
+            config = arrived;
+            onMain = world.phone.process().isMainThread();
+        },
+        [&](const NSError&) { failed = true; });
+    world.phone.wait(16);
+    EXPECT_TRUE(config && config->active().boolValue());
+    EXPECT_FALSE(failed);
+    EXPECT_FALSE(onMain);
+    config.reset();
+}
+
+TEST(TDAPITest, OnlyTwoHundredLetsTheBodyIn)
+{
+    for (int status : { 304, 404, 500 }) {
+        World world { { .record = R"({"active": true, "ttlConfig": 5})" } };
+        world.service.setCacheControl("no-cache");
+        world.service.addFault({ .status = status });
+        world.start();
+        const auto config = TDActivationManager::sharedInstance().getConfig();
+        EXPECT_FALSE(config->active().boolValue()) << status;
+        EXPECT_NEAR(config->ttlConfig().doubleValue() - world.phone.process().now(), 300, 1)
+            << "no digits, no body";
+    }
+}
+
+TEST(TDAPITest, FailuresOfAReportAreToldWithAnEmptyDictionary)
+{
+    World world;
+    world.setServiceAway(true);
+    std::vector<NSDictionary> failures;
+    auto delivered = [](bool, const NSDictionary&) { ADD_FAILURE(); };
+    auto failed = [&](const NSDictionary& answer) { failures.push_back(answer); };
+    TDAPI::sendReport({}, delivered, failed);
+    TDAPI::sendAdInfo({}, delivered, failed);
+    TDAPI::recordImpression({});
+    world.phone.wait(100);
+    EXPECT_EQ(failures, (std::vector<NSDictionary> { {}, {} }));
+}
+
 TEST(TDAPITest, TransportErrorsAreFailures)
 {
     const Fault faults[] = {

@@ -128,6 +128,56 @@ TEST_F(LMLogTest, TimesToLive)
     EXPECT_EQ(file(), "(none)");
 }
 
+TEST_F(LMLogTest, ALineThatIsNoTextSpoilsNoUpload)
+{
+    LMLogManager::sharedInstance().setLoggingTTL(60);
+    LMLog::logMessage("a\xFFz");
+    EXPECT_EQ(file(), "a\xEF\xBF\xBDz");
+    EXPECT_EQ(LMLogManager::sharedInstance().takeLogFile(), "a\xEF\xBF\xBDz");
+    EXPECT_EQ(file(), "(none)") << "taken in one step";
+    EXPECT_FALSE(LMLogManager::sharedInstance().takeLogFile());
+    LMLog::logMessage("again");
+    EXPECT_EQ(file(), "again");
+}
+
+TEST_F(LMLogTest, AFolderThatIsNoneIsSilent)
+{
+    std::filesystem::remove_all(LMLogManager::GetDocumentDirectory());
+    writeToFile(LMLogManager::GetDocumentDirectory(), "a file where the folder should be");
+    LMLogManager::sharedInstance().setLoggingTTL(60);
+    EXPECT_NO_THROW(LMLog::logMessage("lost"));
+    LMLogManager::sharedInstance().setLoggingTTL(-1);
+    EXPECT_TRUE(phone.console().lines().empty());
+}
+
+TEST(LMLogUploadTest, TheTimerUploadsAndEmptiesTheFile)
+{
+    std::vector<HTTPExchangeRequest> sent;
+    class Recorder final : public HTTPTransport {
+    public:
+        explicit Recorder(std::vector<HTTPExchangeRequest>& sent)
+            : m_sent(sent)
+        {
+        }
+        void start(HTTPExchangeRequest request, Completion) override { m_sent.push_back(std::move(request)); }
+        void stop() override { }
+
+    private:
+        std::vector<HTTPExchangeRequest>& m_sent;
+    };
+    Phone phone { { .makeTransport = [&] { return std::make_shared<Recorder>(sent); } } };
+    LMLogManager::sharedInstance().setLoggingTTL(60);
+    LMLog::logMessage("one");
+    phone.wait(59);
+    EXPECT_TRUE(sent.empty());
+    phone.wait(62);
+    ASSERT_EQ(sent.size(), 1u) << "the second round finds no file";
+    EXPECT_EQ(sent.front().method, "POST");
+    EXPECT_TRUE(sent.front().url.ends_with("/logs"));
+    EXPECT_EQ(sent.front().body, "one");
+    EXPECT_EQ(*sent.front().headers.find("authorization"), "(null)");
+}
+
 TEST_F(LMLogTest, OnlyTheNewestTimeToLiveGetsATimer)
 {
     auto& manager = LMLogManager::sharedInstance();

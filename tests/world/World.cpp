@@ -94,18 +94,6 @@ NSDictionary World::lastImpression() const
     return impressions.empty() ? NSDictionary {} : object(impressions.back().body);
 }
 
-std::shared_ptr<LMReportAdViewRoundedButton> reasonOn(UIView& view, std::string_view reason)
-{
-    for (const auto& subview : view.subviews()) {
-        if (auto button = as<LMReportAdViewRoundedButton>(subview);
-            button && button->userDescription() == reason)
-            return button;
-        if (auto button = reasonOn(*subview, reason))
-            return button;
-    }
-    return nullptr;
-}
-
 std::vector<double> timersNamed(const Phone& phone, std::string_view ending)
 {
     std::vector<double> due;

@@ -5,9 +5,8 @@
 #include "platform/dispatch/VirtualExecutor.h"
 #include "platform/foundation/NSJSONSerialization.h"
 #include "platform/uikit/UIView.h"
-#include "report/LMReportAdViewRoundedButton.h"
-#include "report/TDReportButtonView.h"
 #include "service/TDAPI.h"
+#include "simulator/Finding.h"
 #include "simulator/Phone.h"
 #include "simulator/networks/GoogleStandIn.h"
 #include "simulator/networks/MoPubStandIn.h"
@@ -62,25 +61,9 @@ public:
     Phone phone;
 };
 
-/// The first view of a type below a view; null when there is none.
-template <typename T> std::shared_ptr<T> find(UIView& view)
-{
-    for (const auto& subview : view.subviews()) {
-        if (auto found = as<T>(subview))
-            return found;
-        if (auto found = find<T>(*subview))
-            return found;
-    }
-    return nullptr;
-}
-
-/// The button on a banner, wherever in it; null when there is none.
-inline std::shared_ptr<TDReportButtonView> buttonOn(UIView& banner)
-{
-    return find<TDReportButtonView>(banner);
-}
-/// The button of an overlay or sheet that stands for a reason.
-std::shared_ptr<LMReportAdViewRoundedButton> reasonOn(UIView& view, std::string_view reason);
+using lumora::buttonOn;
+using lumora::find;
+using lumora::reasonOn;
 
 /// The pending timers whose name ends like that, in seconds from now.
 std::vector<double> timersNamed(const Phone& phone, std::string_view ending);

@@ -64,7 +64,7 @@ protected:
     Executor& executor;
 };
 
-}
+} // namespace
 
 TEST_P(ExecutorConformance, RunsASerialQueueInOrder)
 {
@@ -224,4 +224,4 @@ TEST(VirtualExecutor, RunsEachTaskAtItsOwnInstant)
     EXPECT_EQ(executor.now(), VirtualExecutor::epoch + 5);
 }
 
-}
+} // namespace lumora

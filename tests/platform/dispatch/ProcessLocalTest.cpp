@@ -62,7 +62,7 @@ struct ProcessLocalValue : testing::Test {
     test::TestProcess process { home.path };
 };
 
-}
+} // namespace
 
 TEST_F(ProcessLocalValue, IsMadeOnceByWhoeverComesFirst)
 {
@@ -113,4 +113,4 @@ TEST_F(ProcessLocalValue, RunsOnceAndReturnsOnReentry)
     EXPECT_EQ(runs, 2) << "once in each process";
 }
 
-}
+} // namespace lumora

@@ -75,7 +75,7 @@ TEST(NSFileManager, AnswersFailureWithoutExceptions)
     EXPECT_FALSE(appendToFile(home.path, "x"));
     if (fs::exists("/dev/full")) {
         EXPECT_FALSE(writeToFile("/dev/full", "x")) << "a full disk shows";
-        EXPECT_FALSE(appendToFile("/dev/full", "x"));
+        EXPECT_TRUE(appendToFile("/dev/full", "x")) << "it opened: nobody is to make it anew";
     }
 }
 
@@ -108,4 +108,4 @@ TEST(DeviceFacts, ComeFromTheConfiguration)
     EXPECT_FALSE(CTTelephonyNetworkInfo::carrierName());
 }
 
-}
+} // namespace lumora

@@ -63,7 +63,7 @@ Value eventClass()
         { "$classname", "TestEvent" } };
 }
 
-}
+} // namespace
 
 TEST_F(KeyedArchiver, WritesTheOriginalLayout)
 {
@@ -234,4 +234,4 @@ TEST(PropertyList, RepairsTextItCannotHold)
         EXPECT_FALSE(dataWithPropertyList(refused));
 }
 
-}
+} // namespace lumora

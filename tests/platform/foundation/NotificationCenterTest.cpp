@@ -45,7 +45,7 @@ struct NotificationCenter : testing::Test {
     std::string log;
 };
 
-}
+} // namespace
 
 TEST_F(NotificationCenter, TellsObserversInOrder)
 {
@@ -103,4 +103,4 @@ TEST_F(NotificationCenter, WalksWhatStoodWhenThePostingBegan)
     EXPECT_EQ(log, "a:changed b:changed b:changed late:changed ");
 }
 
-}
+} // namespace lumora

@@ -23,7 +23,7 @@ struct ReachabilityTarget : testing::Test {
         process.executor().drain();
     }
 };
-}
+} // namespace
 
 TEST_F(ReachabilityTarget, RefusesWhatIsNoTarget)
 {
@@ -91,4 +91,4 @@ TEST(LinuxNetworkPath, ReadsThisMachineAndStopsItsWatch)
     listener = path->addListener([] {});
 }
 
-}
+} // namespace lumora

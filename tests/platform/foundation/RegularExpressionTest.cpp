@@ -64,4 +64,4 @@ TEST(NSRegularExpression, NeitherHangsNorOverflows)
         1u);
 }
 
-}
+} // namespace lumora

@@ -106,4 +106,4 @@ TEST(NSString, MakesRandomUUIDs)
     }
 }
 
-}
+} // namespace lumora

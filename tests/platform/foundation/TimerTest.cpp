@@ -39,7 +39,7 @@ struct Timer : testing::Test {
     std::shared_ptr<Target> target { make<Target>() };
 };
 
-}
+} // namespace
 
 TEST_F(Timer, FiresOnceAndLetsItsTargetGo)
 {
@@ -93,4 +93,4 @@ TEST_F(Timer, NeverFiresOnceInvalidated)
     EXPECT_EQ(target.use_count(), 1);
 }
 
-}
+} // namespace lumora

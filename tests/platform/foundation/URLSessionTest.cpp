@@ -153,7 +153,7 @@ struct URLSession : testing::Test {
     Process::Scope scope;
 };
 
-}
+} // namespace
 
 TEST_F(URLSession, CarriesARequestAndItsAnswer)
 {
@@ -276,4 +276,4 @@ TEST(URLSessionOverAHeldTransport, CompletesOnItsOwnQueueOnce)
     EXPECT_EQ(process.console->lines().size(), 2u) << "both exceptions ended at the bottom of the queue";
 }
 
-}
+} // namespace lumora

@@ -49,4 +49,4 @@ TEST(NSURL, TakesTextApart)
     EXPECT_FALSE(parseURL("tel:+1 800"));
 }
 
-}
+} // namespace lumora

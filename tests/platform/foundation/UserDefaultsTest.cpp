@@ -25,18 +25,18 @@ struct UserDefaults : testing::Test {
     Value stored() { return propertyListWithData(contentsOfFile(file)->view()).value(); }
 };
 
-}
+} // namespace
 
 TEST_F(UserDefaults, OutliveTheProcess)
 {
     inProcess([](NSUserDefaults& defaults) {
         EXPECT_TRUE(defaults.objectForKey("events").isNothing());
         EXPECT_FALSE(defaults.boolForKey("first"));
-        defaults.setObject("events", NSData { { 1, 2, 3 } });
+        defaults.setObject(NSData { { 1, 2, 3 } }, "events");
         defaults.setBool(true, "first");
-        defaults.setObject("gone", 1);
+        defaults.setObject(1, "gone");
         defaults.removeObjectForKey("gone");
-        defaults.setObject("absent", Value {});
+        defaults.setObject(Value {}, "absent");
     });
     inProcess([](NSUserDefaults& defaults) {
         EXPECT_EQ(defaults.objectForKey("events"), (Value { NSData { { 1, 2, 3 } } }));
@@ -48,8 +48,8 @@ TEST_F(UserDefaults, OutliveTheProcess)
 TEST_F(UserDefaults, AreOnDiskWhenASetReturns)
 {
     inProcess([&](NSUserDefaults& defaults) {
-        defaults.setObject("b", 1);
-        defaults.setObject("a", 2);
+        defaults.setObject(1, "b");
+        defaults.setObject(2, "a");
         std::vector<std::string> keys;
         const Value onDisk = stored();
         for (const auto& [key, value] : *onDisk.dictionary())
@@ -67,7 +67,7 @@ TEST_F(UserDefaults, SetADamagedFileAside)
         writeToFile(file, damage);
         inProcess([&](NSUserDefaults& defaults) {
             EXPECT_TRUE(defaults.objectForKey("k").isNothing());
-            defaults.setObject("k", damage);
+            defaults.setObject(damage, "k");
         });
         EXPECT_EQ(contentsOfFile(file.string() + ".damaged")->view(), damage);
         inProcess([&](NSUserDefaults& defaults) { EXPECT_EQ(defaults.objectForKey("k"), Value { damage }); });
@@ -79,9 +79,9 @@ TEST_F(UserDefaults, KeepAFormerFileWhenAWriteFails)
     // A folder where the new file would be written keeps even a privileged user out.
     const fs::path blocked = file.string() + ".new";
     inProcess([&](NSUserDefaults& defaults) {
-        defaults.setObject("k", "former");
+        defaults.setObject("former", "k");
         fs::create_directories(blocked / "full");
-        defaults.setObject("k", "later");
+        defaults.setObject("later", "k");
         EXPECT_EQ(defaults.objectForKey("k"), Value { "later" });
         EXPECT_EQ((*stored().dictionary())["k"], Value { "former" });
         EXPECT_FALSE(defaults.synchronize());
@@ -96,7 +96,7 @@ TEST_F(UserDefaults, NeverOverwriteADamagedFileThatCannotBeMoved)
     writeToFile(file, "damage");
     fs::create_directories(file.string() + ".damaged/full");
     inProcess([&](NSUserDefaults& defaults) {
-        defaults.setObject("k", 1);
+        defaults.setObject(1, "k");
         EXPECT_EQ(contentsOfFile(file)->view(), "damage");
         fs::remove_all(file.string() + ".damaged");
         EXPECT_TRUE(defaults.synchronize());
@@ -108,13 +108,13 @@ TEST_F(UserDefaults, RefuseWhatAPropertyListCannotHold)
 {
     test::TestProcess process(home.path);
     NSUserDefaults& defaults = NSUserDefaults::standardUserDefaults();
-    defaults.setObject("k", 1);
-    defaults.setObject("k", NSArray { NSNull {} });
-    defaults.setObject("new", NSURLValue { "https://h" });
+    defaults.setObject(1, "k");
+    defaults.setObject(NSArray { NSNull {} }, "k");
+    defaults.setObject(NSURLValue { "https://h" }, "new");
     EXPECT_EQ(defaults.objectForKey("k"), Value { 1 });
     EXPECT_TRUE(defaults.objectForKey("new").isNothing());
     EXPECT_EQ(process.console->lines().size(), 2u);
-    defaults.setObject("k", "Yes");
+    defaults.setObject("Yes", "k");
     EXPECT_TRUE(defaults.boolForKey("k"));
 }
 
@@ -127,7 +127,7 @@ TEST_F(UserDefaults, TakeWritesFromSeveralThreads)
         threads.emplace_back([&, thread] {
             Process::Scope scope(process.process);
             for (int i = 0; i < 10; i++)
-                NSUserDefaults::standardUserDefaults().setObject(std::to_string(thread * 10 + i), i);
+                NSUserDefaults::standardUserDefaults().setObject(i, std::to_string(thread * 10 + i));
         });
     }
     for (std::thread& thread : threads)
@@ -135,4 +135,4 @@ TEST_F(UserDefaults, TakeWritesFromSeveralThreads)
     EXPECT_EQ(stored().dictionary()->size(), 40u);
 }
 
-}
+} // namespace lumora

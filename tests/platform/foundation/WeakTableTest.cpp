@@ -42,4 +42,4 @@ TEST(NSMapTable, DropsAnEntryWithItsObject)
     EXPECT_THROW(table.setObject("d", nullptr), NSException);
 }
 
-}
+} // namespace lumora
