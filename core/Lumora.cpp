@@ -16,6 +16,8 @@
 #include "service/TDAPI.h"
 #include "support/Guarded.h"
 
+#include <functional>
+
 extern "C" {
 const char LumoraVersionString[] = "@(#)PROGRAM:Lumora  PROJECT:Lumora-3\n";
 const double LumoraVersionNumber = 3.0;
@@ -93,24 +95,30 @@ void Lumora::initiateTrackerWithKey(std::string_view key)
 void Lumora::initAutomaticMode()
 {
     s_automaticMode.run([] {
-        TDActivationManager& activation = TDActivationManager::sharedInstance();
-        activation.activate();
-        activation.getNewConfig();
-        setupSwizzlers();
-        setupPlacements();
-        enableDB();
-        AdProcessingManager::sharedInstance().frameworkWasInitialised();
-        ProcessorsManager::sharedInstance();
-        activation.addNewConfigListener(retain(&LMEventsManager::shared()));
-        LMEventsManager::shared().configTimer();
-        LMAdMonitor::sharedInstance().configTimer();
+        // Each step on its own: one that fails must not take the rest of the library with it.
+        for (const auto& step : std::initializer_list<std::function<void()>> {
+                 [] { TDActivationManager::sharedInstance().activate(); },
+                 [] { TDActivationManager::sharedInstance().getNewConfig(); },
+                 &setupSwizzlers,
+                 &setupPlacements,
+                 &enableDB,
+                 [] { AdProcessingManager::sharedInstance().frameworkWasInitialised(); },
+                 [] { ProcessorsManager::sharedInstance(); },
+                 [] {
+                     TDActivationManager::sharedInstance().addNewConfigListener(
+                         retain(&LMEventsManager::shared()));
+                 },
+                 [] { LMEventsManager::shared().configTimer(); },
+                 [] { LMAdMonitor::sharedInstance().configTimer(); },
+             })
+            guarded(step);
     });
 }
 
 void Lumora::setupSwizzlers()
 {
     for (const char* name : swizzledClasses)
-        send(NSClassFromString(name), sel::swizzleMethods);
+        guarded([&] { send(NSClassFromString(name), sel::swizzleMethods); });
 }
 
 void Lumora::setupPlacements()

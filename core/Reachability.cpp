@@ -10,7 +10,8 @@ namespace lumora {
 
 const ClassDescription& Reachability::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<Reachability, NSObject>("Reachability");
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<Reachability, NSObject>("Reachability"));
     return description;
 }
 static const RegisteredClass registered { &Reachability::classDescription };

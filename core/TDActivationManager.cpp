@@ -20,9 +20,9 @@ constexpr double retryInterval = 60.0;
 
 const ClassDescription& TDActivationManager::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<TDActivationManager, NSObject>("TDActivationManager")
-              .method<&TDActivationManager::getNewConfig>(getNewConfigSelector);
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<TDActivationManager, NSObject>("TDActivationManager")
+                                    .method<&TDActivationManager::getNewConfig>(getNewConfigSelector));
     return description;
 }
 static const RegisteredClass registered { &TDActivationManager::classDescription };
@@ -68,46 +68,64 @@ void TDActivationManager::checkActivationWithBlock(const Answer& callback)
         return callCompletion(callback, config->active().boolValue());
     if (!callback)
         return checkConfigWithoutRepeatedUpdatingWithSuccess(nullptr);
-    checkConfigWithoutRepeatedUpdatingWithSuccess([callback](bool active) {
-        dispatch_get_main_queue().async([callback, active] { callCompletion(callback, active); });
+    // One copy of the callback, which goes to the main queue: what it holds may be a view, and dies there.
+    checkConfigWithoutRepeatedUpdatingWithSuccess(
+        [waiting = std::make_shared<Answer>(callback)](bool active) {
+            dispatch_get_main_queue().async(
+                [callback = std::exchange(*waiting, nullptr), active] { callCompletion(callback, active); });
+        });
+}
+
+void TDActivationManager::fetch(const std::function<void(const std::shared_ptr<TDConfig>&)>& succeeded,
+    const std::function<void()>& failed)
+{
+    setLoading(true);
+    const bool started = guarded([&] {
+        TDAPI::activateTindalWithCompletion(
+            [self = retain(this), succeeded](const std::shared_ptr<TDConfig>& config) {
+                self->setLoading(false);
+                self->setConfig(config);
+                succeeded(config);
+            },
+            [self = retain(this), failed](const NSError&) {
+                self->setLoading(false);
+                failed();
+            });
     });
+    if (started)
+        return;
+    // A request that could not even be made is one that failed.
+    setLoading(false);
+    failed();
 }
 
 void TDActivationManager::checkConfigWithoutRepeatedUpdatingWithSuccess(const Answer& callback)
 {
-    setLoading(true);
-    TDAPI::activateTindalWithCompletion(
-        [self = retain(this), callback](const std::shared_ptr<TDConfig>& config) {
-            self->setLoading(false);
-            self->setConfig(config);
+    fetch(
+        [this, callback](const std::shared_ptr<TDConfig>& config) {
             const bool fresh = config->isFresh();
             if (!fresh)
-                self->makeDefaultValuesForConfig();
+                makeDefaultValuesForConfig();
             callCompletion(callback, fresh && config->active().boolValue());
         },
-        [self = retain(this), callback](const NSError&) {
-            self->setLoading(false);
-            self->makeDefaultValuesForConfig();
+        [this, callback] {
+            makeDefaultValuesForConfig();
             callCompletion(callback, false);
         });
 }
 
 void TDActivationManager::getNewConfig()
 {
-    setLoading(true);
-    TDAPI::activateTindalWithCompletion(
-        [self = retain(this)](const std::shared_ptr<TDConfig>& config) {
-            self->setLoading(false);
-            self->setConfig(config);
-            self->setupTimer();
+    fetch(
+        [this](const std::shared_ptr<TDConfig>& config) {
+            setupTimer();
             if (!config->active().boolValue())
                 TDButtonManager::sharedInstance().disableAllButtons();
-            self->sendMessageToAllListenersWithConfig(config);
+            sendMessageToAllListenersWithConfig(config);
         },
-        [self = retain(this)](const NSError&) {
-            self->setLoading(false);
-            self->makeMaxAgeForRetrievingConfig();
-            self->setupTimer();
+        [this] {
+            makeMaxAgeForRetrievingConfig();
+            setupTimer();
             TDButtonManager::sharedInstance().disableAllButtons();
         });
 }
@@ -135,6 +153,8 @@ void TDActivationManager::setupTimer()
 
 void TDActivationManager::addNewConfigListener(const std::shared_ptr<Object>& listener)
 {
+    if (!listener)
+        return;
     Locker hold(m_lock);
     m_listeners.addObject(listener);
 }
@@ -148,6 +168,8 @@ void TDActivationManager::sendMessageToAllListenersWithConfig(const std::shared_
     }
     for (const std::shared_ptr<Object>& listener : listeners)
         guarded([&] { send(listener, sel::newConfigArrived, config); });
+    // A listener may be a view, and this the last reference to it.
+    dispatch_get_main_queue().async([listeners = std::move(listeners)] {});
 }
 
 } // namespace lumora

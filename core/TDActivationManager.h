@@ -44,11 +44,16 @@ public:
     void makeMaxAgeForRetrievingConfig();
     /// Re-arms the one refresh timer, on the main queue.
     void setupTimer();
-    /// Held weakly; adding twice keeps one entry. One added during a walk waits for the next record.
+    /// Held weakly; adding twice keeps one entry, null none. One added during a walk waits for the next
+    /// record.
     void addNewConfigListener(const std::shared_ptr<Object>& listener);
     void sendMessageToAllListenersWithConfig(const std::shared_ptr<TDConfig>& config);
 
 private:
+    /// One exchange with the service; the record is kept before `succeeded` hears of it. The instance
+    /// outlives the exchange.
+    void fetch(const std::function<void(const std::shared_ptr<TDConfig>&)>& succeeded,
+        const std::function<void()>& failed);
     void setLoading(bool loading);
     void setConfig(std::shared_ptr<TDConfig> config);
 

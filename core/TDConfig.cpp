@@ -9,9 +9,10 @@ namespace lumora {
 
 const ClassDescription& TDConfig::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<TDConfig, NSObject>("TDConfig")
-                                                    .method<&TDConfig::initWithCoder>(sel::initWithCoder)
-                                                    .method<&TDConfig::encodeWithCoder>(sel::encodeWithCoder);
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<TDConfig, NSObject>("TDConfig")
+                                    .method<&TDConfig::initWithCoder>(sel::initWithCoder)
+                                    .method<&TDConfig::encodeWithCoder>(sel::encodeWithCoder));
     return description;
 }
 static const RegisteredClass registered { &TDConfig::classDescription };
@@ -50,7 +51,7 @@ Value TDConfig::getNSNumberFromDict(
     constexpr int missing = -1;
     const Value* found = dictionary ? dictionary->find(andKey) : nullptr;
     const bool nothingFound = !found || found->isNothing();
-    if (!dictionary || andKey.empty() || andDefaultValue.isNothing())
+    if (!dictionary || andDefaultValue.isNothing())
         return nothingFound && !andDefaultValue.isNothing() ? andDefaultValue : missing;
     if (nothingFound)
         return andDefaultValue;
@@ -87,6 +88,8 @@ bool TDConfig::isFresh() const { return m_ttlConfig.doubleValue() > timeInterval
 
 id TDConfig::initWithCoder(Object* coder)
 {
+    if (!as<NSCoder>(coder))
+        return this;
     auto& archive = static_cast<NSCoder&>(*coder);
     m_active = archive.decodeObject("active");
     m_ttlConfig = archive.decodeObject("ttlConfig");
@@ -104,6 +107,8 @@ id TDConfig::initWithCoder(Object* coder)
 
 void TDConfig::encodeWithCoder(Object* coder)
 {
+    if (!as<NSCoder>(coder))
+        return;
     auto& archive = static_cast<NSCoder&>(*coder);
     archive.encodeObject(m_active, "active");
     archive.encodeObject(m_ttlConfig, "ttlConfig");

@@ -45,9 +45,9 @@ void swizzleMethods()
 
 const ClassDescription& TDGoogleV42Swizzler::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<TDGoogleV42Swizzler, NSObject>("TDGoogleV42Swizzler")
-              .classMethod<&swizzleMethods>(sel::swizzleMethods);
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<TDGoogleV42Swizzler, NSObject>("TDGoogleV42Swizzler")
+                                    .classMethod<&swizzleMethods>(sel::swizzleMethods));
     return description;
 }
 static const RegisteredClass registered { &TDGoogleV42Swizzler::classDescription };

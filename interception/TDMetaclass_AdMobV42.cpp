@@ -41,26 +41,26 @@ Value TDMetaclass_AdMobV42_banner::checkObjectForAmazon(id object)
 
 const ClassDescription& TDMetaclass_AdMobV42_banner::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<TDMetaclass_AdMobV42_banner, NSObject>("TDMetaclass_AdMobV42_banner")
-              .protocol(TDMetadataClassProtocol)
-              .classMethod<&adMob>(sel::getSDKName)
-              .classMethod<&version>(sel::getVersion)
-              .classMethod<&banner>(sel::adType)
-              .classMethod<&creativeId>(sel::getCreativeIDWithObject_withSupportObject)
-              .classMethod<&checkObjectForAmazon>(sel::getOtherInfoForView)
-              .classMethod<&formatId>(sel::getAdFormatId);
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<TDMetaclass_AdMobV42_banner, NSObject>("TDMetaclass_AdMobV42_banner")
+            .protocol(TDMetadataClassProtocol)
+            .classMethod<&adMob>(sel::getSDKName)
+            .classMethod<&version>(sel::getVersion)
+            .classMethod<&banner>(sel::adType)
+            .classMethod<&creativeId>(sel::getCreativeIDWithObject_withSupportObject)
+            .classMethod<&checkObjectForAmazon>(sel::getOtherInfoForView)
+            .classMethod<&formatId>(sel::getAdFormatId));
     return description;
 }
 static const RegisteredClass registeredAdMob { &TDMetaclass_AdMobV42_banner::classDescription };
 
 const ClassDescription& TDMetaclass_DFPV42_banner::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<TDMetaclass_DFPV42_banner, TDMetaclass_AdMobV42_banner>(
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<TDMetaclass_DFPV42_banner, TDMetaclass_AdMobV42_banner>(
             "TDMetaclass_DFPV42_banner")
-              .classMethod<&adManager>(sel::getSDKName)
-              .classMethod<&banner>(sel::adType);
+                                    .classMethod<&adManager>(sel::getSDKName)
+                                    .classMethod<&banner>(sel::adType));
     return description;
 }
 static const RegisteredClass registeredAdManager { &TDMetaclass_DFPV42_banner::classDescription };

@@ -25,14 +25,14 @@ std::string creativeId(id adView)
 
 const ClassDescription& TDMetaclass_MoPub_banner::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<TDMetaclass_MoPub_banner, NSObject>("TDMetaclass_MoPub_banner")
-              .protocol(TDMetadataClassProtocol)
-              .classMethod<&sdkName>(sel::getSDKName)
-              .classMethod<&version>(sel::getVersion)
-              .classMethod<&banner>(sel::adType)
-              .classMethod<&creativeId>(sel::getCreativeIDWithObject)
-              .classMethod<&formatId>(sel::getAdFormatId);
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<TDMetaclass_MoPub_banner, NSObject>("TDMetaclass_MoPub_banner")
+            .protocol(TDMetadataClassProtocol)
+            .classMethod<&sdkName>(sel::getSDKName)
+            .classMethod<&version>(sel::getVersion)
+            .classMethod<&banner>(sel::adType)
+            .classMethod<&creativeId>(sel::getCreativeIDWithObject)
+            .classMethod<&formatId>(sel::getAdFormatId));
     return description;
 }
 static const RegisteredClass registered { &TDMetaclass_MoPub_banner::classDescription };

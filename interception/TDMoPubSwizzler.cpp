@@ -37,9 +37,9 @@ void swizzleMethods()
 
 const ClassDescription& TDMoPubSwizzler::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<TDMoPubSwizzler, NSObject>("TDMoPubSwizzler")
-              .classMethod<&swizzleMethods>(sel::swizzleMethods);
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<TDMoPubSwizzler, NSObject>("TDMoPubSwizzler")
+                                    .classMethod<&swizzleMethods>(sel::swizzleMethods));
     return description;
 }
 static const RegisteredClass registered { &TDMoPubSwizzler::classDescription };

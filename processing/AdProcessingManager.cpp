@@ -5,6 +5,7 @@
 #include "platform/process/ProcessLocal.h"
 #include "platform/uikit/UIView.h"
 #include "processing/ProcessorsManager.h"
+#include "support/Guarded.h"
 #include "support/UIViewExtensions.h"
 
 namespace lumora {
@@ -16,8 +17,8 @@ ProcessOnce s_initialised;
 
 const ClassDescription& AdProcessingManager::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<AdProcessingManager, NSObject>("AdProcessingManager");
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<AdProcessingManager, NSObject>("AdProcessingManager"));
     return description;
 }
 static const RegisteredClass registered { &AdProcessingManager::classDescription };
@@ -28,7 +29,7 @@ void AdProcessingManager::frameworkWasInitialised()
 {
     s_initialised.run([] {
         for (const char* name : { "NSObject", "UIAlertView", "UIApplication", "UIWindow", "openURLSwizzler" })
-            send(NSClassFromString(name), sel::swizzleMethods);
+            guarded([&] { send(NSClassFromString(name), sel::swizzleMethods); });
     });
 }
 

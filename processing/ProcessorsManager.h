@@ -13,7 +13,7 @@ public:
     static const ClassDescription& classDescription();
     static ProcessorsManager& sharedInstance();
 
-    /// Registers a processor and hands it what was parked for its ad.
+    /// Registers a processor and hands it what was parked for its ad; null is ignored.
     void addProcessor(const std::shared_ptr<LMAdViewProcessor>& processor);
     void removeProcessor(const std::shared_ptr<LMAdViewProcessor>& processor);
     /// A snapshot, in the order of registration.

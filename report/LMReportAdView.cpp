@@ -13,15 +13,15 @@ constexpr double roomyHeight = 230;
 
 const ClassDescription& LMReportAdView::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<LMReportAdView, UIView>("LMReportAdView")
-              .protocol(LMReportAdViewRoundedButtonDelegate)
-              .method<&LMReportAdView::onButtonClose>(onButtonCloseSelector)
-              .method<&LMReportAdView::reportButtonDidTouched>(sel::reportButtonDidTouched)
-              .variable<&LMReportAdView::m_buttonOffensiveContent>("buttonOffensiveContent")
-              .variable<&LMReportAdView::m_buttonRepetitiveAd>("buttonRepetitiveAd")
-              .variable<&LMReportAdView::m_buttonFraud>("buttonFraud")
-              .variable<&LMReportAdView::m_buttonClose>("buttonClose");
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<LMReportAdView, UIView>("LMReportAdView")
+            .protocol(LMReportAdViewRoundedButtonDelegate)
+            .method<&LMReportAdView::onButtonClose>(onButtonCloseSelector)
+            .method<&LMReportAdView::reportButtonDidTouched>(sel::reportButtonDidTouched)
+            .variable<&LMReportAdView::m_buttonOffensiveContent>("buttonOffensiveContent")
+            .variable<&LMReportAdView::m_buttonRepetitiveAd>("buttonRepetitiveAd")
+            .variable<&LMReportAdView::m_buttonFraud>("buttonFraud")
+            .variable<&LMReportAdView::m_buttonClose>("buttonClose"));
     return description;
 }
 static const RegisteredClass registered { &LMReportAdView::classDescription };

@@ -14,12 +14,12 @@ constexpr double timeToSeeTheChoice = 1.0;
 
 const ClassDescription& LMReportAdViewRoundedButton::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<LMReportAdViewRoundedButton, UIButton>("LMReportAdViewRoundedButton")
-              .method<&LMReportAdViewRoundedButton::initWithFrame>(sel::initWithFrame)
-              .method<&LMReportAdViewRoundedButton::initWithCoder>(sel::initWithCoder)
-              .method<&LMReportAdViewRoundedButton::layoutSubviews>(sel::layoutSubviews)
-              .method<&LMReportAdViewRoundedButton::didTouchUpInside>(didTouchUpInsideSelector);
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<LMReportAdViewRoundedButton, UIButton>("LMReportAdViewRoundedButton")
+            .method<&LMReportAdViewRoundedButton::initWithFrame>(sel::initWithFrame)
+            .method<&LMReportAdViewRoundedButton::initWithCoder>(sel::initWithCoder)
+            .method<&LMReportAdViewRoundedButton::layoutSubviews>(sel::layoutSubviews)
+            .method<&LMReportAdViewRoundedButton::didTouchUpInside>(didTouchUpInsideSelector));
     return description;
 }
 static const RegisteredClass registered { &LMReportAdViewRoundedButton::classDescription };

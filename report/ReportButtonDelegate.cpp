@@ -7,10 +7,10 @@ namespace lumora {
 
 const ClassDescription& ReportButtonDelegate::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<ReportButtonDelegate, NSObject>("LMReportButtonDelegateObject")
-              .protocol(ReportButtonDelegateProtocol)
-              .method<&ReportButtonDelegate::received>(sel::reportButtonWasClickedInView);
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<ReportButtonDelegate, NSObject>("LMReportButtonDelegateObject")
+            .protocol(ReportButtonDelegateProtocol)
+            .method<&ReportButtonDelegate::received>(sel::reportButtonWasClickedInView));
     return description;
 }
 

@@ -31,22 +31,21 @@ Value configuredButtonTap()
 
 const ClassDescription& TDButtonHandler::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<TDButtonHandler, NSObject>("TDButtonHandler")
-              .protocol(LMSwipableReportViewControllerDelegate)
-              .protocol(LMReportAdViewDelegate)
-              .protocol("UIGestureRecognizerDelegate")
-              .method<&TDButtonHandler::handleButtonTapAction>(sel::handleButtonTapAction)
-              .method<&TDButtonHandler::swipableReportViewControllerDidClosed>(
-                  sel::swipableReportViewControllerDidClosed)
-              .method<&TDButtonHandler::swipableReportViewControllerDidCanceled>(
-                  sel::swipableReportViewControllerDidCanceled)
-              .method<&TDButtonHandler::reportAdViewDidCanceled>(sel::reportAdViewDidCanceled)
-              .method<&TDButtonHandler::reportAdViewDidTouchReportButton>(
-                  sel::reportAdViewDidTouchReportButton)
-              .method<&TDButtonHandler::shouldRequireFailure>(sel::gestureRecognizerShouldRequireFailureOf)
-              .method<&TDButtonHandler::shouldBeRequiredToFail>(
-                  sel::gestureRecognizerShouldBeRequiredToFailBy);
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<TDButtonHandler, NSObject>("TDButtonHandler")
+            .protocol(LMSwipableReportViewControllerDelegate)
+            .protocol(LMReportAdViewDelegate)
+            .protocol("UIGestureRecognizerDelegate")
+            .method<&TDButtonHandler::handleButtonTapAction>(sel::handleButtonTapAction)
+            .method<&TDButtonHandler::swipableReportViewControllerDidClosed>(
+                sel::swipableReportViewControllerDidClosed)
+            .method<&TDButtonHandler::swipableReportViewControllerDidCanceled>(
+                sel::swipableReportViewControllerDidCanceled)
+            .method<&TDButtonHandler::reportAdViewDidCanceled>(sel::reportAdViewDidCanceled)
+            .method<&TDButtonHandler::reportAdViewDidTouchReportButton>(sel::reportAdViewDidTouchReportButton)
+            .method<&TDButtonHandler::shouldRequireFailure>(sel::gestureRecognizerShouldRequireFailureOf)
+            .method<&TDButtonHandler::shouldBeRequiredToFail>(
+                sel::gestureRecognizerShouldBeRequiredToFailBy));
     return description;
 }
 static const RegisteredClass registered { &TDButtonHandler::classDescription };

@@ -38,17 +38,17 @@ bool hasSafeArea()
 
 const ClassDescription& TDReportButtonView::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<TDReportButtonView, UIView>("TDReportButtonView")
-              .method<&TDReportButtonView::initWithCoder>(sel::initWithCoder)
-              .method<&TDReportButtonView::layoutSubviews>(sel::layoutSubviews)
-              .method<&TDReportButtonView::intrinsicContentSize>(sel::intrinsicContentSize)
-              .method<&TDReportButtonView::setDelegate>(sel::setDelegate)
-              .variable<&TDReportButtonView::m_iconView>("iconView")
-              .variable<&TDReportButtonView::m_textLabel>("textLabel")
-              .variable<&TDReportButtonView::m_closeView>("closeView")
-              .variable<&TDReportButtonView::m_buttonBackground>("buttonBackground")
-              .variable<&TDReportButtonView::m_xWidthConstraint>("xWidthConstraint");
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<TDReportButtonView, UIView>("TDReportButtonView")
+            .method<&TDReportButtonView::initWithCoder>(sel::initWithCoder)
+            .method<&TDReportButtonView::layoutSubviews>(sel::layoutSubviews)
+            .method<&TDReportButtonView::intrinsicContentSize>(sel::intrinsicContentSize)
+            .method<&TDReportButtonView::setDelegate>(sel::setDelegate)
+            .variable<&TDReportButtonView::m_iconView>("iconView")
+            .variable<&TDReportButtonView::m_textLabel>("textLabel")
+            .variable<&TDReportButtonView::m_closeView>("closeView")
+            .variable<&TDReportButtonView::m_buttonBackground>("buttonBackground")
+            .variable<&TDReportButtonView::m_xWidthConstraint>("xWidthConstraint"));
     return description;
 }
 static const RegisteredClass registered { &TDReportButtonView::classDescription };

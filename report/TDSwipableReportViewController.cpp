@@ -14,20 +14,20 @@ constexpr double sheetCornerRadius = 30;
 
 const ClassDescription& TDSwipableReportViewController::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<TDSwipableReportViewController, UIViewController>(
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<TDSwipableReportViewController, UIViewController>(
             "TDSwipableReportViewController")
-              .protocol(LMReportAdViewRoundedButtonDelegate)
-              .method<&TDSwipableReportViewController::viewDidLoad>(sel::viewDidLoad)
-              .method<&TDSwipableReportViewController::viewDidLayoutSubviews>(sel::viewDidLayoutSubviews)
-              .method<&TDSwipableReportViewController::closeView>(closeViewSelector)
-              .method<&TDSwipableReportViewController::reportButtonDidTouched>(sel::reportButtonDidTouched)
-              .variable<&TDSwipableReportViewController::m_overlayView>("overlayView")
-              .variable<&TDSwipableReportViewController::m_menuView>("menuView")
-              .variable<&TDSwipableReportViewController::m_offensiveButton>("offensiveButton")
-              .variable<&TDSwipableReportViewController::m_repetitiveButton>("repetitiveButton")
-              .variable<&TDSwipableReportViewController::m_fraudButton>("fraudButton")
-              .variable<&TDSwipableReportViewController::m_safeAreaRootView>("safeAreaRootView");
+            .protocol(LMReportAdViewRoundedButtonDelegate)
+            .method<&TDSwipableReportViewController::viewDidLoad>(sel::viewDidLoad)
+            .method<&TDSwipableReportViewController::viewDidLayoutSubviews>(sel::viewDidLayoutSubviews)
+            .method<&TDSwipableReportViewController::closeView>(closeViewSelector)
+            .method<&TDSwipableReportViewController::reportButtonDidTouched>(sel::reportButtonDidTouched)
+            .variable<&TDSwipableReportViewController::m_overlayView>("overlayView")
+            .variable<&TDSwipableReportViewController::m_menuView>("menuView")
+            .variable<&TDSwipableReportViewController::m_offensiveButton>("offensiveButton")
+            .variable<&TDSwipableReportViewController::m_repetitiveButton>("repetitiveButton")
+            .variable<&TDSwipableReportViewController::m_fraudButton>("fraudButton")
+            .variable<&TDSwipableReportViewController::m_safeAreaRootView>("safeAreaRootView"));
     return description;
 }
 static const RegisteredClass registered { &TDSwipableReportViewController::classDescription };

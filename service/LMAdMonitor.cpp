@@ -19,8 +19,9 @@ constexpr int64_t never = -1;
 
 const ClassDescription& LMAdMonitor::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<LMAdMonitor, NSObject>("LMAdMonitor")
-                                                    .method<&LMAdMonitor::configTimer>(configTimerSelector);
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<LMAdMonitor, NSObject>("LMAdMonitor")
+                                    .method<&LMAdMonitor::configTimer>(configTimerSelector));
     return description;
 }
 static const RegisteredClass registered { &LMAdMonitor::classDescription };

@@ -19,11 +19,11 @@ constexpr double intervalWithoutConfig = 5.0;
 
 const ClassDescription& LMEventsManager::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<LMEventsManager, NSObject>("LMEventsManager")
-              .method<&LMEventsManager::init>(sel::init)
-              .method<&LMEventsManager::configTimer>(configTimerSelector)
-              .method<&LMEventsManager::newConfigArrived>(sel::newConfigArrived);
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<LMEventsManager, NSObject>("LMEventsManager")
+                                    .method<&LMEventsManager::init>(sel::init)
+                                    .method<&LMEventsManager::configTimer>(configTimerSelector)
+                                    .method<&LMEventsManager::newConfigArrived>(sel::newConfigArrived));
     return description;
 }
 static const RegisteredClass registered { &LMEventsManager::classDescription };

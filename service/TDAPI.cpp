@@ -5,7 +5,7 @@
 #include "platform/foundation/NSJSONSerialization.h"
 #include "platform/foundation/NSRegularExpression.h"
 #include "platform/foundation/NSString.h"
-#include "platform/process/Lock.h"
+#include "platform/process/AtomicProperty.h"
 #include "platform/process/ProcessLocal.h"
 #include "platform/uikit/UIDevice.h"
 #include "service/ServiceConfiguration.h"
@@ -15,11 +15,7 @@ namespace lumora {
 
 namespace {
 
-struct AuthKey {
-    Lock lock;
-    std::optional<std::string> text LUMORA_GUARDED_BY(lock);
-};
-ProcessLocal<AuthKey> s_authKey;
+ProcessLocal<AtomicProperty<std::optional<std::string>>> s_authKey;
 
 NSDictionary deviceFields()
 {
@@ -88,18 +84,14 @@ std::string TDAPI::getURLWithType(EndpointType) { return LUMORA_CONFIGURATION_SE
 
 void TDAPI::setNewAuthKey(const std::optional<std::string>& key)
 {
-    if (!key)
-        return;
-    AuthKey& stored = s_authKey.get();
-    Locker hold(stored.lock);
-    stored.text = *key;
+    if (key)
+        s_authKey.get().set(key);
 }
 
 std::string TDAPI::getBearer()
 {
-    AuthKey& stored = s_authKey.get();
-    Locker hold(stored.lock);
-    return stringWithFormat("Bearer %@", { stored.text ? Value { *stored.text } : Value {} });
+    const std::optional<std::string> key = s_authKey.get().get();
+    return stringWithFormat("Bearer %@", { key ? Value { *key } : Value {} });
 }
 
 NSMutableURLRequest TDAPI::createURLRequestWithURL(const std::string& url, const std::string& andMethod)
@@ -116,8 +108,8 @@ NSMutableURLRequest TDAPI::createURLRequestWithURL(const std::string& url, const
 
 std::optional<std::string> TDAPI::getIntNumbersFromString(std::string_view text)
 {
-    static const std::optional<NSRegularExpression> digits
-        = NSRegularExpression::regularExpressionWithPattern("\\d+", false);
+    static const auto& digits
+        = *new std::optional(NSRegularExpression::regularExpressionWithPattern("\\d+", false));
     const auto match = digits->firstMatchInString(text);
     return match ? std::optional(match->text) : std::nullopt;
 }

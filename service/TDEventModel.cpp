@@ -9,11 +9,11 @@ namespace lumora {
 
 const ClassDescription& TDEventModel::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<TDEventModel, NSObject>("TDEventModel")
-              .method<&TDEventModel::init>(sel::init)
-              .method<&TDEventModel::initWithCoder>(sel::initWithCoder)
-              .method<&TDEventModel::encodeWithCoder>(sel::encodeWithCoder);
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<TDEventModel, NSObject>("TDEventModel")
+                                    .method<&TDEventModel::init>(sel::init)
+                                    .method<&TDEventModel::initWithCoder>(sel::initWithCoder)
+                                    .method<&TDEventModel::encodeWithCoder>(sel::encodeWithCoder));
     return description;
 }
 static const RegisteredClass registered { &TDEventModel::classDescription };
@@ -34,6 +34,8 @@ id TDEventModel::init()
 
 id TDEventModel::initWithCoder(Object* coder)
 {
+    if (!as<NSCoder>(coder))
+        return this;
     auto& archive = static_cast<NSCoder&>(*coder);
     auto text = [&](std::string_view key) {
         const Value value = archive.decodeObject(key);
@@ -60,6 +62,8 @@ id TDEventModel::initWithCoder(Object* coder)
 
 void TDEventModel::encodeWithCoder(Object* coder)
 {
+    if (!as<NSCoder>(coder))
+        return;
     auto& archive = static_cast<NSCoder&>(*coder);
     archive.encodeObject(boxed(creativeId()), "creativeId");
     archive.encodeObject(boxed(placementId()), "placementId");

@@ -16,8 +16,9 @@ constinit const TypedSelector<void()> sendLogSelector { "sendLog" };
 
 const ClassDescription& LMLogManager::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<LMLogManager, NSObject>("LMLogManager")
-                                                    .method<&LMLogManager::sendLog>(sendLogSelector);
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<LMLogManager, NSObject>("LMLogManager")
+                                    .method<&LMLogManager::sendLog>(sendLogSelector));
     return description;
 }
 static const RegisteredClass registered { &LMLogManager::classDescription };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 /// Which build this is: "@(#)PROGRAM:Lumora  PROJECT:Lumora-3" and a line feed.
@@ -19,6 +20,15 @@ public:
     /// replaces the key. Calls that come while start-up runs on another thread wait for it. Any thread; never
     /// throws, never waits for the network.
     static void initiateTrackerWithKey(std::string_view key);
+    /// The same for a text that may be null, which counts as empty.
+    static void initiateTrackerWithKey(const char* key)
+    {
+        initiateTrackerWithKey(std::string_view { key ? key : "" });
+    }
+    static void initiateTrackerWithKey(const std::string& key)
+    {
+        initiateTrackerWithKey(std::string_view { key });
+    }
 
 private:
     static void initAutomaticMode();

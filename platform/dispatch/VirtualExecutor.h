@@ -21,7 +21,7 @@ public:
     explicit VirtualExecutor(Process& process, double start = epoch);
     ~VirtualExecutor() override;
 
-    /// Runs what is due now, and what that posts for now.
+    /// Runs what is due now, and what that posts for the same instant.
     void drain();
     /// Moves the time, running each due task at its own instant.
     void advance(double seconds);

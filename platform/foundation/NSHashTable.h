@@ -24,13 +24,12 @@ public:
     void removeObject(const T* object)
     {
         std::erase_if(
-            m_members, [&](const auto& member) { return member.expired() || member.lock().get() == object; });
+            m_members, [&](const auto& member) { return member.expired() || isSame(member, object); });
     }
     bool containsObject(const T* object) const
     {
-        return object && std::any_of(m_members.begin(), m_members.end(), [&](const auto& member) {
-            return member.lock().get() == object;
-        });
+        return std::any_of(
+            m_members.begin(), m_members.end(), [&](const auto& member) { return isSame(member, object); });
     }
     /// The living members, each held by the answer.
     std::vector<std::shared_ptr<T>> allObjects() const
@@ -49,6 +48,17 @@ public:
     void removeAllObjects() { m_members.clear(); }
 
 private:
+    // By owner: a strong reference taken to compare could be the last one, and the member die under its
+    // owner's lock.
+    static bool isSame(const std::weak_ptr<T>& member, const T* object)
+    {
+        if constexpr (requires { object->weak_from_this(); }) {
+            const auto owner = object ? object->weak_from_this() : decltype(object->weak_from_this()) {};
+            return object && !member.owner_before(owner) && !owner.owner_before(member);
+        } else
+            return object && member.lock().get() == object;
+    }
+
     mutable std::vector<std::weak_ptr<T>> m_members;
 };
 

@@ -43,7 +43,8 @@ std::optional<std::string> bytesOfUUID(std::string_view text)
 
 const ClassDescription& NSCoder::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<NSCoder, NSObject>("NSCoder");
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<NSCoder, NSObject>("NSCoder"));
     return description;
 }
 static const RegisteredClass registeredCoder { &NSCoder::classDescription };
@@ -64,8 +65,8 @@ class NSKeyedArchiver final : public NSCoder {
 public:
     static const ClassDescription& classDescription()
     {
-        static const ClassDescription description
-            = ClassDescription::of<NSKeyedArchiver, NSCoder>("NSKeyedArchiver");
+        static const auto& description
+            = *new ClassDescription(ClassDescription::of<NSKeyedArchiver, NSCoder>("NSKeyedArchiver"));
         return description;
     }
 
@@ -213,8 +214,8 @@ class NSKeyedUnarchiver final : public NSCoder {
 public:
     static const ClassDescription& classDescription()
     {
-        static const ClassDescription description
-            = ClassDescription::of<NSKeyedUnarchiver, NSCoder>("NSKeyedUnarchiver");
+        static const auto& description
+            = *new ClassDescription(ClassDescription::of<NSKeyedUnarchiver, NSCoder>("NSKeyedUnarchiver"));
         return description;
     }
 

@@ -9,8 +9,8 @@ namespace lumora {
 
 const ClassDescription& NSNotification::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<NSNotification, NSObject>("NSNotification");
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<NSNotification, NSObject>("NSNotification"));
     return description;
 }
 static const RegisteredClass registered { &NSNotification::classDescription };

@@ -11,7 +11,8 @@ namespace lumora {
 
 const ClassDescription& NSTimer::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<NSTimer, NSObject>("NSTimer");
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<NSTimer, NSObject>("NSTimer"));
     return description;
 }
 static const RegisteredClass registered { &NSTimer::classDescription };

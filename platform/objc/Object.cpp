@@ -34,15 +34,15 @@ Object::~Object() { delete m_sideTable.load(std::memory_order_acquire); }
 
 const ClassDescription& NSObject::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<NSObject, void>("NSObject").method<&NSObject::init>(sel::init);
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<NSObject, void>("NSObject").method<&NSObject::init>(sel::init));
     return description;
 }
 static const RegisteredClass registeredNSObject { &NSObject::classDescription };
 
 const ClassDescription& NSProxy::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<NSProxy, void>("NSProxy");
+    static const auto& description = *new ClassDescription(ClassDescription::of<NSProxy, void>("NSProxy"));
     return description;
 }
 static const RegisteredClass registeredNSProxy { &NSProxy::classDescription };

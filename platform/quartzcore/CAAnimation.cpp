@@ -69,7 +69,8 @@ double CACurrentMediaTime() { return Process::current().now(); }
 
 const ClassDescription& CAAnimation::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<CAAnimation, NSObject>("CAAnimation");
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<CAAnimation, NSObject>("CAAnimation"));
     return description;
 }
 static const RegisteredClass registeredCAAnimation { &CAAnimation::classDescription };
@@ -92,8 +93,8 @@ std::optional<double> CAAnimation::cycleTime(double time) const
 
 const ClassDescription& CABasicAnimation::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<CABasicAnimation, CAAnimation>("CABasicAnimation");
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<CABasicAnimation, CAAnimation>("CABasicAnimation"));
     return description;
 }
 static const RegisteredClass registeredCABasicAnimation { &CABasicAnimation::classDescription };
@@ -122,8 +123,8 @@ void CABasicAnimation::apply(
 
 const ClassDescription& CAAnimationGroup::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<CAAnimationGroup, CAAnimation>("CAAnimationGroup");
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<CAAnimationGroup, CAAnimation>("CAAnimationGroup"));
     return description;
 }
 static const RegisteredClass registeredCAAnimationGroup { &CAAnimationGroup::classDescription };

@@ -12,26 +12,27 @@ namespace lumora {
 const ClassDescription& CALayer::classDescription()
 {
     auto layer = [](Object& object) -> CALayer& { return static_cast<CALayer&>(object); };
-    static const ClassDescription description
-        = ClassDescription::of<CALayer, NSObject>("CALayer")
-              .variable(
-                  "superlayer", [=](Object& object) { return Value { retain(layer(object).superlayer()) }; })
-              .variable("sublayers",
-                  [=](Object& object) {
-                      const auto sublayers = layer(object).sublayers();
-                      return Value { NSArray(sublayers.begin(), sublayers.end()) };
-                  })
-              .variable<&CALayer::m_opacity>("opacity")
-              .variable<&CALayer::m_zPosition>("zPosition")
-              .variable<&CALayer::m_cornerRadius>("cornerRadius")
-              .variable<&CALayer::m_hidden>("hidden");
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<CALayer, NSObject>("CALayer")
+            .variable(
+                "superlayer", [=](Object& object) { return Value { retain(layer(object).superlayer()) }; })
+            .variable("sublayers",
+                [=](Object& object) {
+                    const auto sublayers = layer(object).sublayers();
+                    return Value { NSArray(sublayers.begin(), sublayers.end()) };
+                })
+            .variable<&CALayer::m_opacity>("opacity")
+            .variable<&CALayer::m_zPosition>("zPosition")
+            .variable<&CALayer::m_cornerRadius>("cornerRadius")
+            .variable<&CALayer::m_hidden>("hidden"));
     return description;
 }
 static const RegisteredClass registeredCALayer { &CALayer::classDescription };
 
 const ClassDescription& CAShapeLayer::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<CAShapeLayer, CALayer>("CAShapeLayer");
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<CAShapeLayer, CALayer>("CAShapeLayer"));
     return description;
 }
 static const RegisteredClass registeredCAShapeLayer { &CAShapeLayer::classDescription };

@@ -12,23 +12,23 @@ const ClassDescription& NSLayoutConstraint::classDescription()
 {
     auto constraint
         = [](Object& object) -> NSLayoutConstraint& { return static_cast<NSLayoutConstraint&>(object); };
-    static const ClassDescription description
-        = ClassDescription::of<NSLayoutConstraint, NSObject>("NSLayoutConstraint")
-              .method<&NSLayoutConstraint::firstItem>("firstItem"_sel)
-              .method<&NSLayoutConstraint::secondItem>("secondItem"_sel)
-              .variable(
-                  "constant", [=](Object& object) { return Value { constraint(object).constant() }; },
-                  [=](Object& object, const Value& value) {
-                      constraint(object).setConstant(value.doubleValue());
-                  });
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<NSLayoutConstraint, NSObject>("NSLayoutConstraint")
+            .method<&NSLayoutConstraint::firstItem>("firstItem"_sel)
+            .method<&NSLayoutConstraint::secondItem>("secondItem"_sel)
+            .variable(
+                "constant", [=](Object& object) { return Value { constraint(object).constant() }; },
+                [=](Object& object, const Value& value) {
+                    constraint(object).setConstant(value.doubleValue());
+                }));
     return description;
 }
 static const RegisteredClass registeredNSLayoutConstraint { &NSLayoutConstraint::classDescription };
 
 const ClassDescription& UILayoutGuide::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<UILayoutGuide, NSObject>("UILayoutGuide");
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<UILayoutGuide, NSObject>("UILayoutGuide"));
     return description;
 }
 static const RegisteredClass registeredUILayoutGuide { &UILayoutGuide::classDescription };

@@ -13,13 +13,13 @@ static UIApplication* shared() { return &UIApplication::sharedApplication(); }
 
 const ClassDescription& UIApplication::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<UIApplication, UIResponder>("UIApplication")
-              .classMethod<&shared>("sharedApplication"_sel)
-              .method<&UIApplication::openURL>(sel::openURL)
-              .method<&UIApplication::openURLWithOptions>(sel::openURLWithOptions)
-              .variable<&UIApplication::m_keyWindow>("keyWindow")
-              .variable<&UIApplication::m_state>("applicationState");
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<UIApplication, UIResponder>("UIApplication")
+                                    .classMethod<&shared>("sharedApplication"_sel)
+                                    .method<&UIApplication::openURL>(sel::openURL)
+                                    .method<&UIApplication::openURLWithOptions>(sel::openURLWithOptions)
+                                    .variable<&UIApplication::m_keyWindow>("keyWindow")
+                                    .variable<&UIApplication::m_state>("applicationState"));
     return description;
 }
 static const RegisteredClass registeredUIApplication { &UIApplication::classDescription };

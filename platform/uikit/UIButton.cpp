@@ -6,17 +6,17 @@ namespace lumora {
 
 const ClassDescription& UIButton::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<UIButton, UIView>("UIButton")
-              .method<&UIButton::layoutSubviews>(sel::layoutSubviews)
-              .method<&UIButton::intrinsicContentSize>(sel::intrinsicContentSize)
-              .method<&UIButton::drawRect>(sel::drawRect)
-              .method<&UIButton::touchesBegan>(sel::touchesBegan)
-              .method<&UIButton::touchesEnded>(sel::touchesEnded)
-              .method<&UIButton::touchesCancelled>(sel::touchesCancelled)
-              .method<&UIButton::recognizesTogether>(sel::gestureRecognizerShouldRecognizeSimultaneouslyWith)
-              .variable<&UIButton::m_highlighted>("highlighted")
-              .variable<&UIButton::m_selected>("selected");
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<UIButton, UIView>("UIButton")
+            .method<&UIButton::layoutSubviews>(sel::layoutSubviews)
+            .method<&UIButton::intrinsicContentSize>(sel::intrinsicContentSize)
+            .method<&UIButton::drawRect>(sel::drawRect)
+            .method<&UIButton::touchesBegan>(sel::touchesBegan)
+            .method<&UIButton::touchesEnded>(sel::touchesEnded)
+            .method<&UIButton::touchesCancelled>(sel::touchesCancelled)
+            .method<&UIButton::recognizesTogether>(sel::gestureRecognizerShouldRecognizeSimultaneouslyWith)
+            .variable<&UIButton::m_highlighted>("highlighted")
+            .variable<&UIButton::m_selected>("selected"));
     return description;
 }
 static const RegisteredClass registeredUIButton { &UIButton::classDescription };

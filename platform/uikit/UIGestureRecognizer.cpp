@@ -10,9 +10,9 @@ namespace lumora {
 
 const ClassDescription& UITouch::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<UITouch, NSObject>("UITouch")
-                                                    .variable<&UITouch::m_tapCount>("tapCount")
-                                                    .variable<&UITouch::m_view>("view");
+    static const auto& description = *new ClassDescription(ClassDescription::of<UITouch, NSObject>("UITouch")
+                                                               .variable<&UITouch::m_tapCount>("tapCount")
+                                                               .variable<&UITouch::m_view>("view"));
     return description;
 }
 static const RegisteredClass registeredUITouch { &UITouch::classDescription };
@@ -33,16 +33,16 @@ CGPoint UITouch::locationInView(UIView* view) const
 
 const ClassDescription& UIGestureRecognizer::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<UIGestureRecognizer, NSObject>("UIGestureRecognizer")
-              .method<&UIGestureRecognizer::view>("view"_sel)
-              .method<&UIGestureRecognizer::delegate>("delegate"_sel)
-              .method<&UIGestureRecognizer::touchesBegan>(sel::touchesBegan)
-              .method<&UIGestureRecognizer::touchesMoved>(sel::touchesMoved)
-              .method<&UIGestureRecognizer::touchesEnded>(sel::touchesEnded)
-              .method<&UIGestureRecognizer::touchesCancelled>(sel::touchesCancelled)
-              .variable<&UIGestureRecognizer::m_state>("state")
-              .variable<&UIGestureRecognizer::m_enabled>("enabled");
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<UIGestureRecognizer, NSObject>("UIGestureRecognizer")
+                                    .method<&UIGestureRecognizer::view>("view"_sel)
+                                    .method<&UIGestureRecognizer::delegate>("delegate"_sel)
+                                    .method<&UIGestureRecognizer::touchesBegan>(sel::touchesBegan)
+                                    .method<&UIGestureRecognizer::touchesMoved>(sel::touchesMoved)
+                                    .method<&UIGestureRecognizer::touchesEnded>(sel::touchesEnded)
+                                    .method<&UIGestureRecognizer::touchesCancelled>(sel::touchesCancelled)
+                                    .variable<&UIGestureRecognizer::m_state>("state")
+                                    .variable<&UIGestureRecognizer::m_enabled>("enabled"));
     return description;
 }
 static const RegisteredClass registeredUIGestureRecognizer { &UIGestureRecognizer::classDescription };

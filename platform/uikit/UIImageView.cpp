@@ -6,10 +6,10 @@ namespace lumora {
 
 const ClassDescription& UIImageView::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<UIImageView, UIView>("UIImageView")
-              .method<&UIImageView::intrinsicContentSize>(sel::intrinsicContentSize)
-              .method<&UIImageView::drawRect>(sel::drawRect);
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<UIImageView, UIView>("UIImageView")
+                                    .method<&UIImageView::intrinsicContentSize>(sel::intrinsicContentSize)
+                                    .method<&UIImageView::drawRect>(sel::drawRect));
     return description;
 }
 static const RegisteredClass registeredUIImageView { &UIImageView::classDescription };

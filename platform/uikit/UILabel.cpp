@@ -4,16 +4,16 @@ namespace lumora {
 
 const ClassDescription& UILabel::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<UILabel, UIView>("UILabel")
-              .method<&UILabel::intrinsicContentSize>(sel::intrinsicContentSize)
-              .method<&UILabel::sizeThatFits>(sel::sizeThatFits)
-              .method<&UILabel::drawRect>(sel::drawRect)
-              .variable(
-                  "text", [](Object& object) { return Value { static_cast<UILabel&>(object).text() }; },
-                  [](Object& object, const Value& value) {
-                      static_cast<UILabel&>(object).setText(value.stringOrEmpty());
-                  });
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<UILabel, UIView>("UILabel")
+            .method<&UILabel::intrinsicContentSize>(sel::intrinsicContentSize)
+            .method<&UILabel::sizeThatFits>(sel::sizeThatFits)
+            .method<&UILabel::drawRect>(sel::drawRect)
+            .variable(
+                "text", [](Object& object) { return Value { static_cast<UILabel&>(object).text() }; },
+                [](Object& object, const Value& value) {
+                    static_cast<UILabel&>(object).setText(value.stringOrEmpty());
+                }));
     return description;
 }
 static const RegisteredClass registeredUILabel { &UILabel::classDescription };

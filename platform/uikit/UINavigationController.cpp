@@ -4,9 +4,9 @@ namespace lumora {
 
 const ClassDescription& UINavigationController::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<UINavigationController, UIViewController>("UINavigationController")
-              .method<&UINavigationController::topViewController>("topViewController"_sel);
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<UINavigationController, UIViewController>("UINavigationController")
+            .method<&UINavigationController::topViewController>("topViewController"_sel));
     return description;
 }
 static const RegisteredClass registeredUINavigationController { &UINavigationController::classDescription };

@@ -4,13 +4,13 @@ namespace lumora {
 
 const ClassDescription& UIResponder::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<UIResponder, NSObject>("UIResponder")
-              .method<&UIResponder::nextResponder>(sel::nextResponder)
-              .method<&UIResponder::touchesBegan>(sel::touchesBegan)
-              .method<&UIResponder::touchesMoved>(sel::touchesMoved)
-              .method<&UIResponder::touchesEnded>(sel::touchesEnded)
-              .method<&UIResponder::touchesCancelled>(sel::touchesCancelled);
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<UIResponder, NSObject>("UIResponder")
+                                    .method<&UIResponder::nextResponder>(sel::nextResponder)
+                                    .method<&UIResponder::touchesBegan>(sel::touchesBegan)
+                                    .method<&UIResponder::touchesMoved>(sel::touchesMoved)
+                                    .method<&UIResponder::touchesEnded>(sel::touchesEnded)
+                                    .method<&UIResponder::touchesCancelled>(sel::touchesCancelled));
     return description;
 }
 static const RegisteredClass registeredUIResponder { &UIResponder::classDescription };

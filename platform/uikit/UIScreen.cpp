@@ -6,7 +6,8 @@ namespace lumora {
 
 const ClassDescription& UIScreen::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<UIScreen, NSObject>("UIScreen");
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<UIScreen, NSObject>("UIScreen"));
     return description;
 }
 static const RegisteredClass registeredUIScreen { &UIScreen::classDescription };

@@ -4,8 +4,8 @@ namespace lumora {
 
 const ClassDescription& UISplitViewController::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<UISplitViewController, UIViewController>("UISplitViewController");
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<UISplitViewController, UIViewController>("UISplitViewController"));
     return description;
 }
 static const RegisteredClass registeredUISplitViewController { &UISplitViewController::classDescription };

@@ -9,10 +9,10 @@ static constexpr double longestSwipeTime = 0.5;
 
 const ClassDescription& UISwipeGestureRecognizer::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<UISwipeGestureRecognizer, UIGestureRecognizer>("UISwipeGestureRecognizer")
-              .method<&UISwipeGestureRecognizer::touchesBegan>(sel::touchesBegan)
-              .method<&UISwipeGestureRecognizer::touchesMoved>(sel::touchesMoved);
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<UISwipeGestureRecognizer, UIGestureRecognizer>("UISwipeGestureRecognizer")
+            .method<&UISwipeGestureRecognizer::touchesBegan>(sel::touchesBegan)
+            .method<&UISwipeGestureRecognizer::touchesMoved>(sel::touchesMoved));
     return description;
 }
 static const RegisteredClass registeredUISwipeGestureRecognizer {

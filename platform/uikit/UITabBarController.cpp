@@ -4,9 +4,9 @@ namespace lumora {
 
 const ClassDescription& UITabBarController::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<UITabBarController, UIViewController>("UITabBarController")
-              .method<&UITabBarController::selectedViewController>("selectedViewController"_sel);
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<UITabBarController, UIViewController>("UITabBarController")
+            .method<&UITabBarController::selectedViewController>("selectedViewController"_sel));
     return description;
 }
 static const RegisteredClass registeredUITabBarController { &UITabBarController::classDescription };

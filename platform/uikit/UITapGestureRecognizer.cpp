@@ -9,13 +9,13 @@ namespace lumora {
 
 const ClassDescription& UITapGestureRecognizer::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<UITapGestureRecognizer, UIGestureRecognizer>("UITapGestureRecognizer")
-              .method<&UITapGestureRecognizer::touchesBegan>(sel::touchesBegan)
-              .method<&UITapGestureRecognizer::touchesMoved>(sel::touchesMoved)
-              .method<&UITapGestureRecognizer::touchesEnded>(sel::touchesEnded)
-              .variable<&UITapGestureRecognizer::m_tapsRequired>("numberOfTapsRequired")
-              .variable<&UITapGestureRecognizer::m_touchesRequired>("numberOfTouchesRequired");
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<UITapGestureRecognizer, UIGestureRecognizer>("UITapGestureRecognizer")
+            .method<&UITapGestureRecognizer::touchesBegan>(sel::touchesBegan)
+            .method<&UITapGestureRecognizer::touchesMoved>(sel::touchesMoved)
+            .method<&UITapGestureRecognizer::touchesEnded>(sel::touchesEnded)
+            .variable<&UITapGestureRecognizer::m_tapsRequired>("numberOfTapsRequired")
+            .variable<&UITapGestureRecognizer::m_touchesRequired>("numberOfTouchesRequired"));
     return description;
 }
 static const RegisteredClass registeredUITapGestureRecognizer { &UITapGestureRecognizer::classDescription };

@@ -45,47 +45,47 @@ static IMP addGestureRecognizerMessage()
 const ClassDescription& UIView::classDescription()
 {
     auto view = [](Object& object) -> UIView& { return static_cast<UIView&>(object); };
-    static const ClassDescription description
-        = ClassDescription::of<UIView, UIResponder>("UIView")
-              .method<&UIView::init>(sel::init)
-              .method<&UIView::initWithFrame>(sel::initWithFrame)
-              .method<&UIView::initWithCoder>(sel::initWithCoder)
-              .method<&UIView::awakeFromNib>(sel::awakeFromNib)
-              .classMethod<&UIView::layerClass>(sel::layerClass)
-              .method<&UIView::superview>(sel::superview)
-              .method<&UIView::window>(sel::window)
-              .method(sel::addSubview, addSubviewMessage())
-              .method<&UIView::removeFromSuperview>(sel::removeFromSuperview)
-              .method<&UIView::didMoveToSuperview>(sel::didMoveToSuperview)
-              .method<&UIView::didMoveToWindow>(sel::didMoveToWindow)
-              .method<&UIView::setNeedsLayout>(sel::setNeedsLayout)
-              .method<&UIView::layoutSubviews>(sel::layoutSubviews)
-              .method<&UIView::intrinsicContentSize>(sel::intrinsicContentSize)
-              .method<&UIView::sizeThatFits>(sel::sizeThatFits)
-              .method<&UIView::hitTest>(sel::hitTest)
-              .method<&UIView::pointInside>(sel::pointInside)
-              .method<&UIView::drawRect>(sel::drawRect)
-              .method<&UIView::nextResponder>(sel::nextResponder)
-              .method(sel::addGestureRecognizer, addGestureRecognizerMessage())
-              .method<&UIView::removeGestureRecognizer>(sel::removeGestureRecognizer)
-              .variable("layer", [=](Object& object) { return Value { retain(&view(object).layer()) }; })
-              .variable("subviews",
-                  [=](Object& object) {
-                      const auto subviews = view(object).subviews();
-                      return Value { NSArray(subviews.begin(), subviews.end()) };
-                  })
-              .variable(
-                  "frame", [=](Object& object) { return boxed(view(object).frame()); },
-                  [=](Object& object, const Value& value) { view(object).setFrame(unboxed(value)); })
-              .variable("bounds", [=](Object& object) { return boxed(view(object).bounds()); })
-              .variable(
-                  "hidden", [=](Object& object) { return Value { view(object).isHidden() }; },
-                  [=](Object& object, const Value& value) { view(object).setHidden(value.boolValue()); })
-              .variable(
-                  "alpha", [=](Object& object) { return Value { view(object).alpha() }; },
-                  [=](Object& object, const Value& value) { view(object).setAlpha(value.doubleValue()); })
-              .variable<&UIView::m_tag>("tag")
-              .variable<&UIView::m_userInteractionEnabled>("userInteractionEnabled");
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<UIView, UIResponder>("UIView")
+            .method<&UIView::init>(sel::init)
+            .method<&UIView::initWithFrame>(sel::initWithFrame)
+            .method<&UIView::initWithCoder>(sel::initWithCoder)
+            .method<&UIView::awakeFromNib>(sel::awakeFromNib)
+            .classMethod<&UIView::layerClass>(sel::layerClass)
+            .method<&UIView::superview>(sel::superview)
+            .method<&UIView::window>(sel::window)
+            .method(sel::addSubview, addSubviewMessage())
+            .method<&UIView::removeFromSuperview>(sel::removeFromSuperview)
+            .method<&UIView::didMoveToSuperview>(sel::didMoveToSuperview)
+            .method<&UIView::didMoveToWindow>(sel::didMoveToWindow)
+            .method<&UIView::setNeedsLayout>(sel::setNeedsLayout)
+            .method<&UIView::layoutSubviews>(sel::layoutSubviews)
+            .method<&UIView::intrinsicContentSize>(sel::intrinsicContentSize)
+            .method<&UIView::sizeThatFits>(sel::sizeThatFits)
+            .method<&UIView::hitTest>(sel::hitTest)
+            .method<&UIView::pointInside>(sel::pointInside)
+            .method<&UIView::drawRect>(sel::drawRect)
+            .method<&UIView::nextResponder>(sel::nextResponder)
+            .method(sel::addGestureRecognizer, addGestureRecognizerMessage())
+            .method<&UIView::removeGestureRecognizer>(sel::removeGestureRecognizer)
+            .variable("layer", [=](Object& object) { return Value { retain(&view(object).layer()) }; })
+            .variable("subviews",
+                [=](Object& object) {
+                    const auto subviews = view(object).subviews();
+                    return Value { NSArray(subviews.begin(), subviews.end()) };
+                })
+            .variable(
+                "frame", [=](Object& object) { return boxed(view(object).frame()); },
+                [=](Object& object, const Value& value) { view(object).setFrame(unboxed(value)); })
+            .variable("bounds", [=](Object& object) { return boxed(view(object).bounds()); })
+            .variable(
+                "hidden", [=](Object& object) { return Value { view(object).isHidden() }; },
+                [=](Object& object, const Value& value) { view(object).setHidden(value.boolValue()); })
+            .variable(
+                "alpha", [=](Object& object) { return Value { view(object).alpha() }; },
+                [=](Object& object, const Value& value) { view(object).setAlpha(value.doubleValue()); })
+            .variable<&UIView::m_tag>("tag")
+            .variable<&UIView::m_userInteractionEnabled>("userInteractionEnabled"));
     return description;
 }
 static const RegisteredClass registeredUIView { &UIView::classDescription };

@@ -22,34 +22,34 @@ const ClassDescription& UIViewController::classDescription()
 {
     auto controller
         = [](Object& object) -> UIViewController& { return static_cast<UIViewController&>(object); };
-    static const ClassDescription description
-        = ClassDescription::of<UIViewController, UIResponder>("UIViewController")
-              .method<&UIViewController::initWithCoder>(sel::initWithCoder)
-              .method<&UIViewController::awakeFromNib>(sel::awakeFromNib)
-              .method<&UIViewController::nextResponder>(sel::nextResponder)
-              .method<&UIViewController::view>("view"_sel)
-              .method<&UIViewController::loadView>(sel::loadView)
-              .method<&UIViewController::viewDidLoad>(sel::viewDidLoad)
-              .method<&UIViewController::viewWillAppear>(sel::viewWillAppear)
-              .method<&UIViewController::viewDidAppear>(sel::viewDidAppear)
-              .method<&UIViewController::viewWillDisappear>(sel::viewWillDisappear)
-              .method<&UIViewController::viewDidDisappear>(sel::viewDidDisappear)
-              .method<&UIViewController::viewWillLayoutSubviews>(sel::viewWillLayoutSubviews)
-              .method<&UIViewController::viewDidLayoutSubviews>(sel::viewDidLayoutSubviews)
-              .method(sel::presentViewController, presentMessage())
-              .method<&UIViewController::dismissViewController>(sel::dismissViewController)
-              .method<&UIViewController::presentedViewController>("presentedViewController"_sel)
-              .method<&UIViewController::presentingViewController>("presentingViewController"_sel)
-              .method<&UIViewController::parentViewController>("parentViewController"_sel)
-              .variable(
-                  "view", [=](Object& object) { return Value { retain(controller(object).view()) }; },
-                  [=](Object& object, const Value& value) {
-                      controller(object).setView(as<UIView>(value.object()));
-                  })
-              .variable("childViewControllers", [=](Object& object) {
-                  const auto& children = controller(object).childViewControllers();
-                  return Value { NSArray(children.begin(), children.end()) };
-              });
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<UIViewController, UIResponder>("UIViewController")
+            .method<&UIViewController::initWithCoder>(sel::initWithCoder)
+            .method<&UIViewController::awakeFromNib>(sel::awakeFromNib)
+            .method<&UIViewController::nextResponder>(sel::nextResponder)
+            .method<&UIViewController::view>("view"_sel)
+            .method<&UIViewController::loadView>(sel::loadView)
+            .method<&UIViewController::viewDidLoad>(sel::viewDidLoad)
+            .method<&UIViewController::viewWillAppear>(sel::viewWillAppear)
+            .method<&UIViewController::viewDidAppear>(sel::viewDidAppear)
+            .method<&UIViewController::viewWillDisappear>(sel::viewWillDisappear)
+            .method<&UIViewController::viewDidDisappear>(sel::viewDidDisappear)
+            .method<&UIViewController::viewWillLayoutSubviews>(sel::viewWillLayoutSubviews)
+            .method<&UIViewController::viewDidLayoutSubviews>(sel::viewDidLayoutSubviews)
+            .method(sel::presentViewController, presentMessage())
+            .method<&UIViewController::dismissViewController>(sel::dismissViewController)
+            .method<&UIViewController::presentedViewController>("presentedViewController"_sel)
+            .method<&UIViewController::presentingViewController>("presentingViewController"_sel)
+            .method<&UIViewController::parentViewController>("parentViewController"_sel)
+            .variable(
+                "view", [=](Object& object) { return Value { retain(controller(object).view()) }; },
+                [=](Object& object, const Value& value) {
+                    controller(object).setView(as<UIView>(value.object()));
+                })
+            .variable("childViewControllers", [=](Object& object) {
+                const auto& children = controller(object).childViewControllers();
+                return Value { NSArray(children.begin(), children.end()) };
+            }));
     return description;
 }
 static const RegisteredClass registeredUIViewController { &UIViewController::classDescription };

@@ -11,12 +11,12 @@ namespace lumora {
 
 const ClassDescription& UIWindow::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<UIWindow, UIView>("UIWindow")
-              .method<&UIWindow::initWithFrame>(sel::initWithFrame)
-              .method<&UIWindow::nextResponder>(sel::nextResponder)
-              .method<&UIWindow::makeKeyAndVisible>("makeKeyAndVisible"_sel)
-              .variable<&UIWindow::m_rootViewController>("rootViewController");
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<UIWindow, UIView>("UIWindow")
+                                    .method<&UIWindow::initWithFrame>(sel::initWithFrame)
+                                    .method<&UIWindow::nextResponder>(sel::nextResponder)
+                                    .method<&UIWindow::makeKeyAndVisible>("makeKeyAndVisible"_sel)
+                                    .variable<&UIWindow::m_rootViewController>("rootViewController"));
     return description;
 }
 static const RegisteredClass registeredUIWindow { &UIWindow::classDescription };

@@ -4,17 +4,18 @@ namespace lumora {
 
 const ClassDescription& WKNavigation::classDescription()
 {
-    static const ClassDescription description = ClassDescription::of<WKNavigation, NSObject>("WKNavigation");
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<WKNavigation, NSObject>("WKNavigation"));
     return description;
 }
 static const RegisteredClass registeredWKNavigation { &WKNavigation::classDescription };
 
 const ClassDescription& WKNavigationAction::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<WKNavigationAction, NSObject>("WKNavigationAction")
-              .method<&WKNavigationAction::navigationType>("navigationType"_sel)
-              .method<&WKNavigationAction::request>("request"_sel);
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<WKNavigationAction, NSObject>("WKNavigationAction")
+                                    .method<&WKNavigationAction::navigationType>("navigationType"_sel)
+                                    .method<&WKNavigationAction::request>("request"_sel));
     return description;
 }
 static const RegisteredClass registeredWKNavigationAction { &WKNavigationAction::classDescription };
@@ -30,8 +31,8 @@ std::shared_ptr<WKNavigationAction> WKNavigationAction::with(
 
 const ClassDescription& WKNavigationResponse::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<WKNavigationResponse, NSObject>("WKNavigationResponse");
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<WKNavigationResponse, NSObject>("WKNavigationResponse"));
     return description;
 }
 static const RegisteredClass registeredWKNavigationResponse { &WKNavigationResponse::classDescription };

@@ -10,42 +10,42 @@ namespace lumora {
 const ClassDescription& WKWebViewConfiguration::classDescription()
 {
     using Self = WKWebViewConfiguration;
-    static const ClassDescription description
-        = ClassDescription::of<Self, NSObject>("WKWebViewConfiguration")
-              .method<&Self::allowsInlineMediaPlayback>("allowsInlineMediaPlayback"_sel)
-              .method<&Self::setAllowsInlineMediaPlayback>("setAllowsInlineMediaPlayback:"_sel)
-              .method<&Self::mediaTypesRequiringUserActionForPlayback>(
-                  "mediaTypesRequiringUserActionForPlayback"_sel)
-              .method<&Self::setMediaTypesRequiringUserActionForPlayback>(
-                  "setMediaTypesRequiringUserActionForPlayback:"_sel);
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<Self, NSObject>("WKWebViewConfiguration")
+            .method<&Self::allowsInlineMediaPlayback>("allowsInlineMediaPlayback"_sel)
+            .method<&Self::setAllowsInlineMediaPlayback>("setAllowsInlineMediaPlayback:"_sel)
+            .method<&Self::mediaTypesRequiringUserActionForPlayback>(
+                "mediaTypesRequiringUserActionForPlayback"_sel)
+            .method<&Self::setMediaTypesRequiringUserActionForPlayback>(
+                "setMediaTypesRequiringUserActionForPlayback:"_sel));
     return description;
 }
 static const RegisteredClass registeredWKWebViewConfiguration { &WKWebViewConfiguration::classDescription };
 
 const ClassDescription& WKWebView::classDescription()
 {
-    static const ClassDescription description
-        = ClassDescription::of<WKWebView, UIView>("WKWebView")
-              .method<&WKWebView::initWithFrame>(sel::initWithFrame)
-              .method<&WKWebView::initWithFrameConfiguration>(sel::initWithFrameConfiguration)
-              .method<&WKWebView::configuration>("configuration"_sel)
-              .method<&WKWebView::navigationDelegate>(sel::navigationDelegate)
-              .method<&WKWebView::setNavigationDelegate>(sel::setNavigationDelegate)
-              .method<&WKWebView::UIDelegate>(sel::uiDelegate)
-              .method<&WKWebView::setUIDelegate>(sel::setUIDelegate)
-              .method<&WKWebView::URL>(sel::url)
-              .method<&WKWebView::title>(sel::title)
-              .method<&WKWebView::isLoading>(sel::isLoading)
-              .method<&WKWebView::loadHTMLString>(sel::loadHTMLString)
-              .method<&WKWebView::loadRequest>(sel::loadRequest)
-              .method<&WKWebView::reload>(sel::reload)
-              .method<&WKWebView::stopLoading>(sel::stopLoading)
-              .method<&WKWebView::evaluateJavaScript>(sel::evaluateJavaScript)
-              .method<&WKWebView::drawRect>(sel::drawRect)
-              .method<&WKWebView::touchesBegan>(sel::touchesBegan)
-              .method<&WKWebView::touchesEnded>(sel::touchesEnded)
-              .method<&WKWebView::touchesCancelled>(sel::touchesCancelled)
-              .variable("loading", [](Object& view) { return Value { send<bool>(&view, sel::isLoading) }; });
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<WKWebView, UIView>("WKWebView")
+            .method<&WKWebView::initWithFrame>(sel::initWithFrame)
+            .method<&WKWebView::initWithFrameConfiguration>(sel::initWithFrameConfiguration)
+            .method<&WKWebView::configuration>("configuration"_sel)
+            .method<&WKWebView::navigationDelegate>(sel::navigationDelegate)
+            .method<&WKWebView::setNavigationDelegate>(sel::setNavigationDelegate)
+            .method<&WKWebView::UIDelegate>(sel::uiDelegate)
+            .method<&WKWebView::setUIDelegate>(sel::setUIDelegate)
+            .method<&WKWebView::URL>(sel::url)
+            .method<&WKWebView::title>(sel::title)
+            .method<&WKWebView::isLoading>(sel::isLoading)
+            .method<&WKWebView::loadHTMLString>(sel::loadHTMLString)
+            .method<&WKWebView::loadRequest>(sel::loadRequest)
+            .method<&WKWebView::reload>(sel::reload)
+            .method<&WKWebView::stopLoading>(sel::stopLoading)
+            .method<&WKWebView::evaluateJavaScript>(sel::evaluateJavaScript)
+            .method<&WKWebView::drawRect>(sel::drawRect)
+            .method<&WKWebView::touchesBegan>(sel::touchesBegan)
+            .method<&WKWebView::touchesEnded>(sel::touchesEnded)
+            .method<&WKWebView::touchesCancelled>(sel::touchesCancelled)
+            .variable("loading", [](Object& view) { return Value { send<bool>(&view, sel::isLoading) }; }));
     return description;
 }
 static const RegisteredClass registeredWKWebView { &WKWebView::classDescription };

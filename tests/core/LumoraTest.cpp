@@ -29,8 +29,12 @@ TEST(LumoraTest, ShortKeysAreRefusedAndTouchNothing)
     EXPECT_EQ(world.phone.console().lines(), std::vector<std::string>(4, refusal));
     EXPECT_EQ(world.service.configurationFetches().size(), 0u);
     EXPECT_EQ(TDAPI::getBearer(), "Bearer (null)");
+    EXPECT_EQ(world.phone.clock().pendingTasks(), 0u);
+    Lumora::initiateTrackerWithKey(static_cast<const char*>(nullptr));
     Lumora::initiateTrackerWithKey(keyOf30);
-    EXPECT_EQ(TDAPI::getBearer(), "Bearer " + keyOf30) << "a later valid key still starts";
+    world.phone.wait(1);
+    EXPECT_EQ(TDAPI::getBearer(), "Bearer " + keyOf30);
+    EXPECT_EQ(world.service.configurationFetches().size(), 1u) << "a later valid key still starts";
 }
 
 TEST(LumoraTest, AKeyIsTrimmedAndCountedInCharacters)
@@ -85,7 +89,7 @@ TEST(LumoraTest, StartUpSaysSoButNeverThatItWasInitiated)
     EXPECT_FALSE(world.phone.console().contains("was initiated"));
 }
 
-TEST(LumoraTest, AnAppWithoutAdSDKsGetsTheWebViewHookAtMost)
+TEST(LumoraTest, AnAppWithoutAdSDKsStartsInSilence)
 {
     World world { { .adjust = [](Phone::Options& options) { options.onBoot = nullptr; } } };
     world.start();
@@ -93,26 +97,69 @@ TEST(LumoraTest, AnAppWithoutAdSDKsGetsTheWebViewHookAtMost)
     EXPECT_TRUE(TDActivationManager::sharedInstance().getConfig());
 }
 
+/// Classes of the names that start-up knows and nobody has yet, each writing down that it was called.
+std::string& called()
+{
+    static std::string names;
+    return names;
+}
+void writeDown(id self, SEL)
+{
+    called() += object_getClassName(self) + " ";
+    if (object_getClassName(self) == "TDUnitySwizzler")
+        throw std::runtime_error("one that fails");
+    Lumora::initiateTrackerWithKey(keyOf30);
+}
+
+TEST(LumoraTest, TheHooksGoInOnceInTheirOrder)
+{
+    called().clear();
+    std::string expected;
+    World world;
+    for (const char* name :
+        { "TDInMobiSwizzler", "TDFacebookSwizzler", "TDAdColonySwizzler", "TDUnitySwizzler", "TDAOLSwizzler",
+            "TDSmaatoSwizzler", "TDVungleSwizzler", "TDTapjoySwizzler", "TDVerizonSwizzler",
+            "TDOpenXSwizzler", "TDIronsourceSwizzler", "TDAppNexusSwizzler", "TDVerveSwizzler",
+            "TDTeadsSwizzler", "TDTaboolaSwizzler", "TDSpotXSwizzler", "TDAppLovinSwizzler" }) {
+        ClassBuilder(name, classOf<NSObject>()).classMethod("swizzleMethods"_sel, &writeDown);
+        expected += std::string { name } + " ";
+    }
+    world.start();
+    world.start();
+    EXPECT_EQ(called(), expected) << "also when one fails, and when one starts the library again";
+}
+
+std::atomic<bool> s_released { false };
+void waitForRelease(id, SEL)
+{
+    while (!s_released)
+        std::this_thread::yield();
+}
+
 TEST(LumoraTest, ConcurrentFirstCallsWaitForOneStartUp)
 {
+    s_released = false;
     Phone phone { { .virtualTime = false } };
+    ClassBuilder("TDAppLovinSwizzler", classOf<NSObject>())
+        .classMethod("swizzleMethods"_sel, &waitForRelease);
     std::vector<std::thread> callers;
-    std::atomic<int> incomplete { 0 };
+    std::atomic<int> returned { 0 };
+    std::atomic<int> entered { 0 };
     for (int i = 0; i < 8; i++) {
         callers.emplace_back([&] {
             Process::Scope scope(phone.process());
+            entered++;
             Lumora::initiateTrackerWithKey(keyOf30);
-            // Placements are set late in start-up: whoever returned must see them.
-            if (TDReportButtonPlacement::sharedInstance().checkForUserCustomPlacementForAdWithName(
-                    "Teads", "interstitial")
-                != 4)
-                incomplete++;
+            returned++;
         });
     }
+    while (entered < 8)
+        std::this_thread::yield();
+    EXPECT_EQ(returned, 0) << "start-up is held open";
+    s_released = true;
     for (std::thread& caller : callers)
         caller.join();
-    EXPECT_EQ(incomplete, 0);
-    phone.wait(0.2);
+    phone.waitUntil([&] { return !tests::timersNamed(phone, "LMAdMonitor configTimer]").empty(); }, 10);
     EXPECT_EQ(tests::timersNamed(phone, "LMAdMonitor configTimer]").size(), 1u);
 }
 

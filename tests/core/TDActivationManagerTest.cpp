@@ -20,21 +20,39 @@ public:
     }
     void heard(Object* config)
     {
+        onMain = Process::current().isMainThread();
         records.push_back(retain(as<TDConfig>(config)));
         if (onRecord)
             onRecord();
     }
     std::vector<std::shared_ptr<TDConfig>> records;
+    bool onMain { true };
     std::function<void()> onRecord;
 };
 
-/// What the gate answered so far: 'y' or 'n' each, in lower case when on the main thread.
+/// Asks the gate and answers what it said at once. Each answer is 'y' or 'n', upper case when it came off the
+/// main thread.
 std::string ask(std::string& answers)
 {
     const size_t before = answers.size();
-    TDActivationManager::sharedInstance().checkActivationWithBlock(
-        [&answers](bool active) { answers += active ? 'y' : 'n'; });
+    TDActivationManager::sharedInstance().checkActivationWithBlock([&answers](bool active) {
+        const char letter = active ? 'y' : 'n';
+        answers += Process::current().isMainThread() ? letter : static_cast<char>(letter - 'a' + 'A');
+    });
     return answers.substr(before);
+}
+
+/// A started library without a timer of its own: only what is asked here goes to the service.
+void activateOnly()
+{
+    TDAPI::setNewAuthKey(tests::validKey);
+    TDActivationManager::sharedInstance().activate();
+}
+
+double timeToLive(const World& world)
+{
+    return TDActivationManager::sharedInstance().getConfig()->ttlConfig().doubleValue()
+        - world.phone.process().now();
 }
 
 size_t fetches(const World& world) { return world.service.configurationFetches().size(); }
@@ -67,39 +85,95 @@ TEST(TDActivationManagerTest, WhileLoadingTheGateSaysNoAndQueuesNobody)
 TEST(TDActivationManagerTest, AnExpiredRecordIsFetchedQuietly)
 {
     World world { { .record = R"({"active": true, "ttlConfig": 100})" } };
-    world.start();
-    // Take the refresh away, so that only the gate asks.
-    world.phone.clock().advanceClockOnly(101);
+    activateOnly();
+    const auto listener = make<ConfigListener>();
+    TDActivationManager::sharedInstance().addNewConfigListener(listener);
     std::string answers;
     EXPECT_EQ(ask(answers), "");
     EXPECT_EQ(ask(answers), "n") << "the second of two in a row finds it loading";
-    bool onMain = false;
-    world.phone.waitUntil(
-        [&] {
-            onMain = world.phone.process().isMainThread();
-            return answers.size() == 2;
-        },
-        1);
-    EXPECT_EQ(answers, "ny");
-    EXPECT_TRUE(onMain);
+    world.phone.wait(1);
+    EXPECT_EQ(answers, "ny") << "what waited comes on the main queue";
+    world.phone.wait(100);
+    EXPECT_EQ(fetches(world), 1u);
+    EXPECT_EQ(ask(answers), "") << "expired again";
+    world.phone.wait(1);
+    EXPECT_EQ(answers, "nyy");
+    EXPECT_EQ(fetches(world), 2u);
+    EXPECT_TRUE(listener->records.empty()) << "a quiet fetch tells nobody";
+    EXPECT_TRUE(tests::timersNamed(world.phone, "getNewConfig]").empty()) << "and arms nothing";
 }
 
 TEST(TDActivationManagerTest, AFailedQuietFetchSaysNoForFiveMinutes)
 {
     World world { { .record = R"({"active": true, "ttlConfig": 100})" } };
-    world.start();
+    activateOnly();
     world.setServiceAway(true);
-    world.phone.clock().advanceClockOnly(101);
     std::string answers;
     ask(answers);
-    // The refresh timer fails too, but only its own answer disables buttons and arms again.
-    TDActivationManager::sharedInstance().checkConfigWithoutRepeatedUpdatingWithSuccess(
-        [&](bool active) { answers += active ? 'Y' : 'N'; });
-    world.phone.wait(0.5);
-    EXPECT_EQ(answers.find('y'), std::string::npos);
-    const auto config = TDActivationManager::sharedInstance().getConfig();
-    EXPECT_FALSE(config->active().boolValue());
-    EXPECT_TRUE(config->isFresh());
+    world.phone.wait(1);
+    EXPECT_EQ(answers, "n");
+    EXPECT_NEAR(timeToLive(world), 300, 1.5);
+    world.setServiceAway(false);
+    world.phone.wait(298);
+    EXPECT_EQ(ask(answers), "n");
+    world.phone.wait(2);
+    EXPECT_EQ(fetches(world), 0u);
+    ask(answers);
+    world.phone.wait(1);
+    EXPECT_EQ(answers, "nny");
+}
+
+TEST(TDActivationManagerTest, AStaleQuietAnswerIsReplacedByTheDefaults)
+{
+    World world { { .record = R"({"active": true, "ttlConfig": 0})" } };
+    activateOnly();
+    std::string answers;
+    ask(answers);
+    world.phone.wait(1);
+    EXPECT_EQ(answers, "n");
+    EXPECT_FALSE(TDActivationManager::sharedInstance().getConfig()->active().boolValue());
+    EXPECT_NEAR(timeToLive(world), 300, 1.5);
+}
+
+TEST(TDActivationManagerTest, LoadingGoesBeforeFreshness)
+{
+    World world;
+    world.start();
+    std::string answers;
+    TDActivationManager::sharedInstance().getNewConfig();
+    EXPECT_EQ(ask(answers), "n") << "fresh, but a request is in flight";
+    TDActivationManager::sharedInstance().checkActivationWithBlock(nullptr);
+    world.phone.wait(1);
+    EXPECT_EQ(fetches(world), 2u) << "without a callback a fresh record asks nobody";
+    TDActivationManager::sharedInstance().getNewConfig();
+    TDActivationManager::sharedInstance().getNewConfig();
+    world.phone.wait(1);
+    EXPECT_EQ(tests::timersNamed(world.phone, "getNewConfig]").size(), 1u) << "two answers, one timer";
+}
+
+TEST(TDActivationManagerTest, EachFailureOfTheRefreshDisablesTheButtons)
+{
+    World world { { .record = R"({"active": true, "ttlConfig": 100})" } };
+    world.start();
+    const auto banner = world.showMoPub();
+    ASSERT_TRUE(tests::buttonOn(*banner));
+    world.setServiceAway(true);
+    world.phone.wait(100);
+    EXPECT_FALSE(tests::buttonOn(*banner));
+}
+
+TEST(TDActivationManagerTest, ATransportThatRaisesIsAFailureLikeAnyOther)
+{
+    class Raising final : public HTTPTransport {
+    public:
+        void start(HTTPExchangeRequest, Completion) override { throw std::runtime_error("out of threads"); }
+        void stop() override { }
+    };
+    Phone phone { { .makeTransport = [] { return std::make_shared<Raising>(); } } };
+    EXPECT_NO_THROW(Lumora::initiateTrackerWithKey(tests::validKey));
+    phone.wait(1);
+    EXPECT_NEAR(tests::timersNamed(phone, "getNewConfig]").at(0), 59, 0.1);
+    EXPECT_EQ(tests::timersNamed(phone, "configTimer]").size(), 2u) << "the other steps ran";
 }
 
 TEST(TDActivationManagerTest, TheRecordIsRefreshedWhenItsTimeEnds)
@@ -191,6 +265,7 @@ TEST(TDActivationManagerTest, ListenersAreWeakAndMayChangeWhileTheyAreTold)
     world.start();
     EXPECT_EQ(first->records.size(), 1u) << "added twice, told once";
     EXPECT_EQ(last->records.size(), 1u) << "an exception of one stops no other";
+    EXPECT_FALSE(last->onMain) << "on the queue that delivered it";
     EXPECT_TRUE(late->records.empty());
     world.phone.wait(11);
     EXPECT_EQ(late->records.size(), 1u);

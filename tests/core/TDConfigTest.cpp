@@ -61,7 +61,8 @@ TEST_F(TDConfigTest, TimesToLiveAsTheServiceWritesThem)
     };
     for (const auto& row : rows)
         EXPECT_DOUBLE_EQ(timeToLive(row.json), row.expected) << row.json;
-    EXPECT_TRUE(std::isfinite(timeToLive(R"({"ttlConfig": 1e300})"))) << "saturates";
+    EXPECT_GE(timeToLive(R"({"ttlConfig": 1e300})"), 9e18) << "saturates";
+    EXPECT_LE(timeToLive(R"({"ttlConfig": -1e300})"), -9e18);
 }
 
 TEST_F(TDConfigTest, TapsOfTheButton)
@@ -97,6 +98,68 @@ TEST_F(TDConfigTest, ActiveIsAnythingThatReadsAsTrue)
     EXPECT_TRUE(from(R"({"active": 1})")->active().boolValue());
     EXPECT_TRUE(from(R"({"active": "1"})")->active().boolValue());
     EXPECT_FALSE(from(R"({"active": "yes"})")->active().boolValue());
+}
+
+constexpr const char* everyKey
+    = R"({"active": 1, "ttlConfig": 11, "reportHTML": 3, "inspectHTML": 4, "eventHTML": 5,
+    "buttonTap": 6, "retryAfter": 7, "retryLimit": 8, "hideButton": 9, "sendingHTML": 10, "sdks": ["MoPub"]})";
+
+void expectEveryKey(const TDConfig& config)
+{
+    const std::pair<const Value*, int> rows[]
+        = { { &config.active(), 1 }, { &config.reportHTML(), 3 }, { &config.inspectHTML(), 4 },
+              { &config.eventHTML(), 5 }, { &config.buttonTap(), 6 }, { &config.retryAfter(), 7 },
+              { &config.retryLimit(), 8 }, { &config.hideButton(), 9 }, { &config.sendingHTML(), 10 } };
+    for (const auto& [value, expected] : rows)
+        EXPECT_EQ(*value, Value { expected });
+    EXPECT_EQ(config.sdks(), std::vector<std::string> { "MoPub" });
+}
+
+TEST_F(TDConfigTest, EveryKeyHasItsProperty) { expectEveryKey(*from(everyKey)); }
+
+TEST_F(TDConfigTest, MalformedNumbersFallBackToTheirOwnDefault)
+{
+    for (const char* bad : { R"("x")", "null", "[]", "{}" }) {
+        const std::string json = std::string { R"({"retryAfter": )" } + bad + R"(, "retryLimit": )" + bad
+            + R"(, "sendingHTML": )" + bad + "}";
+        const auto config = from(json);
+        EXPECT_EQ(config->retryAfter(), Value { 300 }) << bad;
+        EXPECT_EQ(config->retryLimit(), Value { 5 }) << bad;
+        EXPECT_EQ(config->sendingHTML(), Value { -1 }) << bad;
+    }
+}
+
+/// Lists what is written to it and answers nothing.
+class ListingCoder final : public NSCoder {
+public:
+    static const ClassDescription& classDescription()
+    {
+        static const ClassDescription description
+            = ClassDescription::of<ListingCoder, NSCoder>("TestListingCoder");
+        return description;
+    }
+    void encodeObject(const Value&, std::string_view forKey) override
+    {
+        keys += std::string { forKey } + " ";
+    }
+    Value decodeObject(std::string_view) override { return {}; }
+    std::string keys;
+};
+
+TEST_F(TDConfigTest, TheArchivesKeysAndTheirOrder)
+{
+    const auto config = from(everyKey);
+    const auto coder = make<ListingCoder>();
+    send(config, sel::encodeWithCoder, coder);
+    EXPECT_EQ(coder->keys,
+        "active ttlConfig buttonTap reportHTML inspectHTML eventHTML retryAfter retryLimit hideButton "
+        "sendingHTML sdks ");
+    expectEveryKey(
+        *as<TDConfig>(unarchiveObjectWithData(archivedDataWithRootObject(Value { config })).object()));
+    send(config, sel::initWithCoder, coder);
+    EXPECT_TRUE(config->retryAfter().isNothing()) << "no defaults";
+    EXPECT_TRUE(config->active().isNothing());
+    EXPECT_NO_THROW(send(config, sel::initWithCoder, make<NSObject>())) << "no coder at all";
 }
 
 TEST_F(TDConfigTest, LookUpWithoutDictionaryKeyOrDefault)
