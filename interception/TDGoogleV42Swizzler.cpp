@@ -29,8 +29,7 @@ void lumora_bannerShowOctagon(id self, SEL _cmd, id ad)
             = getValueFromObject(self, { "_bannerView._bannerAd._adView._view._view._viewToSwap._webView" });
         if (const std::shared_ptr<Object> view = webView.object()) {
             LMReportButtonHelper::addReportButtonToView(view.get(), nullptr,
-                { { "metaclass", retain(metaclassForReceiver(self)) },
-                    { "supportview", Value::weak(support.object()) } });
+                { { "metaclass", retain(metaclassForReceiver(self)) }, { "supportview", support } });
         }
     });
     bannerShowIMP(self, _cmd, ad);

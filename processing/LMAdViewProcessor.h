@@ -13,8 +13,8 @@ class TDEventModel;
 class LMAdViewProcessor : public NSObject {
 public:
     using EventCompletion = std::function<void(const std::shared_ptr<TDEventModel>&)>;
-    /// The markup, and whether it is new.
-    using HTMLCompletion = std::function<void(const std::string& html, bool changed)>;
+    /// Whether the markup could be read, and the markup.
+    using HTMLCompletion = std::function<void(bool success, const std::string& html)>;
 
     /// What the markup is read for; the configuration switches the first three.
     enum class HTMLPurpose { Inspection = 0, Report = 1, Event = 2, AdRecord = 3 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "lumora/LMReportButtonHelper.h"
 #include "platform/objc/Message.h"
 
 namespace lumora {
@@ -35,7 +36,6 @@ inline constinit const TypedSelector<void()> swipableReportViewControllerDidCanc
     "swipableReportViewControllerDidCanceled"
 };
 inline constinit const TypedSelector<void(id)> handleButtonTapAction { "handleButtonTapAction:" };
-inline constinit const TypedSelector<void(id)> setDelegate { "setDelegate:" };
 }
 
 }

@@ -37,6 +37,7 @@ const ClassDescription& TDButtonHandler::classDescription()
             .protocol(LMReportAdViewDelegate)
             .protocol("UIGestureRecognizerDelegate")
             .method<&TDButtonHandler::handleButtonTapAction>(sel::handleButtonTapAction)
+            .method<&TDButtonHandler::sendReportWithInfo>(sel::sendReportWithInfo)
             .method<&TDButtonHandler::swipableReportViewControllerDidClosed>(
                 sel::swipableReportViewControllerDidClosed)
             .method<&TDButtonHandler::swipableReportViewControllerDidCanceled>(
@@ -71,7 +72,7 @@ void TDButtonHandler::handleButtonTapAction(Object* recognizer)
 {
     const auto button = m_buttonView.lock();
     const auto* tap = as<UITapGestureRecognizer>(recognizer);
-    if (!button || !tap)
+    if (!button)
         return;
     if (button->buttonState() == TDReportButtonView::State::Full) {
         if (m_vcState != FlowState::Idle)
@@ -82,7 +83,7 @@ void TDButtonHandler::handleButtonTapAction(Object* recognizer)
         else
             presentReportAdForBannersAndNativeAdType();
     } else if (button->buttonState() == TDReportButtonView::State::Icon) {
-        if (tap->numberOfTapsRequired() == configuredButtonTap().integerValue())
+        if (tap && tap->numberOfTapsRequired() == configuredButtonTap().integerValue())
             button->animateFromIconToFull();
     }
 }
@@ -190,11 +191,12 @@ void TDButtonHandler::swipableReportViewControllerDidCanceled()
         button->showButton();
 }
 
-void TDButtonHandler::sendReportWithInfo(const std::optional<std::string>& info)
+void TDButtonHandler::sendReportWithInfo(const Value& info)
 {
-    if (!info)
+    const std::string* reason = info.string();
+    if (!reason)
         return;
-    m_userReport = *info;
+    m_userReport = *reason;
     reportThisAd();
 }
 
@@ -279,7 +281,7 @@ void TDButtonHandler::reportThisAd()
         return sendEvent(event);
     event->setAdType(processor->getAdTypeInString());
     processor->getNewHTMLWithPurpose(
-        LMAdViewProcessor::HTMLPurpose::Report, [handler = self(), event](const std::string& html, bool) {
+        LMAdViewProcessor::HTMLPurpose::Report, [handler = self(), event](bool, const std::string& html) {
             event->setHtml(html);
             handler->sendEvent(event);
         });
@@ -331,7 +333,7 @@ void TDButtonHandler::getAdInfo()
         return;
     }
     processor->getNewHTMLWithPurpose(LMAdViewProcessor::HTMLPurpose::AdRecord,
-        [info](const std::string& html, bool) mutable { info.set("html", html); });
+        [info](bool, const std::string& html) mutable { info.set("html", html); });
 }
 
 } // namespace lumora

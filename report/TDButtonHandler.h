@@ -49,7 +49,7 @@ public:
     void reportThisAd();
     std::string getCreativeId() const;
     /// Reports with a text of the host's own; nothing is ignored.
-    void sendReportWithInfo(const std::optional<std::string>& info);
+    void sendReportWithInfo(const Value& info);
 
     // What the report screens tell. A screen that was closed without a reason leaves the button as it is.
     void swipableReportViewControllerDidClosed(const Value& userInfo);

@@ -13,6 +13,7 @@
 #include "report/ReportProtocols.h"
 #include "report/TDButtonManager.h"
 #include "service/TDAPI.h"
+#include "support/Guarded.h"
 
 #include <algorithm>
 
@@ -29,10 +30,11 @@ constexpr double shortFormWidthCorrection = 14.0;
 constexpr double captionPadding = 14.0;
 constexpr double aboveAdContent = 50;
 
+// Since version 11 of the system.
 bool hasSafeArea()
 {
-    return numberFromText(UIDevice::currentDevice().systemVersion().substr(0, 2)).value_or(11).integerValue()
-        >= 11;
+    const std::string& version = UIDevice::currentDevice().systemVersion();
+    return numberFromText(version.substr(0, version.find('.'))).value_or(11).integerValue() >= 11;
 }
 } // namespace
 
@@ -44,6 +46,8 @@ const ClassDescription& TDReportButtonView::classDescription()
             .method<&TDReportButtonView::layoutSubviews>(sel::layoutSubviews)
             .method<&TDReportButtonView::intrinsicContentSize>(sel::intrinsicContentSize)
             .method<&TDReportButtonView::setDelegate>(sel::setDelegate)
+            .method<&TDReportButtonView::sendReportWithInfo>(sel::sendReportWithInfo)
+            .variable<&TDReportButtonView::m_buttonHandler>("buttonHandler")
             .variable<&TDReportButtonView::m_iconView>("iconView")
             .variable<&TDReportButtonView::m_textLabel>("textLabel")
             .variable<&TDReportButtonView::m_closeView>("closeView")
@@ -87,9 +91,11 @@ void TDReportButtonView::attach(const std::shared_ptr<UIView>& adView, const NSD
     const std::shared_ptr<TDConfig> config = TDActivationManager::sharedInstance().getConfig();
     if (config && config->sdks() && m_buttonHandler->metadataClass()) {
         // Looks the network up in the list and changes nothing by it: kept, the list does not gate buttons.
-        const std::string name = send(m_buttonHandler->metadataClass(), sel::getSDKName);
-        static_cast<void>(std::any_of(config->sdks()->begin(), config->sdks()->end(),
-            [&](const std::string& listed) { return equalIgnoringCase(listed, name); }));
+        guarded([&] {
+            const std::string name = send(m_buttonHandler->metadataClass(), sel::getSDKName);
+            static_cast<void>(std::any_of(config->sdks()->begin(), config->sdks()->end(),
+                [&](const std::string& listed) { return equalIgnoringCase(listed, name); }));
+        });
     }
     checkAndUpdateButtonForm();
     configureGestureRecognizersDependOnFormButton();
@@ -351,6 +357,12 @@ void TDReportButtonView::setDelegate(Object* delegate)
 {
     if (m_buttonHandler && conformsToProtocol(delegate, ReportButtonDelegateProtocol))
         m_buttonHandler->setDelegate(retain(delegate));
+}
+
+void TDReportButtonView::sendReportWithInfo(const Value& info)
+{
+    if (m_buttonHandler)
+        m_buttonHandler->sendReportWithInfo(info);
 }
 
 CGSize TDReportButtonView::intrinsicContentSize()

@@ -82,6 +82,8 @@ public:
     void sendAdInfo();
     /// Handed on to the handler; dropped while there is none, and for nil or an object that does not conform.
     void setDelegate(Object* delegate);
+    /// Handed on to the handler; nothing happens while there is none.
+    void sendReportWithInfo(const Value& info);
 
     void layoutSubviews();
     CGSize intrinsicContentSize();

@@ -1,10 +1,18 @@
 #pragma once
 
-#include "platform/objc/Object.h"
+#include "platform/objc/Message.h"
 
 namespace lumora {
 
 class UIView;
+
+namespace sel {
+/// To a report button on an ad: the host's `ReportButtonDelegate`. Ignored for nil and for what does not
+/// conform.
+inline constinit const TypedSelector<void(id)> setDelegate { "setDelegate:" };
+/// To a report button on an ad: reports it with a text of the host's own; nothing is ignored.
+inline constinit const TypedSelector<void(Value)> sendReportWithInfo { "sendReportWithInfo:" };
+}
 
 /// Puts report buttons on ad views. Stateless. Any thread; the work on views is done on the main thread.
 class LMReportButtonHelper {

@@ -142,7 +142,10 @@ TEST_F(ReportFlowTest, CancellingTheOverlayTakesTheButtonForGood)
     const auto button = buttonOn(*banner);
     world.phone.tap(*button);
     world.phone.wait(0.5);
-    tests::find<LMReportAdView>(*banner)->onButtonClose();
+    const auto overlay = tests::find<LMReportAdView>(*banner);
+    overlay->setup();
+    EXPECT_EQ(overlay->subviews().back()->gestureRecognizers().size(), 1u) << "set up twice, one recognizer";
+    world.phone.tap(*overlay->subviews().back());
     world.phone.wait(0.29);
     EXPECT_TRUE(tests::find<LMReportAdView>(*banner));
     world.phone.wait(0.02);
@@ -199,8 +202,8 @@ TEST_F(ReportFlowTest, TheHostHearsOnceItAsksTheConfiguredButton)
     send(buttonOn(*view), sel::setDelegate, make<NSObject>());
     send(buttonOn(*view), sel::setDelegate, listener);
     listener->raises = true;
-    handler->sendReportWithInfo(std::nullopt);
-    handler->sendReportWithInfo("more words");
+    send(buttonOn(*view), sel::sendReportWithInfo, Value {});
+    send(buttonOn(*view), sel::sendReportWithInfo, Value { "more words" });
     ASSERT_EQ(listener->reports.size(), 1u) << "before delivery";
     EXPECT_EQ(listener->views.front(), view.get());
     EXPECT_EQ(listener->reports.front()["type"], Value { "more words" });
@@ -217,6 +220,9 @@ TEST_F(ReportFlowTest, WithoutAControllerTheFlowStaysWhereItIs)
     handler->handleButtonTapAction(make<UITapGestureRecognizer>().get());
     EXPECT_FALSE(tests::find<LMReportAdView>(*banner));
     EXPECT_EQ(handler->vcState(), TDButtonHandler::FlowState::ScreenShown);
+    world.phone.window().setRootViewController(make<UIViewController>());
+    handler->handleButtonTapAction(make<UITapGestureRecognizer>().get());
+    EXPECT_FALSE(tests::find<LMReportAdView>(*banner)) << "and further taps do nothing";
 }
 
 TEST_F(ReportFlowTest, TwoFastTapsSendOneReason)
@@ -284,7 +290,7 @@ TEST_F(ReportFlowTest, AProcessorGivesMarkupAndType)
         std::string getAdTypeInString() override { return "video"; }
         void getNewHTMLWithPurpose(HTMLPurpose purpose, const HTMLCompletion& completion) override
         {
-            completion(purpose == HTMLPurpose::Report ? "<b>ad</b>" : "", true);
+            completion(true, purpose == HTMLPurpose::Report ? "<b>ad</b>" : "");
         }
     };
     const auto view = adView({ 320, 50 });
@@ -307,6 +313,84 @@ TEST_F(ReportFlowTest, ClosedGateMeansNoButtonAndNoImpression)
     world.showMoPub();
     EXPECT_TRUE(TDButtonManager::sharedInstance().getButtonsArray().empty());
     EXPECT_EQ(world.service.impressions().size(), 0u);
+}
+
+TEST_F(ReportFlowTest, TheLayoutFollowsTheHeight)
+{
+    const std::pair<double, bool> rows[] = { { 229.9, false }, { 230, true }, { 250, true }, { 50, false } };
+    for (const auto& [height, roomy] : rows) {
+        const auto overlay = LMReportAdView::initFromNibForAdSize({ 300, height });
+        overlay->setup();
+        EXPECT_EQ(tests::reasonOn(*overlay, "offensive")->title() == "Offensive content", roomy) << height;
+    }
+    const auto stranger = make<NSObject>();
+    const auto overlay = LMReportAdView::initFromNibForAdSize({ 300, 250 });
+    overlay->setDelegate(stranger);
+    EXPECT_NO_THROW(overlay->onButtonClose()) << "who does not conform hears nothing";
+}
+
+TEST_F(ReportFlowTest, AReasonLightsUpForOneSecond)
+{
+    const auto banner = world.showMoPub();
+    world.phone.tap(*buttonOn(*banner));
+    world.phone.wait(0.5);
+    const auto fraud = tests::reasonOn(*banner, "fraud");
+    EXPECT_DOUBLE_EQ(fraud->layer().cornerRadius(), fraud->frame().size.height / 2);
+    EXPECT_EQ(fraud->layer().borderColor(), (UIColor { 5 / 255.0, 89 / 255.0, 175 / 255.0, 1 }));
+    fraud->didTouchUpInside();
+    EXPECT_EQ(fraud->backgroundColor(), fraud->layer().borderColor());
+    world.phone.wait(0.999);
+    EXPECT_EQ(tests::find<LMReportAdView>(*banner)->alpha(), 1);
+    world.phone.wait(0.001);
+    EXPECT_EQ(tests::find<LMReportAdView>(*banner)->alpha(), 0) << "told, and fading";
+}
+
+TEST_F(ReportFlowTest, ATapOnTheButtonNeverReachesTheAd)
+{
+    class Counter final : public NSObject {
+    public:
+        static const ClassDescription& classDescription()
+        {
+            static const ClassDescription description
+                = ClassDescription::of<Counter, NSObject>("TestTapCounter")
+                      .method<&Counter::tapped>("tapped"_sel);
+            return description;
+        }
+        void tapped() { taps++; }
+        int taps { 0 };
+    };
+    const auto counter = make<Counter>();
+    const auto view = adView({ 320, 50 });
+    view->setFrame(CGRectMake(0, 200, 320, 50));
+    const auto tap = make<UITapGestureRecognizer>();
+    tap->addTarget(counter, "tapped"_sel);
+    view->addGestureRecognizer(tap);
+    world.phone.wait(0.1);
+    world.phone.tap(*buttonOn(*view));
+    world.phone.wait(1);
+    EXPECT_TRUE(tests::find<LMReportAdView>(*view));
+    EXPECT_EQ(counter->taps, 0);
+}
+
+TEST_F(ReportFlowTest, CancellingTheSheetBringsTheButtonBack)
+{
+    const auto support = make<NSObject>();
+    const auto view = adView({ 375, 812 }, interstitial(support));
+    const auto button = buttonOn(*view);
+    world.phone.wait(0.5);
+    button->animateFromIconToFull();
+    world.phone.wait(0.5);
+    world.phone.tap(*button);
+    world.phone.wait(1);
+    UIViewController* sheet = world.phone.window().rootViewController()->presentedViewController();
+    ASSERT_TRUE(sheet);
+    EXPECT_EQ(sheet->modalPresentationStyle(), UIModalPresentationStyle::OverCurrentContext);
+    EXPECT_EQ(button->buttonState(), State::Hidden);
+    world.phone.tapAt({ 187, 700 });
+    world.phone.wait(0.35 + 0.3 + 0.26);
+    EXPECT_EQ(button->buttonState(), State::Icon);
+    EXPECT_EQ(button->buttonHandler()->vcState(), TDButtonHandler::FlowState::Idle);
+    EXPECT_EQ(world.service.reports().size(), 0u);
 }
 
 TEST_F(ReportFlowTest, AnInterstitialIsReportedThroughTheSheet)

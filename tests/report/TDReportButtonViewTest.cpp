@@ -197,6 +197,37 @@ TEST_F(TDReportButtonViewTest, TheReportedStateIsFinal)
     EXPECT_FALSE(button->superview());
 }
 
+TEST_F(TDReportButtonViewTest, TheConfirmationFitsItsWords)
+{
+    startWith(R"({"active": true})");
+    const auto button = buttonOn(CGRectMake(0, 0, 320, 50), false);
+    world.phone.wait(0.1);
+    const double shortWidth = button->frame().size.width;
+    button->adWasReported();
+    world.phone.wait(0.1);
+    const auto caption = tests::find<UILabel>(*button);
+    EXPECT_GE(caption->frame().size.width, send(caption, sel::intrinsicContentSize).width - 0.5);
+    EXPECT_GT(button->frame().size.width, shortWidth + 50);
+    EXPECT_DOUBLE_EQ(button->frame().maxX(), 320);
+}
+
+TEST_F(TDReportButtonViewTest, BeforeVersionElevenThereIsNoSafeArea)
+{
+    const std::pair<const char*, double> rows[]
+        = { { "9.3", 0 }, { "10.3.1", 0 }, { "11.0", 44 }, { "13", 44 } };
+    for (const auto& [version, safeArea] : rows) {
+        World fresh { { .adjust
+            = [version = version](Phone::Options& options) { options.device.systemVersion = version; } } };
+        fresh.start();
+        const auto ad = make<UIView>();
+        ad->setFrame(CGRectMake(0, 0, 320, 50));
+        fresh.phone.content().addSubview(ad);
+        LMReportButtonHelper::addReportButtonToView(ad.get(), nullptr);
+        fresh.phone.wait(1.1);
+        EXPECT_DOUBLE_EQ(tests::find<TDReportButtonView>(*ad)->frame().origin.y, safeArea) << version;
+    }
+}
+
 TEST_F(TDReportButtonViewTest, AnOffMainReportMovesItselfToTheMainThread)
 {
     startWith(R"({"active": true})");
@@ -239,9 +270,15 @@ TEST(TDReportButtonPlacementTest, RulesAndNames)
     Phone phone { {} };
     auto& placements = TDReportButtonPlacement::sharedInstance();
     using Placement = TDReportButtonPlacement;
-    EXPECT_EQ(Placement::adTypeStringValue(TDAdNetworkType::SpotX), "SpotX");
+    const char* names[]
+        = { "AdMob", "DFP", "Facebook", "InMobi", "MoPub", "Unity", "AOL", "Amazon", "Smaato", "Vungle",
+              "Tapjoy", "Verizon", "OpenX", "Ironsource", "AppNexus", "Verve", "Teads", "Taboola", "SpotX" };
+    for (uint64_t i = 0; i < std::size(names); i++)
+        EXPECT_EQ(Placement::adTypeStringValue(static_cast<TDAdNetworkType>(i)), names[i]);
+    const char* formats[] = { "banner", "interstitial", "native", "all" };
+    for (uint64_t i = 0; i < std::size(formats); i++)
+        EXPECT_EQ(Placement::adFormatStringValue(static_cast<TDAdFormatType>(i)), formats[i]);
     EXPECT_EQ(Placement::adTypeStringValue(static_cast<TDAdNetworkType>(19)), "");
-    EXPECT_EQ(Placement::adFormatStringValue(TDAdFormatType::All), "all");
     EXPECT_EQ(Placement::adFormatStringValue(static_cast<TDAdFormatType>(4)), "");
     placements.setNewButtonPlacement(3, static_cast<TDAdNetworkType>(99), TDAdFormatType::Banner);
     EXPECT_EQ(placements.checkForUserCustomPlacementForAdWithName("", "banner"), 3);

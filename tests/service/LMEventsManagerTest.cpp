@@ -51,7 +51,7 @@ public:
     void getNewHTMLWithPurpose(HTMLPurpose, const HTMLCompletion& completion) override
     {
         htmlAsked++;
-        completion("<p>", true);
+        completion(true, "<p>");
     }
     int htmlAsked { 0 };
 };
