@@ -360,8 +360,7 @@ TEST_F(ReportFlowTest, ATapOnTheButtonNeverReachesTheAd)
         int taps { 0 };
     };
     const auto counter = make<Counter>();
-    const auto view = adView({ 320, 50 });
-    view->setFrame(CGRectMake(0, 200, 320, 50));
+    const auto view = adView({ 320, 250 });
     const auto tap = make<UITapGestureRecognizer>();
     tap->addTarget(counter, "tapped"_sel);
     view->addGestureRecognizer(tap);
