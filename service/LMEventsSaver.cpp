@@ -1,5 +1,6 @@
 #include "service/LMEventsSaver.h"
 
+#include "platform/foundation/ArchivedArray.h"
 #include "platform/foundation/NSKeyedArchiver.h"
 #include "platform/foundation/NSUserDefaults.h"
 
@@ -34,37 +35,90 @@ Events LMEventsSaverUserDefaultsProvider::getAllEvents() const
     return events;
 }
 
-void LMEventsSaverUserDefaultsProvider::write(const Events& events)
+bool LMEventsSaverUserDefaultsProvider::isEqual(const Identity& identity, const TDEventModel& event)
 {
-    const NSData archive = archivedDataWithRootObject(NSArray(events.begin(), events.end()));
-    if (!archive.bytes.empty())
-        NSUserDefaults::standardUserDefaults().setObject(archive, backupKey);
+    // What is unset equals nothing.
+    return identity.eventId && !identity.ts.isNothing() && identity.eventId == event.eventId()
+        && identity.ts == event.ts();
+}
+
+/// What the user defaults hold now. Somebody else's archive is read, and written anew when it is not one of
+/// events alone, so that its positions are those of the events.
+const LMEventsSaverUserDefaultsProvider::Known& LMEventsSaverUserDefaultsProvider::known() const
+{
+    Value stored = NSUserDefaults::standardUserDefaults().objectForKey(backupKey);
+    if (m_known.archive.data() && m_known.archive.data() == stored.data())
+        return m_known;
+    const Events events = getAllEvents();
+    m_known = { std::move(stored), {} };
+    for (const std::shared_ptr<TDEventModel>& event : events)
+        m_known.events.push_back({ event->eventId(), event->ts() });
+    const auto array = m_known.archive.data() ? ArchivedArray::of(*m_known.archive.data()) : std::nullopt;
+    if (!array || array->count() != events.size())
+        m_known.archive = archivedDataWithRootObject(NSArray(events.begin(), events.end()));
+    return m_known;
+}
+
+void LMEventsSaverUserDefaultsProvider::store(NSData archive, std::vector<Identity> events)
+{
+    if (archive.bytes.empty())
+        return;
+    m_known = { std::move(archive), std::move(events) };
+    NSUserDefaults::standardUserDefaults().setObject(m_known.archive, backupKey);
 }
 
 void LMEventsSaverUserDefaultsProvider::saveEvent(const std::shared_ptr<TDEventModel>& event)
 {
-    if (!event)
+    if (!event || containsEvent(event))
         return;
-    Events events = getAllEvents();
-    if (std::any_of(events.begin(), events.end(), equalTo(event)))
+    // Its producer may go on changing it: what is remembered is what was archived.
+    Identity identity;
+    NSData added;
+    do {
+        identity = { event->eventId(), event->ts() };
+        added = archivedDataWithRootObject(NSArray { event });
+    } while (identity.eventId != event->eventId() || !(identity.ts == event->ts()));
+    const auto stored = ArchivedArray::of(*known().archive.data());
+    const auto array = ArchivedArray::of(added);
+    if (!stored || !array)
         return;
-    events.push_back(event);
-    write(events);
+    std::vector<Identity> events = m_known.events;
+    events.push_back(std::move(identity));
+    store(stored->appending(*array), std::move(events));
 }
 
 void LMEventsSaverUserDefaultsProvider::removeEvent(const std::shared_ptr<TDEventModel>& event)
 {
-    Events events = getAllEvents();
-    std::erase_if(events, equalTo(event));
-    write(events);
+    removeEvents({ event });
 }
 
-size_t LMEventsSaverUserDefaultsProvider::eventsCount() const { return getAllEvents().size(); }
+void LMEventsSaverUserDefaultsProvider::removeEvents(const Events& events)
+{
+    std::vector<size_t> positions;
+    std::vector<Identity> left;
+    const std::vector<Identity>& stored = known().events;
+    for (size_t i = 0; i < stored.size(); i++) {
+        const bool isGone = std::any_of(events.begin(), events.end(),
+            [&](const std::shared_ptr<TDEventModel>& event) { return event && isEqual(stored[i], *event); });
+        if (isGone)
+            positions.push_back(i);
+        else
+            left.push_back(stored[i]);
+    }
+    if (positions.empty())
+        return;
+    if (const auto array = ArchivedArray::of(*m_known.archive.data()))
+        store(array->removing(positions), std::move(left));
+}
+
+size_t LMEventsSaverUserDefaultsProvider::eventsCount() const { return known().events.size(); }
 
 bool LMEventsSaverUserDefaultsProvider::containsEvent(const std::shared_ptr<TDEventModel>& event) const
 {
-    const Events events = getAllEvents();
-    return std::any_of(events.begin(), events.end(), equalTo(event));
+    const std::vector<Identity>& stored = known().events;
+    return event && std::any_of(stored.begin(), stored.end(), [&](const Identity& identity) {
+        return isEqual(identity, *event);
+    });
 }
 
 LMEventsSaver::LMEventsSaver(std::unique_ptr<LMEventsSaverProviderProtocol> dataProvider)
@@ -117,9 +171,8 @@ void LMEventsSaver::removeEvents(const Events& events)
             removed.insert(removed.end(), gone, list->end());
             list->erase(gone, list->end());
         }
-        if (m_dataProvider->containsEvent(event))
-            m_dataProvider->removeEvent(event);
     }
+    m_dataProvider->removeEvents(events);
 }
 
 Events LMEventsSaver::getEventsForView(const Object* view)

@@ -18,24 +18,43 @@ public:
     /// Adds an event unless an equal one is kept.
     virtual void saveEvent(const std::shared_ptr<TDEventModel>& event) = 0;
     virtual void removeEvent(const std::shared_ptr<TDEventModel>& event) = 0;
+    /// Removes many at the cost of one.
+    virtual void removeEvents(const Events& events) = 0;
     virtual Events getAllEvents() const = 0;
     virtual size_t eventsCount() const = 0;
     virtual bool containsEvent(const std::shared_ptr<TDEventModel>& event) const = 0;
 };
 
 /// The backup in the user defaults: one keyed archive of an array. Every operation reads and writes the whole
-/// array; what cannot be read counts as empty. Not synchronised: its owner's lock makes read-modify-write one
-/// step.
+/// array, but decodes nothing that stays; what cannot be read counts as empty. Not synchronised: its owner's
+/// lock makes read-modify-write one step.
 class LMEventsSaverUserDefaultsProvider final : public LMEventsSaverProviderProtocol {
 public:
     void saveEvent(const std::shared_ptr<TDEventModel>& event) override;
     void removeEvent(const std::shared_ptr<TDEventModel>& event) override;
+    void removeEvents(const Events& events) override;
     Events getAllEvents() const override;
     size_t eventsCount() const override;
     bool containsEvent(const std::shared_ptr<TDEventModel>& event) const override;
 
 private:
-    static void write(const Events& events);
+    // What tells two events apart.
+    struct Identity {
+        TDEventModel::Text eventId;
+        Value ts;
+    };
+    /// An archive that is known to read back, and whose events it holds, in order. It is looked into only as
+    /// long as the user defaults hold these very bytes.
+    struct Known {
+        Value archive;
+        std::vector<Identity> events;
+    };
+
+    const Known& known() const;
+    void store(NSData archive, std::vector<Identity> events);
+    static bool isEqual(const Identity& identity, const TDEventModel& event);
+
+    mutable Known m_known;
 };
 
 /// The lists of events that wait, and their backup. Ready events wait to be sent or sent again; unfilled ones

@@ -10,9 +10,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-bool writeAndClose(std::ofstream& file, std::string_view content)
+bool writeAndClose(std::ofstream& file, const std::vector<std::string_view>& parts)
 {
-    file.write(content.data(), static_cast<std::streamsize>(content.size()));
+    for (const std::string_view part : parts)
+        file.write(part.data(), static_cast<std::streamsize>(part.size()));
     file.close();
     return file.good();
 }
@@ -47,10 +48,10 @@ bool appendToFile(const fs::path& path, std::string_view text)
 bool writeToFile(const fs::path& path, std::string_view text)
 {
     std::ofstream file = openEmpty(path);
-    return file.is_open() && writeAndClose(file, text);
+    return file.is_open() && writeAndClose(file, { text });
 }
 
-bool replaceFile(const fs::path& path, std::string_view content)
+bool replaceFile(const fs::path& path, const std::vector<std::string_view>& parts)
 {
     fs::path fresh = path;
     fresh += ".new";
@@ -62,7 +63,7 @@ bool replaceFile(const fs::path& path, std::string_view content)
         return false;
     // Closed to others before the first byte is in it.
     fs::permissions(fresh, fs::perms::owner_read | fs::perms::owner_write, error);
-    if (!error && writeAndClose(file, content))
+    if (!error && writeAndClose(file, parts))
         fs::rename(fresh, path, error);
     else if (!error)
         error = std::make_error_code(std::errc::io_error);

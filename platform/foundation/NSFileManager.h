@@ -18,7 +18,7 @@ bool appendToFile(const std::filesystem::path& path, std::string_view text);
 bool writeToFile(const std::filesystem::path& path, std::string_view text);
 /// Writes a new file that only its owner may read, then puts it in the place of the former one. A failure
 /// leaves that as it is.
-bool replaceFile(const std::filesystem::path& path, std::string_view content);
+bool replaceFile(const std::filesystem::path& path, const std::vector<std::string_view>& parts);
 /// Nothing when the file is missing, is a folder, or cannot be read.
 std::optional<NSData> contentsOfFile(const std::filesystem::path& path);
 void removeFile(const std::filesystem::path& path);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/foundation/BinaryPropertyList.h"
 #include "platform/foundation/Value.h"
 
 namespace lumora {
@@ -11,8 +12,10 @@ inline constexpr int deepestPropertyList = 128;
 /// integer}, as it does in the textual form. Any thread.
 
 /// Writes a value. Nothing when it holds what a property list cannot: null, a URL, a UUID, an object, an
-/// absent value. Text that is not UTF-8, or holds U+0000, is written with U+FFFD in its place.
+/// absent value. Text that is not UTF-8 is written with U+FFFD in its place.
 std::optional<NSData> dataWithPropertyList(const Value& propertyList);
+/// The same in parts that borrow the value's long data.
+std::optional<PropertyListBytes> bytesOfPropertyList(const Value& propertyList);
 /// Reads one. Nothing when the bytes are truncated or damaged, or unfold to an unreasonable size.
 std::optional<Value> propertyListWithData(std::string_view data);
 

@@ -22,6 +22,10 @@ bool equalIgnoringCase(std::string_view a, std::string_view b);
 bool isValidUTF8(std::string_view text);
 /// The text with U+FFFD in place of every byte that is not UTF-8.
 std::string repairedUTF8(std::string_view text);
+/// The UTF-16 units of valid UTF-8.
+std::u16string utf16FromText(std::string_view text);
+/// From UTF-16 units of two bytes each, the high one first; U+FFFD in place of a surrogate without its mate.
+std::string textFromUTF16BigEndian(std::string_view bytes);
 /// The length in UTF-16 units, which is what the platform calls the length of a text.
 size_t utf16Length(std::string_view text);
 /// The longest beginning of at most that many UTF-16 units; a surrogate pair is never split.

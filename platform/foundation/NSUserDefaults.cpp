@@ -65,11 +65,11 @@ bool NSUserDefaults::setAsideLocked() const
 bool NSUserDefaults::writeLocked()
 {
     const Values& values = valuesLocked();
-    const auto content
-        = dataWithPropertyList(NSDictionary::withDistinctKeys({ values.begin(), values.end() }));
+    const Value dictionary = NSDictionary::withDistinctKeys({ values.begin(), values.end() });
+    const auto content = bytesOfPropertyList(dictionary);
     if (!content)
         return false;
-    m_isUnwritten = !setAsideLocked() || !replaceFile(m_path, content->view());
+    m_isUnwritten = !setAsideLocked() || !replaceFile(m_path, content->parts());
     return true;
 }
 

@@ -195,6 +195,8 @@ bool Value::operator==(const Value& other) const
         [&]<typename T>(const T& value) -> bool {
             if constexpr (std::is_same_v<T, WeakObject> || std::is_same_v<T, std::shared_ptr<Object>>)
                 return false;
+            else if constexpr (std::is_same_v<T, SharedData>)
+                return *value == *std::get<T>(other.m_value);
             else
                 return value == std::get<T>(other.m_value);
         },

@@ -110,7 +110,7 @@ public:
     {
     }
     Value(NSData value)
-        : m_value(std::move(value))
+        : m_value(std::make_shared<const NSData>(std::move(value)))
     {
     }
     Value(NSURLValue value)
@@ -156,7 +156,12 @@ public:
     const std::string* string() const { return std::get_if<std::string>(&m_value); }
     const NSArray* array() const { return std::get_if<NSArray>(&m_value); }
     const NSDictionary* dictionary() const { return std::get_if<NSDictionary>(&m_value); }
-    const NSData* data() const { return std::get_if<NSData>(&m_value); }
+    /// Copies of a value share the bytes, so the same address means the same data.
+    const NSData* data() const
+    {
+        const auto* shared = std::get_if<SharedData>(&m_value);
+        return shared ? shared->get() : nullptr;
+    }
     const NSURLValue* url() const { return std::get_if<NSURLValue>(&m_value); }
     const NSDateValue* date() const { return std::get_if<NSDateValue>(&m_value); }
     const NSUUIDValue* uuid() const { return std::get_if<NSUUIDValue>(&m_value); }
@@ -183,8 +188,9 @@ private:
     Value(Strong, std::shared_ptr<Object> object);
 
     using WeakObject = std::weak_ptr<Object>;
-    std::variant<std::monostate, NSNull, bool, int64_t, double, std::string, NSData, NSURLValue, NSDateValue,
-        NSUUIDValue, NSArray, NSDictionary, std::shared_ptr<Object>, WeakObject>
+    using SharedData = std::shared_ptr<const NSData>;
+    std::variant<std::monostate, NSNull, bool, int64_t, double, std::string, SharedData, NSURLValue,
+        NSDateValue, NSUUIDValue, NSArray, NSDictionary, std::shared_ptr<Object>, WeakObject>
         m_value;
 };
 

@@ -75,7 +75,7 @@ std::string identifierOf(const fs::path& home)
             return text;
     }
     std::string fresh = newUUIDString();
-    replaceFile(path, fresh);
+    replaceFile(path, { fresh });
     return fresh;
 }
 

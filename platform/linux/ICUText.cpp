@@ -24,6 +24,23 @@ bool equalIgnoringCase(std::string_view a, std::string_view b)
     return a == b || unicode(a).caseCompare(unicode(b), U_FOLD_CASE_DEFAULT) == 0;
 }
 
+std::u16string utf16FromText(std::string_view text)
+{
+    const icu::UnicodeString units = unicode(text);
+    return { units.getBuffer(), static_cast<size_t>(units.length()) };
+}
+
+std::string textFromUTF16BigEndian(std::string_view bytes)
+{
+    icu::UnicodeString units;
+    for (size_t at = 0; at + 1 < bytes.size(); at += 2)
+        units += static_cast<char16_t>(
+            static_cast<uint8_t>(bytes[at]) << 8 | static_cast<uint8_t>(bytes[at + 1]));
+    std::string text;
+    units.toUTF8String(text);
+    return text;
+}
+
 std::optional<Value> numberFromText(std::string_view text)
 {
     const std::string digits = trimmed(text);

@@ -70,8 +70,8 @@ TEST(NSFileManager, AnswersFailureWithoutExceptions)
     writeToFile(home.path / "file", "x");
     EXPECT_FALSE(contentsOfFile(home.path));
     EXPECT_FALSE(writeToFile(home.path, "x"));
-    EXPECT_FALSE(writeToFile(home.path / "file/below", "x"));
-    EXPECT_FALSE(replaceFile(home.path / "file/below", "x"));
+    EXPECT_FALSE(writeToFile(home.path / "file/below", { "x" }));
+    EXPECT_FALSE(replaceFile(home.path / "file/below", { "x" }));
     EXPECT_FALSE(appendToFile(home.path, "x"));
     if (fs::exists("/dev/full")) {
         EXPECT_FALSE(writeToFile("/dev/full", "x")) << "a full disk shows";
