@@ -121,10 +121,23 @@ bool LMEventsSaverUserDefaultsProvider::containsEvent(const std::shared_ptr<TDEv
     });
 }
 
-LMEventsSaver::LMEventsSaver(std::unique_ptr<LMEventsSaverProviderProtocol> dataProvider)
+LMEventsSaver::LMEventsSaver(std::shared_ptr<LMEventsSaverProviderProtocol> dataProvider)
     : m_dataProvider(std::move(dataProvider))
 {
     loadBackupEvents();
+}
+
+std::shared_ptr<LMEventsSaverProviderProtocol> LMEventsSaver::dataProvider() const
+{
+    Locker hold(m_lock);
+    return m_dataProvider;
+}
+
+void LMEventsSaver::setDataProvider(std::shared_ptr<LMEventsSaverProviderProtocol> dataProvider)
+{
+    // What was there goes after the lock.
+    Locker hold(m_lock);
+    m_dataProvider.swap(dataProvider);
 }
 
 void LMEventsSaver::loadBackupEvents()

@@ -79,7 +79,10 @@ public:
 
 class LMEventsSaver final : public LMEventsSaverProtocol {
 public:
-    explicit LMEventsSaver(std::unique_ptr<LMEventsSaverProviderProtocol> dataProvider);
+    explicit LMEventsSaver(std::shared_ptr<LMEventsSaverProviderProtocol> dataProvider);
+
+    std::shared_ptr<LMEventsSaverProviderProtocol> dataProvider() const;
+    void setDataProvider(std::shared_ptr<LMEventsSaverProviderProtocol> dataProvider);
 
     void saveEvent(const std::shared_ptr<TDEventModel>& event, const Object* forView) override;
     void removeEvent(const std::shared_ptr<TDEventModel>& event) override;
@@ -94,13 +97,13 @@ private:
     Events takeUnfilledLocked(const std::vector<std::string>& eventIds) LUMORA_REQUIRES(m_lock);
 
     // One lock for the lists and the backup's read-modify-write.
-    Lock m_lock;
+    mutable Lock m_lock;
     NSMapTable<std::string, Object> m_pendingUnfilledEvents LUMORA_GUARDED_BY(m_lock);
     Events m_unfilledEvents LUMORA_GUARDED_BY(m_lock);
     Events m_pendingEvents LUMORA_GUARDED_BY(m_lock);
     // In the hands of a resend pass; an answer to an earlier send may still remove them.
     Events m_takenEvents LUMORA_GUARDED_BY(m_lock);
-    std::unique_ptr<LMEventsSaverProviderProtocol> m_dataProvider LUMORA_GUARDED_BY(m_lock);
+    std::shared_ptr<LMEventsSaverProviderProtocol> m_dataProvider LUMORA_GUARDED_BY(m_lock);
 };
 
 }

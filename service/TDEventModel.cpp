@@ -27,6 +27,7 @@ id TDEventModel::init()
         property->set("");
     setCreativeId("-1");
     setAdType("html");
+    setAdditionalInfo(NSDictionary {});
     setTs(saturatingInteger(timeIntervalSince1970Now()));
     setEventId(newUUIDString());
     return this;
@@ -54,7 +55,7 @@ id TDEventModel::initWithCoder(Object* coder)
     setRedirectUrl(text("redirectUrl"));
     setTs(archive.decodeObject("ts"));
     const Value info = archive.decodeObject("additionalInfo");
-    m_additionalInfo.set(info.isDictionary() ? *info.dictionary() : NSDictionary {});
+    setAdditionalInfo(info.isDictionary() ? std::optional(*info.dictionary()) : std::nullopt);
     setEventId(text("eventId"));
     setAdId(text("adId"));
     return this;
@@ -77,19 +78,23 @@ void TDEventModel::encodeWithCoder(Object* coder)
     archive.encodeObject(boxed(video()), "video");
     archive.encodeObject(boxed(redirectUrl()), "redirectUrl");
     archive.encodeObject(ts(), "ts");
-    archive.encodeObject(additionalInfo(), "additionalInfo");
+    const std::optional<NSDictionary> info = additionalInfo();
+    archive.encodeObject(info ? Value { *info } : Value {}, "additionalInfo");
     archive.encodeObject(boxed(eventId()), "eventId");
     archive.encodeObject(boxed(adId()), "adId");
 }
 
 void TDEventModel::addAdditionalInfo(const NSDictionary& entries)
 {
-    m_additionalInfo.update([&](NSDictionary& info) { info.addEntriesFrom(entries); });
+    m_additionalInfo.update([&](std::optional<NSDictionary>& info) {
+        if (info)
+            info->addEntriesFrom(entries);
+    });
 }
 
 std::optional<NSDictionary> TDEventModel::getEventAsMutableDictionary() const
 {
-    NSDictionary metadata = additionalInfo();
+    NSDictionary metadata = additionalInfo().value_or(NSDictionary {});
     const Value placement = boxed(placementId());
     metadata.set("placementId", placement);
     NSDictionary event {
@@ -121,6 +126,15 @@ bool TDEventModel::isEqual(const Object* other) const
         return event != nullptr;
     // What is unset equals nothing.
     return eventId() && !ts().isNothing() && event->eventId() == eventId() && event->ts() == ts();
+}
+
+size_t TDEventModel::hash() const
+{
+    // Numbers are equal by value, whatever their kind.
+    const Value time = ts();
+    const size_t hashOfTime = time.isNumber() ? std::hash<double> {}(time.doubleValue())
+                                              : std::hash<std::string> {}(time.description());
+    return hashOfTime ^ std::hash<std::string> {}(eventId().value_or(""));
 }
 
 } // namespace lumora

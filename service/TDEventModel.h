@@ -51,13 +51,16 @@ public:
     Text adId() const { return m_adId.get(); }
     void setAdId(Text value) { m_adId.set(std::move(value)); }
     /// What goes out inside "metadata"; `placementId` overrides an entry of its name.
-    NSDictionary additionalInfo() const { return m_additionalInfo.get(); }
+    std::optional<NSDictionary> additionalInfo() const { return m_additionalInfo.get(); }
+    void setAdditionalInfo(std::optional<NSDictionary> value) { m_additionalInfo.set(std::move(value)); }
     void addAdditionalInfo(const NSDictionary& entries);
 
     /// The 13 entries that are sent, a fresh copy each call; nothing when a property is unset.
     std::optional<NSDictionary> getEventAsMutableDictionary() const;
 
     bool isEqual(const Object* other) const override;
+    /// Equal events have equal hashes.
+    size_t hash() const;
 
 private:
     AtomicProperty<Text> m_creativeId;
@@ -72,7 +75,7 @@ private:
     AtomicProperty<Text> m_video;
     AtomicProperty<Text> m_redirectUrl;
     AtomicProperty<Value> m_ts;
-    AtomicProperty<NSDictionary> m_additionalInfo;
+    AtomicProperty<std::optional<NSDictionary>> m_additionalInfo;
     AtomicProperty<Text> m_eventId;
     AtomicProperty<Text> m_adId;
 };

@@ -204,7 +204,7 @@ TEST(PropertyList, RefusesFilesThatUnfoldWithoutEnd)
         return data + offsets + std::string(6, '\0') + "\x02\x02" + eightBytes(static_cast<size_t>(count) + 1)
             + eightBytes(0) + eightBytes(table);
     };
-    EXPECT_TRUE(propertyListWithData(chain(10, 2)));
+    EXPECT_TRUE(propertyListWithData(chain(8, 2)));
     EXPECT_FALSE(propertyListWithData(chain(60, 2)));
     EXPECT_TRUE(propertyListWithData(chain(128, 1)));
     EXPECT_FALSE(propertyListWithData(chain(129, 1)));
