@@ -51,16 +51,19 @@ void LMEventsManager::handleEvent(
 
 void LMEventsManager::sendStored(const std::shared_ptr<TDEventModel>& event, const Completion& completion)
 {
-    TDActivationManager::sharedInstance().checkActivationWithBlock(
-        [self = retain(this), event, completion](bool active) {
-            if (!active)
-                return;
-            self->m_eventsSender.sendEvent(event, [self, event, completion](bool delivered) {
-                if (delivered)
-                    self->m_eventsSaver->removeEvent(event);
-                callCompletion(completion, delivered);
-            });
+    TDActivationManager::sharedInstance().checkActivationWithBlock([self = retain(this), event, completion](
+                                                                       bool active) {
+        if (!active)
+            return;
+        self->m_eventsSender.sendEvent(event, [self, event, completion, sent = event->ts()](bool delivered) {
+            // Parked events share one model that changes between hand-overs: the answer to an earlier one
+            // must not remove a later one, which may still fail. The earlier one's copy in the backup
+            // stays and goes out again after a restart: kept.
+            if (delivered && event->ts() == sent)
+                self->m_eventsSaver->removeEvent(event);
+            callCompletion(completion, delivered);
         });
+    });
 }
 
 void LMEventsManager::handleEventAsPending(const std::shared_ptr<TDEventModel>& event, const Object* forView)
