@@ -140,9 +140,10 @@ public:
             return arrayOf(object, depth);
         if (object.kind == Kind::Dictionary)
             return dictionaryOf(object, depth);
-        if (object.count > m_bytesLeft)
+        const size_t bytes = m_list.payload(object).size();
+        if (bytes > m_bytesLeft)
             return std::nullopt;
-        m_bytesLeft -= object.count;
+        m_bytesLeft -= bytes;
         return leafOf(object);
     }
 

@@ -23,6 +23,8 @@ std::shared_ptr<TDEventModel> eventOf(const std::string& type)
     return event;
 }
 
+constexpr const char* reportPath = "/api/v1/ad";
+
 Events backup() { return LMEventsSaverUserDefaultsProvider().getAllEvents(); }
 
 std::vector<std::string> typesSent(const World& world)
@@ -127,25 +129,65 @@ TEST(LMEventsManagerTest, BehindAClosedGateAnEventWaitsInSilence)
     EXPECT_EQ(backup().size(), 1u);
 }
 
-TEST(LMEventsManagerTest, TheBudgetIsOneForAllAndCountsPasses)
+TEST(LMEventsManagerTest, TheBudgetIsOneForAllAndSpentToTheTick)
 {
     World world { { .record
         = R"({"active": true, "ttlConfig": 100000, "retryAfter": 10, "retryLimit": 2})" } };
+    const double start = world.phone.process().now();
     world.start();
-    world.setServiceAway(true);
+    world.service.addFault(
+        { .path = reportPath, .times = std::nullopt, .ending = Ending::CloseWithoutAnswer });
     for (const char* type : { "a", "b" })
         LMEventsManager::shared().handleEvent(eventOf(type), nullptr);
-    world.phone.wait(1);
+    world.phone.wait(24.9);
     EXPECT_EQ(backup().size(), 2u);
-    world.phone.wait(5);
-    EXPECT_EQ(backup().size(), 2u) << "first pass, at 5 s";
-    world.phone.wait(10);
-    EXPECT_EQ(backup().size(), 2u) << "second pass";
-    world.phone.wait(10);
-    EXPECT_EQ(backup().size(), 0u) << "the third drops them for good";
-    world.setServiceAway(false);
+    world.phone.wait(0.1);
+    EXPECT_EQ(backup().size(), 0u) << "the third pass drops them for good";
     world.phone.wait(100);
-    EXPECT_TRUE(typesSent(world).empty());
+    std::vector<double> attempts;
+    for (const Arrival& report : world.service.reports())
+        attempts.push_back(report.receivedAt - start - DirectTransport::latency);
+    const std::vector<double> expected { 0.04, 0.04, 5, 5, 15, 15 };
+    ASSERT_EQ(attempts.size(), expected.size());
+    for (size_t i = 0; i < expected.size(); i++)
+        EXPECT_NEAR(attempts[i], expected[i], 1e-6) << i;
+}
+
+TEST(LMEventsManagerTest, APassSpendsATryWhenTheGateSaysNo)
+{
+    World world { { .record
+        = R"({"active": false, "ttlConfig": 100000, "retryAfter": 10, "retryLimit": 1})" } };
+    world.start();
+    LMEventsManager::shared().handleEvent(eventOf("a"), nullptr);
+    world.phone.wait(14.9);
+    EXPECT_EQ(backup().size(), 1u);
+    world.phone.wait(0.1);
+    EXPECT_EQ(backup().size(), 0u);
+}
+
+TEST(LMEventsManagerTest, TheAnswerToAnEarlierEventLeavesTheLaterOne)
+{
+    World world;
+    world.start();
+    const auto adView = make<UIView>();
+    for (const int64_t ts : { 1, 2 }) {
+        const auto event = eventOf("t" + std::to_string(ts));
+        event->setTs(ts);
+        LMEventsManager::shared().handleEventAsPending(event, adView.get());
+    }
+    world.service.addFault({ .path = reportPath, .status = 200 });
+    world.service.addFault({ .path = reportPath, .ending = Ending::CloseWithoutAnswer });
+    const auto filler = make<Filler>();
+    filler->setAdObject(adView);
+    LMEventsManager::shared().checkProcessorForPendingEvents(*filler);
+    world.phone.wait(1);
+    EXPECT_EQ(typesSent(world), (std::vector<std::string> { "t1", "t2" }));
+    std::vector<std::string> left;
+    for (const auto& event : backup())
+        left.push_back(*event->type());
+    EXPECT_EQ(left, (std::vector<std::string> { "t1", "t2" })) << "the first one's copy stays too";
+    world.phone.wait(10);
+    EXPECT_EQ(typesSent(world).back(), "t2") << "tried again";
 }
 
 TEST(LMEventsManagerTest, WithoutNetworkAPassSpendsNothing)
