@@ -2,6 +2,7 @@
 
 #include "core/TDActivationManager.h"
 #include "lumora/Lumora.h"
+#include "service/LMEventsSaver.h"
 #include "service/TDAPI.h"
 #include "simulator/Phone.h"
 #include "simulator/networks/GoogleStandIn.h"
@@ -41,6 +42,27 @@ void entryCall(benchmark::State& state)
     }
 }
 BENCHMARK(entryCall)->Iterations(200)->Unit(benchmark::kMicrosecond);
+
+/// The same with so many events, of 2 KB each, left from earlier launches: read in the background.
+void entryCallWithStoredEvents(benchmark::State& state)
+{
+    ConfigurationService service { key };
+    Phone phone { withNetworks(service) };
+    LMEventsSaver saver { std::make_shared<LMEventsSaverUserDefaultsProvider>() };
+    for (int64_t i = 0; i < state.range(0); i++) {
+        auto event = make<TDEventModel>();
+        event->setHtml(std::string(2000, 'x'));
+        saver.saveEvent(event, nullptr);
+    }
+    for (auto _ : state) {
+        state.PauseTiming();
+        phone.kill();
+        phone.boot();
+        state.ResumeTiming();
+        Lumora::initiateTrackerWithKey(key);
+    }
+}
+BENCHMARK(entryCallWithStoredEvents)->Arg(1000)->Iterations(200)->Unit(benchmark::kMicrosecond);
 
 void freshGate(benchmark::State& state)
 {

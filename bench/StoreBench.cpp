@@ -104,6 +104,21 @@ BENCHMARK(storeAndDrain)
     ->Iterations(1)
     ->Unit(benchmark::kMillisecond);
 
+/// A pass without tries left drops all that it found.
+void dropAll(benchmark::State& state)
+{
+    for (auto _ : state) {
+        state.PauseTiming();
+        Store store;
+        for (int64_t i = 0; i < state.range(0); i++)
+            store.saver.saveEvent(eventOfSize(2000), nullptr);
+        state.ResumeTiming();
+        store.saver.removeEvents(store.saver.getPendingEventsForRetrySending());
+        state.PauseTiming();
+    }
+}
+BENCHMARK(dropAll)->Arg(1000)->Iterations(3)->Unit(benchmark::kMillisecond);
+
 /// A launch with a number of events stored: what the entry call adds to a launch without.
 void load(benchmark::State& state)
 {

@@ -32,7 +32,8 @@ LMEventsManager& LMEventsManager::shared() { return s_shared.get(); }
 
 id LMEventsManager::init()
 {
-    m_eventsSaver = std::make_unique<LMEventsSaver>(std::make_unique<LMEventsSaverUserDefaultsProvider>());
+    m_eventsSaver = std::make_shared<LMEventsSaver>(std::make_shared<LMEventsSaverUserDefaultsProvider>());
+    m_eventsSaver->loadBackupEvents();
     return this;
 }
 

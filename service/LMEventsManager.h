@@ -46,7 +46,7 @@ private:
     std::shared_ptr<NSTimer> m_sendRetryingTimer LUMORA_GUARDED_BY(m_lock);
     // Passes that may still resend; negative is unlimited.
     int32_t m_leftTries LUMORA_GUARDED_BY(m_lock) { -1 };
-    std::unique_ptr<LMEventsSaverProtocol> m_eventsSaver;
+    std::shared_ptr<LMEventsSaverProtocol> m_eventsSaver;
     LMEventsSender m_eventsSender;
 };
 

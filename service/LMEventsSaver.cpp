@@ -1,22 +1,49 @@
 #include "service/LMEventsSaver.h"
 
+#include "platform/dispatch/Executor.h"
 #include "platform/foundation/ArchivedArray.h"
 #include "platform/foundation/NSKeyedArchiver.h"
 #include "platform/foundation/NSUserDefaults.h"
 
 #include <algorithm>
-#include <functional>
+#include <unordered_map>
+#include <unordered_set>
 
 namespace lumora {
 
 namespace {
 constexpr const char* backupKey = "com.lumora.event.module.saver.ud";
 
-auto equalTo(const std::shared_ptr<TDEventModel>& event)
-{
-    return
-        [event](const std::shared_ptr<TDEventModel>& other) { return event && event->isEqual(other.get()); };
-}
+EventIdentity identityOf(const TDEventModel& event) { return { event.eventId(), event.ts() }; }
+
+/// Some events, to be asked whether others are among them.
+class EventSet {
+public:
+    explicit EventSet(const Events& events)
+    {
+        for (const std::shared_ptr<TDEventModel>& event : events) {
+            if (!event)
+                continue;
+            m_objects.insert(event.get());
+            const EventIdentity identity = identityOf(*event);
+            m_identities[identity.eventId.value_or("")].push_back(identity);
+        }
+    }
+    bool contains(const EventIdentity& identity) const
+    {
+        const auto sameId = m_identities.find(identity.eventId.value_or(""));
+        return sameId != m_identities.end()
+            && std::find(sameId->second.begin(), sameId->second.end(), identity) != sameId->second.end();
+    }
+    bool contains(const std::shared_ptr<TDEventModel>& event) const
+    {
+        return m_objects.contains(event.get()) || contains(identityOf(*event));
+    }
+
+private:
+    std::unordered_set<const TDEventModel*> m_objects;
+    std::unordered_map<std::string, std::vector<EventIdentity>> m_identities;
+};
 } // namespace
 
 Events LMEventsSaverUserDefaultsProvider::getAllEvents() const
@@ -35,13 +62,6 @@ Events LMEventsSaverUserDefaultsProvider::getAllEvents() const
     return events;
 }
 
-bool LMEventsSaverUserDefaultsProvider::isEqual(const Identity& identity, const TDEventModel& event)
-{
-    // What is unset equals nothing.
-    return identity.eventId && !identity.ts.isNothing() && identity.eventId == event.eventId()
-        && identity.ts == event.ts();
-}
-
 /// What the user defaults hold now. Somebody else's archive is read, and written anew when it is not one of
 /// events alone, so that its positions are those of the events.
 const LMEventsSaverUserDefaultsProvider::Known& LMEventsSaverUserDefaultsProvider::known() const
@@ -52,14 +72,14 @@ const LMEventsSaverUserDefaultsProvider::Known& LMEventsSaverUserDefaultsProvide
     const Events events = getAllEvents();
     m_known = { std::move(stored), {} };
     for (const std::shared_ptr<TDEventModel>& event : events)
-        m_known.events.push_back({ event->eventId(), event->ts() });
+        m_known.events.push_back(identityOf(*event));
     const auto array = m_known.archive.data() ? ArchivedArray::of(*m_known.archive.data()) : std::nullopt;
     if (!array || array->count() != events.size())
         m_known.archive = archivedDataWithRootObject(NSArray(events.begin(), events.end()));
     return m_known;
 }
 
-void LMEventsSaverUserDefaultsProvider::store(NSData archive, std::vector<Identity> events)
+void LMEventsSaverUserDefaultsProvider::store(NSData archive, std::vector<EventIdentity> events)
 {
     if (archive.bytes.empty())
         return;
@@ -72,17 +92,17 @@ void LMEventsSaverUserDefaultsProvider::saveEvent(const std::shared_ptr<TDEventM
     if (!event || containsEvent(event))
         return;
     // Its producer may go on changing it: what is remembered is what was archived.
-    Identity identity;
+    EventIdentity identity;
     NSData added;
     do {
-        identity = { event->eventId(), event->ts() };
+        identity = identityOf(*event);
         added = archivedDataWithRootObject(NSArray { event });
     } while (identity.eventId != event->eventId() || !(identity.ts == event->ts()));
     const auto stored = ArchivedArray::of(*known().archive.data());
     const auto array = ArchivedArray::of(added);
     if (!stored || !array)
         return;
-    std::vector<Identity> events = m_known.events;
+    std::vector<EventIdentity> events = m_known.events;
     events.push_back(std::move(identity));
     store(stored->appending(*array), std::move(events));
 }
@@ -94,16 +114,14 @@ void LMEventsSaverUserDefaultsProvider::removeEvent(const std::shared_ptr<TDEven
 
 void LMEventsSaverUserDefaultsProvider::removeEvents(const Events& events)
 {
+    const EventSet gone(events);
     std::vector<size_t> positions;
-    std::vector<Identity> left;
-    const std::vector<Identity>& stored = known().events;
-    for (size_t i = 0; i < stored.size(); i++) {
-        const bool isGone = std::any_of(events.begin(), events.end(),
-            [&](const std::shared_ptr<TDEventModel>& event) { return event && isEqual(stored[i], *event); });
-        if (isGone)
-            positions.push_back(i);
+    std::vector<EventIdentity> left;
+    for (const EventIdentity& stored : known().events) {
+        if (gone.contains(stored))
+            positions.push_back(positions.size() + left.size());
         else
-            left.push_back(stored[i]);
+            left.push_back(stored);
     }
     if (positions.empty())
         return;
@@ -115,16 +133,13 @@ size_t LMEventsSaverUserDefaultsProvider::eventsCount() const { return known().e
 
 bool LMEventsSaverUserDefaultsProvider::containsEvent(const std::shared_ptr<TDEventModel>& event) const
 {
-    const std::vector<Identity>& stored = known().events;
-    return event && std::any_of(stored.begin(), stored.end(), [&](const Identity& identity) {
-        return isEqual(identity, *event);
-    });
+    const std::vector<EventIdentity>& stored = known().events;
+    return event && std::find(stored.begin(), stored.end(), identityOf(*event)) != stored.end();
 }
 
 LMEventsSaver::LMEventsSaver(std::shared_ptr<LMEventsSaverProviderProtocol> dataProvider)
     : m_dataProvider(std::move(dataProvider))
 {
-    loadBackupEvents();
 }
 
 std::shared_ptr<LMEventsSaverProviderProtocol> LMEventsSaver::dataProvider() const
@@ -142,8 +157,22 @@ void LMEventsSaver::setDataProvider(std::shared_ptr<LMEventsSaverProviderProtoco
 
 void LMEventsSaver::loadBackupEvents()
 {
-    Locker hold(m_lock);
-    m_pendingEvents = m_dataProvider->getAllEvents();
+    {
+        Locker hold(m_lock);
+        m_isLoaded = false;
+    }
+    dispatch_get_global_queue().async([weakSelf = weak_from_this()] {
+        if (const auto self = weakSelf.lock()) {
+            Locker hold(self->m_lock);
+            self->loadLocked();
+        }
+    });
+}
+
+void LMEventsSaver::loadLocked()
+{
+    if (!std::exchange(m_isLoaded, true))
+        m_pendingEvents = m_dataProvider->getAllEvents();
 }
 
 void LMEventsSaver::saveEvent(const std::shared_ptr<TDEventModel>& event, const Object* forView)
@@ -152,6 +181,7 @@ void LMEventsSaver::saveEvent(const std::shared_ptr<TDEventModel>& event, const 
         return;
     const std::shared_ptr<Object> view = retain(const_cast<Object*>(forView));
     Locker hold(m_lock);
+    loadLocked();
     if (view)
         m_pendingUnfilledEvents.setObject(event->eventId().value_or(""), view);
     // A view that is dying right now still had its event parked for it.
@@ -162,7 +192,8 @@ void LMEventsSaver::saveEvent(const std::shared_ptr<TDEventModel>& event, const 
 bool LMEventsSaver::keepTakenEvent(const std::shared_ptr<TDEventModel>& event)
 {
     Locker hold(m_lock);
-    const auto taken = std::find_if(m_takenEvents.begin(), m_takenEvents.end(), equalTo(event));
+    const auto taken = std::find_if(m_takenEvents.begin(), m_takenEvents.end(),
+        [&](const std::shared_ptr<TDEventModel>& other) { return event->isEqual(other.get()); });
     if (taken == m_takenEvents.end())
         return false;
     m_takenEvents.erase(taken);
@@ -178,12 +209,13 @@ void LMEventsSaver::removeEvents(const Events& events)
     // What goes, goes after the lock.
     Events removed;
     Locker hold(m_lock);
-    for (const std::shared_ptr<TDEventModel>& event : events) {
-        for (Events* list : { &m_pendingEvents, &m_unfilledEvents, &m_takenEvents }) {
-            const auto gone = std::stable_partition(list->begin(), list->end(), std::not_fn(equalTo(event)));
-            removed.insert(removed.end(), gone, list->end());
-            list->erase(gone, list->end());
-        }
+    loadLocked();
+    const EventSet gone(events);
+    for (Events* list : { &m_pendingEvents, &m_unfilledEvents, &m_takenEvents }) {
+        const auto end = std::stable_partition(list->begin(), list->end(),
+            [&](const std::shared_ptr<TDEventModel>& event) { return !gone.contains(event); });
+        removed.insert(removed.end(), end, list->end());
+        list->erase(end, list->end());
     }
     m_dataProvider->removeEvents(events);
 }
@@ -230,8 +262,10 @@ Events LMEventsSaver::takeUnfilledLocked(const std::vector<std::string>& eventId
 Events LMEventsSaver::getPendingEventsForRetrySending()
 {
     Locker hold(m_lock);
-    m_takenEvents = std::exchange(m_pendingEvents, {});
-    return m_takenEvents;
+    loadLocked();
+    // Another pass may have some too.
+    m_takenEvents.insert(m_takenEvents.end(), m_pendingEvents.begin(), m_pendingEvents.end());
+    return std::exchange(m_pendingEvents, {});
 }
 
 } // namespace lumora

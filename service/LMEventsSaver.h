@@ -25,6 +25,16 @@ public:
     virtual bool containsEvent(const std::shared_ptr<TDEventModel>& event) const = 0;
 };
 
+/// What tells two events apart. Unset, it equals nothing.
+struct EventIdentity {
+    TDEventModel::Text eventId;
+    Value ts;
+    bool operator==(const EventIdentity& other) const
+    {
+        return eventId && !ts.isNothing() && eventId == other.eventId && ts == other.ts;
+    }
+};
+
 /// The backup in the user defaults: one keyed archive of an array. Every operation reads and writes the whole
 /// array, but decodes nothing that stays; what cannot be read counts as empty. Not synchronised: its owner's
 /// lock makes read-modify-write one step.
@@ -38,21 +48,15 @@ public:
     bool containsEvent(const std::shared_ptr<TDEventModel>& event) const override;
 
 private:
-    // What tells two events apart.
-    struct Identity {
-        TDEventModel::Text eventId;
-        Value ts;
-    };
     /// An archive that is known to read back, and whose events it holds, in order. It is looked into only as
     /// long as the user defaults hold these very bytes.
     struct Known {
         Value archive;
-        std::vector<Identity> events;
+        std::vector<EventIdentity> events;
     };
 
     const Known& known() const;
-    void store(NSData archive, std::vector<Identity> events);
-    static bool isEqual(const Identity& identity, const TDEventModel& event);
+    void store(NSData archive, std::vector<EventIdentity> events);
 
     mutable Known m_known;
 };
@@ -72,13 +76,14 @@ public:
     virtual Events getPendingEventsForRetrySending() = 0;
     /// Makes a taken event ready again; false when it was delivered, and removed, meanwhile.
     virtual bool keepTakenEvent(const std::shared_ptr<TDEventModel>& event) = 0;
-    /// Makes everything in the backup ready.
+    /// Makes everything in the backup ready. It is read in the background, or by whoever needs it sooner.
     virtual void loadBackupEvents() = 0;
     virtual Events getUnfilledEventsWithEventsIdArray(const std::vector<std::string>& eventIds) = 0;
 };
 
-class LMEventsSaver final : public LMEventsSaverProtocol {
+class LMEventsSaver final : public LMEventsSaverProtocol, public std::enable_shared_from_this<LMEventsSaver> {
 public:
+    /// The backup is ready from the first question on.
     explicit LMEventsSaver(std::shared_ptr<LMEventsSaverProviderProtocol> dataProvider);
 
     std::shared_ptr<LMEventsSaverProviderProtocol> dataProvider() const;
@@ -94,10 +99,12 @@ public:
     Events getUnfilledEventsWithEventsIdArray(const std::vector<std::string>& eventIds) override;
 
 private:
+    void loadLocked() LUMORA_REQUIRES(m_lock);
     Events takeUnfilledLocked(const std::vector<std::string>& eventIds) LUMORA_REQUIRES(m_lock);
 
     // One lock for the lists and the backup's read-modify-write.
     mutable Lock m_lock;
+    bool m_isLoaded LUMORA_GUARDED_BY(m_lock) { false };
     NSMapTable<std::string, Object> m_pendingUnfilledEvents LUMORA_GUARDED_BY(m_lock);
     Events m_unfilledEvents LUMORA_GUARDED_BY(m_lock);
     Events m_pendingEvents LUMORA_GUARDED_BY(m_lock);

@@ -276,8 +276,14 @@ private:
         std::string heard;
         std::array<char, 65536> chunk {};
         // Mostly in the thick of it, now and then during the start.
-        const auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(m_random() % 120'000);
-        auto isTime = [&] { return number != lastLife && std::chrono::steady_clock::now() >= end; };
+        const bool mayStart = m_random() % 8 != 0;
+        const std::chrono::microseconds lifetime(m_random() % 150'000);
+        auto since = std::chrono::steady_clock::now();
+        auto isTime = [&] {
+            if (mayStart && heard.empty())
+                since = std::chrono::steady_clock::now();
+            return number != lastLife && std::chrono::steady_clock::now() >= since + lifetime;
+        };
         for (bool isKilled = false;;) {
             if (isTime() && !isKilled) {
                 kill(life, SIGKILL);

@@ -265,6 +265,20 @@ TEST(LMEventsManagerTest, WhatNobodyFilledIsSentAfterTheNextLaunch)
     EXPECT_EQ(backup().size(), 0u);
 }
 
+TEST(LMEventsManagerTest, AllThatIsStoredIsReadyBeforeAnyoneAsks)
+{
+    World world { { .record = R"({"active": true, "ttlConfig": 100000, "retryLimit": 5})" } };
+    LMEventsSaver earlier { std::make_shared<LMEventsSaverUserDefaultsProvider>() };
+    for (int i = 0; i < 100; i++)
+        earlier.saveEvent(eventOf(std::to_string(i)), nullptr);
+    world.restart();
+    world.start();
+    LMEventsManager::shared().sendBackupEvents();
+    world.phone.wait(1);
+    EXPECT_EQ(typesSent(world).size(), 100u);
+    EXPECT_EQ(backup().size(), 0u);
+}
+
 TEST(LMEventsManagerTest, EveryPropertySurvivesARestart)
 {
     World world;
