@@ -113,7 +113,7 @@ bool PropertyListOutline::readObject(uint64_t start, uint64_t end)
             payload += size;
         }
         if (kind == Kind::Array || kind == Kind::Dictionary)
-            unit = m_referenceSize * (kind == Kind::Dictionary ? 2u : 1u);
+            unit = uint64_t { m_referenceSize } * (kind == Kind::Dictionary ? 2 : 1);
         else if (kind == Kind::UTF16)
             unit = 2;
         break;
