@@ -109,12 +109,14 @@ void dropAll(benchmark::State& state)
 {
     for (auto _ : state) {
         state.PauseTiming();
-        Store store;
+        auto store = std::make_unique<Store>();
         for (int64_t i = 0; i < state.range(0); i++)
-            store.saver.saveEvent(eventOfSize(2000), nullptr);
+            store->saver.saveEvent(eventOfSize(2000), nullptr);
         state.ResumeTiming();
-        store.saver.removeEvents(store.saver.getPendingEventsForRetrySending());
+        store->saver.removeEvents(store->saver.getPendingEventsForRetrySending());
         state.PauseTiming();
+        store.reset();
+        state.ResumeTiming();
     }
 }
 BENCHMARK(dropAll)->Arg(1000)->Iterations(3)->Unit(benchmark::kMillisecond);
