@@ -67,7 +67,6 @@ struct Store {
 void saveOne(benchmark::State& state)
 {
     Store store;
-    Events events;
     for (int64_t i = 0; i < state.range(0); i++)
         store.saver.saveEvent(eventOfSize(2000), nullptr);
     double operations = 0;
@@ -121,7 +120,7 @@ void dropAll(benchmark::State& state)
 }
 BENCHMARK(dropAll)->Arg(1000)->Iterations(3)->Unit(benchmark::kMillisecond);
 
-/// A launch with a number of events stored: what the entry call adds to a launch without.
+/// Reading a number of stored events, which a launch does in the background.
 void load(benchmark::State& state)
 {
     Phone phone { {} };

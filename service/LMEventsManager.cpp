@@ -47,24 +47,26 @@ void LMEventsManager::handleEvent(
         return;
     }
     m_eventsSaver->saveEvent(event, nullptr);
-    sendStored(event, withCompletion);
+    sendStored(event, withCompletion, std::make_shared<HandOvers>(1));
 }
 
-void LMEventsManager::sendStored(const std::shared_ptr<TDEventModel>& event, const Completion& completion)
+void LMEventsManager::sendStored(const std::shared_ptr<TDEventModel>& event, const Completion& completion,
+    const std::shared_ptr<HandOvers>& handOvers)
 {
-    TDActivationManager::sharedInstance().checkActivationWithBlock([self = retain(this), event, completion](
-                                                                       bool active) {
-        if (!active)
-            return;
-        self->m_eventsSender.sendEvent(event, [self, event, completion, sent = event->ts()](bool delivered) {
-            // Parked events share one model that changes between hand-overs: the answer to an earlier one
-            // must not remove a later one, which may still fail. The earlier one's copy in the backup
-            // stays and goes out again after a restart: kept.
-            if (delivered && event->ts() == sent)
-                self->m_eventsSaver->removeEvent(event);
-            callCompletion(completion, delivered);
+    TDActivationManager::sharedInstance().checkActivationWithBlock(
+        [self = retain(this), event, completion, handOvers](bool active) {
+            if (!active) {
+                handOvers->hasFailed = true;
+                return;
+            }
+            self->m_eventsSender.sendEvent(event, [self, event, completion, handOvers](bool delivered) {
+                if (!delivered)
+                    handOvers->hasFailed = true;
+                if (--handOvers->left == 0 && !handOvers->hasFailed)
+                    self->m_eventsSaver->removeEvent(event);
+                callCompletion(completion, delivered);
+            });
         });
-    });
 }
 
 void LMEventsManager::handleEventAsPending(const std::shared_ptr<TDEventModel>& event, const Object* forView)
@@ -78,21 +80,36 @@ void LMEventsManager::checkProcessorForPendingEvents(LMAdViewProcessor& processo
     if (parked.empty())
         return;
     m_eventsSaver->removeEvents(parked);
-    processor.updateEventInfo(
-        make<TDEventModel>(), [self = retain(this), parked](const std::shared_ptr<TDEventModel>& filled) {
-            if (!filled)
-                return;
-            // One model for all, changed between hand-overs: kept, so that parked events inherit the ad's
-            // metadata while the filled model's event ID stays.
-            for (const std::shared_ptr<TDEventModel>& event : parked) {
-                filled->setHtml(event->html());
-                filled->setTs(event->ts());
-                filled->setVideo(event->video());
-                filled->setType(event->type());
-                filled->setRedirectUrl(event->redirectUrl());
-                self->handleEvent(filled, nullptr);
-            }
-        });
+    // The processor answers once, or is taken to have nothing to say.
+    const auto isAnswered = std::make_shared<std::atomic<bool>>(false);
+    auto takeAnswer = [self = retain(this), parked, isAnswered](const std::shared_ptr<TDEventModel>& filled) {
+        if (!isAnswered->exchange(true))
+            self->handleParked(parked, filled);
+    };
+    if (!guarded([&] { processor.updateEventInfo(make<TDEventModel>(), takeAnswer); }))
+        takeAnswer(nullptr);
+}
+
+void LMEventsManager::handleParked(const Events& parked, const std::shared_ptr<TDEventModel>& filled)
+{
+    if (!filled) {
+        for (const std::shared_ptr<TDEventModel>& event : parked)
+            handleEvent(event, nullptr);
+        return;
+    }
+    // One model for all, changed between hand-overs: kept, so that parked events inherit the ad's metadata
+    // while the filled model's event ID stays. Its copies of earlier times in the backup stay too and go out
+    // again after a restart.
+    const auto handOvers = std::make_shared<HandOvers>(static_cast<int>(parked.size()));
+    for (const std::shared_ptr<TDEventModel>& event : parked) {
+        filled->setHtml(event->html());
+        filled->setTs(event->ts());
+        filled->setVideo(event->video());
+        filled->setType(event->type());
+        filled->setRedirectUrl(event->redirectUrl());
+        m_eventsSaver->saveEvent(filled, nullptr);
+        sendStored(filled, nullptr, handOvers);
+    }
 }
 
 void LMEventsManager::configTimer()
@@ -132,8 +149,10 @@ void LMEventsManager::sendBackupEvents()
     if (leftTries == 0)
         return m_eventsSaver->removeEvents(ready);
     for (const std::shared_ptr<TDEventModel>& event : ready) {
-        if (m_eventsSaver->keepTakenEvent(event))
-            sendStored(event, nullptr);
+        guarded([&] {
+            if (m_eventsSaver->keepTakenEvent(event))
+                sendStored(event, nullptr, std::make_shared<HandOvers>(1));
+        });
     }
     Locker hold(m_lock);
     if (m_leftTries >= 1)

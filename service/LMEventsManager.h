@@ -4,6 +4,7 @@
 #include "service/LMEventsSaver.h"
 #include "service/LMEventsSender.h"
 
+#include <atomic>
 #include <functional>
 
 namespace lumora {
@@ -39,8 +40,22 @@ public:
     void newConfigArrived(Object* config);
 
 private:
+    /// How often one event object was handed over for sending. It leaves the store when all of that was
+    /// delivered: the answer to an earlier one must not take a later one along, which may still fail.
+    struct HandOvers {
+        explicit HandOvers(int count)
+            : left(count)
+        {
+        }
+        std::atomic<int> left;
+        std::atomic<bool> hasFailed { false };
+    };
+
     /// Gates and sends what is stored already.
-    void sendStored(const std::shared_ptr<TDEventModel>& event, const Completion& completion);
+    void sendStored(const std::shared_ptr<TDEventModel>& event, const Completion& completion,
+        const std::shared_ptr<HandOvers>& handOvers);
+    /// Hands over what waited for an ad's metadata; without an answer from the ad's processor, as it is.
+    void handleParked(const Events& parked, const std::shared_ptr<TDEventModel>& filled);
 
     Lock m_lock;
     std::shared_ptr<NSTimer> m_sendRetryingTimer LUMORA_GUARDED_BY(m_lock);

@@ -3,9 +3,11 @@
 #include "platform/dispatch/Executor.h"
 #include "platform/foundation/ArchivedArray.h"
 #include "platform/foundation/NSKeyedArchiver.h"
+#include "platform/foundation/NSString.h"
 #include "platform/foundation/NSUserDefaults.h"
 
 #include <algorithm>
+#include <cmath>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -14,7 +16,13 @@ namespace lumora {
 namespace {
 constexpr const char* backupKey = "com.lumora.event.module.saver.ud";
 
-EventIdentity identityOf(const TDEventModel& event) { return { event.eventId(), event.ts() }; }
+EventIdentity identityOf(const TDEventModel& event)
+{
+    const Value ts = event.ts();
+    // Not a number would not even equal itself.
+    const bool isNumber = !ts.isDouble() || !std::isnan(ts.doubleValue());
+    return { event.eventId(), isNumber ? ts : Value { ts.description() } };
+}
 
 /// Some events, to be asked whether others are among them.
 class EventSet {
@@ -44,16 +52,12 @@ private:
     std::unordered_set<const TDEventModel*> m_objects;
     std::unordered_map<std::string, std::vector<EventIdentity>> m_identities;
 };
-} // namespace
 
-Events LMEventsSaverUserDefaultsProvider::getAllEvents() const
+Events eventsIn(const NSData& archive)
 {
     Events events;
-    const Value stored = NSUserDefaults::standardUserDefaults().objectForKey(backupKey);
-    if (!stored.data())
-        return events;
-    const Value unarchived = unarchiveObjectWithData(*stored.data());
-    if (const NSArray* elements = unarchived.array()) {
+    const Value read = unarchivedObjectOfClass("TDEventModel", archive);
+    if (const NSArray* elements = read.array()) {
         for (const Value& element : *elements) {
             if (auto event = as<TDEventModel>(element.object()))
                 events.push_back(std::move(event));
@@ -61,49 +65,55 @@ Events LMEventsSaverUserDefaultsProvider::getAllEvents() const
     }
     return events;
 }
+} // namespace
 
-/// What the user defaults hold now. Somebody else's archive is read, and written anew when it is not one of
-/// events alone, so that its positions are those of the events.
+Events LMEventsSaverUserDefaultsProvider::getAllEvents() const
+{
+    const Value stored = NSUserDefaults::standardUserDefaults().objectForKey(backupKey);
+    return stored.data() ? eventsIn(*stored.data()) : Events {};
+}
+
+/// What the user defaults hold now. Somebody else's archive, or an earlier launch's, is read and made anew,
+/// so that no damage in it is handed on and its positions are those of the events.
 const LMEventsSaverUserDefaultsProvider::Known& LMEventsSaverUserDefaultsProvider::known() const
 {
     Value stored = NSUserDefaults::standardUserDefaults().objectForKey(backupKey);
-    if (m_known.archive.data() && m_known.archive.data() == stored.data())
+    if (m_known.stored.data() && m_known.stored.data() == stored.data())
         return m_known;
-    const Events events = getAllEvents();
-    m_known = { std::move(stored), {} };
+    const Events events = stored.data() ? eventsIn(*stored.data()) : Events {};
+    m_known = { std::move(stored), archivedDataWithRootObject(NSArray(events.begin(), events.end())), {} };
     for (const std::shared_ptr<TDEventModel>& event : events)
         m_known.events.push_back(identityOf(*event));
-    const auto array = m_known.archive.data() ? ArchivedArray::of(*m_known.archive.data()) : std::nullopt;
-    if (!array || array->count() != events.size())
-        m_known.archive = archivedDataWithRootObject(NSArray(events.begin(), events.end()));
     return m_known;
 }
 
 void LMEventsSaverUserDefaultsProvider::store(NSData archive, std::vector<EventIdentity> events)
 {
-    if (archive.bytes.empty())
-        return;
-    m_known = { std::move(archive), std::move(events) };
-    NSUserDefaults::standardUserDefaults().setObject(m_known.archive, backupKey);
+    Value stored = std::move(archive);
+    m_known = { stored, stored, std::move(events) };
+    NSUserDefaults::standardUserDefaults().setObject(std::move(stored), backupKey);
 }
 
 void LMEventsSaverUserDefaultsProvider::saveEvent(const std::shared_ptr<TDEventModel>& event)
 {
-    if (!event || containsEvent(event))
+    if (!event)
         return;
-    // Its producer may go on changing it: what is remembered is what was archived.
-    EventIdentity identity;
-    NSData added;
-    do {
-        identity = identityOf(*event);
-        added = archivedDataWithRootObject(NSArray { event });
-    } while (identity.eventId != event->eventId() || !(identity.ts == event->ts()));
+    if (!event->eventId())
+        event->setEventId(newUUIDString());
+    if (containsEvent(event)) {
+        // In memory, at least: the disk may have been full.
+        NSUserDefaults::standardUserDefaults().synchronize();
+        return;
+    }
+    // Its producer may go on changing it: what counts is what was archived, and that it reads back.
+    const NSData added = archivedDataWithRootObject(NSArray { event });
+    const Events readBack = eventsIn(added);
     const auto stored = ArchivedArray::of(*known().archive.data());
     const auto array = ArchivedArray::of(added);
-    if (!stored || !array)
+    if (readBack.size() != 1 || !stored || !array)
         return;
     std::vector<EventIdentity> events = m_known.events;
-    events.push_back(std::move(identity));
+    events.push_back(identityOf(*readBack[0]));
     store(stored->appending(*array), std::move(events));
 }
 
@@ -171,8 +181,10 @@ void LMEventsSaver::loadBackupEvents()
 
 void LMEventsSaver::loadLocked()
 {
-    if (!std::exchange(m_isLoaded, true))
-        m_pendingEvents = m_dataProvider->getAllEvents();
+    if (m_isLoaded)
+        return;
+    m_pendingEvents = m_dataProvider->getAllEvents();
+    m_isLoaded = true;
 }
 
 void LMEventsSaver::saveEvent(const std::shared_ptr<TDEventModel>& event, const Object* forView)
@@ -222,7 +234,7 @@ void LMEventsSaver::removeEvents(const Events& events)
 
 Events LMEventsSaver::getEventsForView(const Object* view)
 {
-    // Compared outside the lock: equality may be a view's own, and these references may be the last ones.
+    // Compared outside the lock: equality may be a view's own.
     std::vector<NSMapTable<std::string, Object>::Entry> parked;
     {
         Locker hold(m_lock);
@@ -233,6 +245,8 @@ Events LMEventsSaver::getEventsForView(const Object* view)
         if (view && parkedFor->isEqual(view))
             eventIds.push_back(eventId);
     }
+    // A view dies on the main thread, also when these references are the last ones.
+    dispatch_get_main_queue().async([held = std::move(parked)] {});
     Locker hold(m_lock);
     for (const std::string& eventId : eventIds)
         m_pendingUnfilledEvents.removeObject(eventId);
@@ -247,14 +261,19 @@ Events LMEventsSaver::getUnfilledEventsWithEventsIdArray(const std::vector<std::
 
 Events LMEventsSaver::takeUnfilledLocked(const std::vector<std::string>& eventIds)
 {
+    std::unordered_map<std::string_view, Events> wanted;
+    for (const std::string& eventId : eventIds)
+        wanted[eventId];
+    std::erase_if(m_unfilledEvents, [&](const std::shared_ptr<TDEventModel>& event) {
+        const auto place = wanted.find(event->eventId().value_or(""));
+        if (place != wanted.end())
+            place->second.push_back(event);
+        return place != wanted.end();
+    });
     Events taken;
     for (const std::string& eventId : eventIds) {
-        std::erase_if(m_unfilledEvents, [&](const std::shared_ptr<TDEventModel>& event) {
-            const bool wanted = event->eventId().value_or("") == eventId;
-            if (wanted)
-                taken.push_back(event);
-            return wanted;
-        });
+        const Events events = std::exchange(wanted[eventId], {});
+        taken.insert(taken.end(), events.begin(), events.end());
     }
     return taken;
 }

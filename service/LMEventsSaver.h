@@ -15,7 +15,8 @@ using Events = std::vector<std::shared_ptr<TDEventModel>>;
 class LMEventsSaverProviderProtocol {
 public:
     virtual ~LMEventsSaverProviderProtocol() = default;
-    /// Adds an event unless an equal one is kept.
+    /// Adds an event unless an equal one is kept. One without an event ID gets one: it could never be
+    /// removed.
     virtual void saveEvent(const std::shared_ptr<TDEventModel>& event) = 0;
     virtual void removeEvent(const std::shared_ptr<TDEventModel>& event) = 0;
     /// Removes many at the cost of one.
@@ -25,14 +26,11 @@ public:
     virtual bool containsEvent(const std::shared_ptr<TDEventModel>& event) const = 0;
 };
 
-/// What tells two events apart. Unset, it equals nothing.
+/// What tells two events of the backup apart.
 struct EventIdentity {
     TDEventModel::Text eventId;
     Value ts;
-    bool operator==(const EventIdentity& other) const
-    {
-        return eventId && !ts.isNothing() && eventId == other.eventId && ts == other.ts;
-    }
+    bool operator==(const EventIdentity& other) const = default;
 };
 
 /// The backup in the user defaults: one keyed archive of an array. Every operation reads and writes the whole
@@ -48,9 +46,10 @@ public:
     bool containsEvent(const std::shared_ptr<TDEventModel>& event) const override;
 
 private:
-    /// An archive that is known to read back, and whose events it holds, in order. It is looked into only as
-    /// long as the user defaults hold these very bytes.
+    /// An archive of our own making, and the events it holds, in order. It is worth something as long as the
+    /// user defaults hold the very bytes it was made from.
     struct Known {
+        Value stored;
         Value archive;
         std::vector<EventIdentity> events;
     };

@@ -18,6 +18,26 @@ const ClassDescription& TDEventModel::classDescription()
 }
 static const RegisteredClass registered { &TDEventModel::classDescription };
 
+/// Objects are described here and now: archiving an event later asks nobody else.
+static Value plain(const Value& value)
+{
+    if (value.object())
+        return value.description();
+    if (const NSArray* elements = value.array()) {
+        NSArray plainElements;
+        for (const Value& element : *elements)
+            plainElements.push_back(plain(element));
+        return plainElements;
+    }
+    const NSDictionary* dictionary = value.dictionary();
+    if (!dictionary)
+        return value;
+    std::vector<NSDictionary::Entry> entries;
+    for (const auto& [key, element] : *dictionary)
+        entries.emplace_back(key, plain(element));
+    return NSDictionary::withDistinctKeys(std::move(entries));
+}
+
 static Value boxed(const TDEventModel::Text& text) { return text ? Value { *text } : Value {}; }
 
 id TDEventModel::init()
@@ -84,11 +104,17 @@ void TDEventModel::encodeWithCoder(Object* coder)
     archive.encodeObject(boxed(adId()), "adId");
 }
 
+void TDEventModel::setAdditionalInfo(const std::optional<NSDictionary>& value)
+{
+    m_additionalInfo.set(value ? std::optional(*plain(*value).dictionary()) : std::nullopt);
+}
+
 void TDEventModel::addAdditionalInfo(const NSDictionary& entries)
 {
+    const Value added = plain(entries);
     m_additionalInfo.update([&](std::optional<NSDictionary>& info) {
         if (info)
-            info->addEntriesFrom(entries);
+            info->addEntriesFrom(*added.dictionary());
     });
 }
 

@@ -50,9 +50,10 @@ public:
     void setEventId(Text value) { m_eventId.set(std::move(value)); }
     Text adId() const { return m_adId.get(); }
     void setAdId(Text value) { m_adId.set(std::move(value)); }
-    /// What goes out inside "metadata"; `placementId` overrides an entry of its name.
+    /// What goes out inside "metadata"; `placementId` overrides an entry of its name. An object inside is
+    /// kept as its description.
     std::optional<NSDictionary> additionalInfo() const { return m_additionalInfo.get(); }
-    void setAdditionalInfo(std::optional<NSDictionary> value) { m_additionalInfo.set(std::move(value)); }
+    void setAdditionalInfo(const std::optional<NSDictionary>& value);
     void addAdditionalInfo(const NSDictionary& entries);
 
     /// The 13 entries that are sent, a fresh copy each call; nothing when a property is unset.

@@ -10,11 +10,6 @@ namespace {
 using Kind = PropertyListObject::Kind;
 constexpr uint32_t none = UINT32_MAX;
 
-uint32_t referencesOf(const PropertyListObject& object)
-{
-    return object.isContainer() ? object.count * (object.kind == Kind::Dictionary ? 2 : 1) : 0;
-}
-
 } // namespace
 
 std::optional<ArchivedArray> ArchivedArray::of(const NSData& archive)
@@ -132,7 +127,7 @@ private:
                         open.push_back(array.m_slots[slot]);
                     }
                 } else if (!isFrame || (at != array.m_table && at != array.m_elementList)) {
-                    for (uint32_t i = 0; i < referencesOf(object); i++)
+                    for (uint32_t i = 0; i < object.references(); i++)
                         open.push_back(array.m_list.reference(object, i));
                 }
             }
@@ -237,7 +232,7 @@ private:
             writer.dictionary(object.count);
         else
             writer.array(object.count);
-        for (uint32_t i = 0; i < referencesOf(object); i++)
+        for (uint32_t i = 0; i < object.references(); i++)
             writer.reference(source.numbers[list.reference(object, i)]);
     }
 

@@ -58,9 +58,13 @@ std::optional<PropertyListOutline> PropertyListOutline::of(std::string_view data
         if (!list.readObject(list.numberAt(table + i * offsetSize, offsetSize), table))
             return std::nullopt;
     }
+    // Objects that overlap could have more references than there are bytes.
+    uint64_t referencesLeft = data.size();
     for (const PropertyListObject& object : list.m_objects) {
-        const uint32_t references
-            = object.isContainer() ? object.count * (object.kind == Kind::Dictionary ? 2 : 1) : 0;
+        const uint32_t references = object.references();
+        if (references > referencesLeft)
+            return std::nullopt;
+        referencesLeft -= references;
         for (uint32_t i = 0; i < references; i++) {
             if (list.numberAt(object.payload + uint64_t { i } * list.m_referenceSize, list.m_referenceSize)
                 >= count)
@@ -104,9 +108,10 @@ bool PropertyListOutline::readObject(uint64_t start, uint64_t end)
     case Kind::Array:
     case Kind::Dictionary:
         if (low == countFollows) {
-            if (payload == end || static_cast<uint8_t>(m_data[payload]) >> 4 != 1)
+            // An integer of up to eight bytes.
+            if (payload == end || (static_cast<uint8_t>(m_data[payload]) & 0xFC) != 0x10)
                 return false;
-            const unsigned size = 1u << (static_cast<uint8_t>(m_data[payload]) & 15 & 3);
+            const unsigned size = 1u << (static_cast<uint8_t>(m_data[payload]) & 3);
             if (end - ++payload < size)
                 return false;
             count = numberAt(payload, size);

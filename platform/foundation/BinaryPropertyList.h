@@ -28,6 +28,11 @@ struct PropertyListObject {
     };
 
     bool isContainer() const { return kind == Kind::Array || kind == Kind::Dictionary; }
+    /// How many objects a container refers to.
+    uint32_t references() const
+    {
+        return kind == Kind::Array ? count : kind == Kind::Dictionary ? 2 * count : 0;
+    }
 
     /// Offsets from the beginning of the list: the marker, and what follows marker and count.
     uint32_t start;

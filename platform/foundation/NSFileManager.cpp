@@ -76,18 +76,31 @@ bool replaceFile(const fs::path& path, const std::vector<std::string_view>& part
 
 std::optional<NSData> contentsOfFile(const fs::path& path)
 {
-    std::error_code error;
-    if (!fs::is_regular_file(path, error))
+    std::error_code ignored;
+    return contentsOfFile(path, ignored);
+}
+
+std::optional<NSData> contentsOfFile(const fs::path& path, std::error_code& error)
+{
+    const fs::file_status status = fs::status(path, error);
+    if (!fs::is_regular_file(status)) {
+        if (status.type() != fs::file_type::none)
+            error.clear();
         return std::nullopt;
+    }
     std::ifstream file(path, std::ios::binary);
-    if (!file.is_open())
-        return std::nullopt;
     NSData data;
     const auto size = fs::file_size(path, error);
-    data.bytes.resize(error ? 0 : size);
-    file.read(reinterpret_cast<char*>(data.bytes.data()), static_cast<std::streamsize>(data.bytes.size()));
-    if (file.bad())
+    if (!file.is_open())
+        error = std::make_error_code(std::errc::io_error);
+    if (error)
         return std::nullopt;
+    data.bytes.resize(size);
+    file.read(reinterpret_cast<char*>(data.bytes.data()), static_cast<std::streamsize>(data.bytes.size()));
+    if (file.bad()) {
+        error = std::make_error_code(std::errc::io_error);
+        return std::nullopt;
+    }
     // A file that shrank meanwhile.
     data.bytes.resize(static_cast<size_t>(file.gcount()));
     return data;

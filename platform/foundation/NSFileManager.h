@@ -21,6 +21,8 @@ bool writeToFile(const std::filesystem::path& path, std::string_view text);
 bool replaceFile(const std::filesystem::path& path, const std::vector<std::string_view>& parts);
 /// Nothing when the file is missing, is a folder, or cannot be read.
 std::optional<NSData> contentsOfFile(const std::filesystem::path& path);
+/// The same; the error is set when there is a file that cannot be read, which another time it might.
+std::optional<NSData> contentsOfFile(const std::filesystem::path& path, std::error_code& error);
 void removeFile(const std::filesystem::path& path);
 
 }

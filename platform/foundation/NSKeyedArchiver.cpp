@@ -224,6 +224,9 @@ public:
         return m_current ? decodeField((*m_current)[archiveKey(forKey)]) : Value {};
     }
 
+    /// Refuses objects of other classes.
+    void allowOnly(std::string_view className) { m_allowedClass = className; }
+
     Value root(const NSDictionary& archive)
     {
         const NSDictionary* top = archive["$top"].dictionary();
@@ -236,8 +239,9 @@ public:
     }
 
 private:
-    // Shared containers are copied wherever they are referred to; a small file could unfold into anything.
+    // What is shared is copied wherever it is referred to; a small file could unfold into anything.
     static constexpr size_t mostValues = 1 << 22;
+    static constexpr size_t mostBytes = size_t { 1 } << 30;
 
     Value fail()
     {
@@ -266,6 +270,10 @@ private:
     {
         const Value& content = (*m_objects)[slot];
         const NSDictionary* record = content.dictionary();
+        if (const std::string* text = content.string())
+            m_decodedBytes += text->size();
+        if (m_decodedBytes > mostBytes)
+            return fail();
         if (!record)
             return content.isArray() ? fail() : content;
         if (auto made = m_made.find(slot); made != m_made.end())
@@ -329,8 +337,11 @@ private:
         std::vector<NSDictionary::Entry> entries;
         for (size_t i = 0; i < keys.array()->size(); i++) {
             const std::string* key = (*keys.array())[i].string();
-            if (!key || !distinct.emplace(*key, i).second)
+            if (!key)
                 return fail();
+            // Keys that were no text may have become equal when they were repaired: the first counts.
+            if (!distinct.emplace(*key, i).second)
+                continue;
             entries.emplace_back(*key, (*values.array())[i]);
         }
         return NSDictionary::withDistinctKeys(std::move(entries));
@@ -338,7 +349,7 @@ private:
 
     Value decodeArchivable(size_t slot, const NSDictionary& record, const std::string& className)
     {
-        Class cls = NSClassFromString(className);
+        Class cls = m_allowedClass && className != *m_allowedClass ? nullptr : NSClassFromString(className);
         if (!cls || !class_getInstanceMethod(cls, sel::initWithCoder))
             return fail();
         std::shared_ptr<Object> object = class_createInstance(cls);
@@ -351,10 +362,12 @@ private:
         return m_made[slot];
     }
 
+    std::optional<std::string_view> m_allowedClass;
     const NSArray* m_objects { nullptr };
     std::unordered_map<size_t, Value> m_made;
     const NSDictionary* m_current { nullptr };
     size_t m_decoded { 0 };
+    size_t m_decodedBytes { 0 };
     int m_depth { 0 };
     bool m_hasFailed { false };
 };
@@ -366,21 +379,31 @@ NSData archivedDataWithRootObject(const Value& rootObject)
 {
     try {
         return make<NSKeyedArchiver>()->finished(rootObject);
-    } catch (const NSException&) {
+    } catch (const std::exception&) {
         return {};
     }
 }
 
-Value unarchiveObjectWithData(const NSData& data)
+static Value unarchived(const NSData& data, std::optional<std::string_view> className)
 {
     const std::optional<Value> archive = propertyListWithData(data.view());
     if (!archive || !archive->dictionary())
         return {};
     try {
-        return make<NSKeyedUnarchiver>()->root(*archive->dictionary());
-    } catch (const NSException&) {
+        const auto unarchiver = make<NSKeyedUnarchiver>();
+        if (className)
+            unarchiver->allowOnly(*className);
+        return unarchiver->root(*archive->dictionary());
+    } catch (const std::exception&) {
         return {};
     }
+}
+
+Value unarchiveObjectWithData(const NSData& data) { return unarchived(data, std::nullopt); }
+
+Value unarchivedObjectOfClass(std::string_view className, const NSData& fromData)
+{
+    return unarchived(fromData, className);
 }
 
 } // namespace lumora

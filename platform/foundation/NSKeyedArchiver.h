@@ -27,5 +27,7 @@ NSData archivedDataWithRootObject(const Value& rootObject);
 /// Reads an archive back; objects are allocated by class name and sent `initWithCoder:`. Nothing when it is
 /// truncated or damaged, or names a class that is unknown or not archivable. Any thread.
 Value unarchiveObjectWithData(const NSData& data);
+/// The same when all objects in it are of one class, besides the platform's own values; else nothing.
+Value unarchivedObjectOfClass(std::string_view className, const NSData& fromData);
 
 }

@@ -123,38 +123,68 @@ private:
 /// Unfolds the objects of a list into one value.
 class Unfolding {
 public:
-    Unfolding(const PropertyListOutline& list, size_t fileSize)
+    explicit Unfolding(const PropertyListOutline& list)
         : m_list(list)
-        , m_nodesLeft(fileSize * mostRepetitions)
-        , m_bytesLeft(fileSize * mostRepetitions)
+        , m_weights(list.size())
     {
     }
 
-    std::optional<Value> valueOf(Number number, int depth = 0)
+    /// Nothing when the objects are no tree, or one that is too deep; or when a short file nests mentions of
+    /// its objects so that they unfold to more than anybody stores.
+    std::optional<Value> unfold()
     {
-        const PropertyListObject& object = m_list[number];
-        // Few objects are mentioned often; only a hostile list nests mentions so that they multiply.
-        if (depth > deepestPropertyList || m_nodesLeft-- == 0)
+        if (!weigh(m_list.root(), 0))
             return std::nullopt;
-        if (object.kind == Kind::Array)
-            return arrayOf(object, depth);
-        if (object.kind == Kind::Dictionary)
-            return dictionaryOf(object, depth);
-        const size_t bytes = m_list.payload(object).size();
-        if (bytes > m_bytesLeft)
-            return std::nullopt;
-        m_bytesLeft -= bytes;
-        return leafOf(object);
+        const Weight& whole = m_weights[m_list.root()];
+        return whole.values <= mostValues && whole.bytes <= mostBytes ? valueOf(m_list.root()) : std::nullopt;
     }
 
 private:
-    static constexpr size_t mostRepetitions = 16;
+    static constexpr uint64_t mostValues = 1 << 24;
+    static constexpr uint64_t mostBytes = 1 << 30;
 
-    std::optional<Value> arrayOf(const PropertyListObject& array, int depth)
+    struct Weight {
+        uint64_t values { 0 };
+        uint64_t bytes { 0 };
+        int height { 0 };
+        bool isOpen { false };
+    };
+
+    bool weigh(Number number, int depth)
+    {
+        Weight& weight = m_weights[number];
+        if (depth > deepestPropertyList || weight.isOpen)
+            return false;
+        if (weight.values > 0)
+            return depth + weight.height <= deepestPropertyList;
+        weight.isOpen = true;
+        const PropertyListObject& object = m_list[number];
+        Weight sum { 1, object.isContainer() ? 0 : m_list.payload(object).size() };
+        for (uint32_t i = 0; i < object.references(); i++) {
+            const Number child = m_list.reference(object, i);
+            if (!weigh(child, depth + 1))
+                return false;
+            sum.values = std::min(sum.values + m_weights[child].values, mostValues + 1);
+            sum.bytes = std::min(sum.bytes + m_weights[child].bytes, mostBytes + 1);
+            sum.height = std::max(sum.height, m_weights[child].height + 1);
+        }
+        weight = sum;
+        return true;
+    }
+
+    std::optional<Value> valueOf(Number number)
+    {
+        const PropertyListObject& object = m_list[number];
+        if (object.kind == Kind::Array)
+            return arrayOf(object);
+        return object.kind == Kind::Dictionary ? dictionaryOf(object) : leafOf(object);
+    }
+
+    std::optional<Value> arrayOf(const PropertyListObject& array)
     {
         NSArray elements;
         for (uint32_t i = 0; i < array.count; i++) {
-            std::optional<Value> element = valueOf(m_list.reference(array, i), depth + 1);
+            std::optional<Value> element = valueOf(m_list.reference(array, i));
             if (!element)
                 return std::nullopt;
             elements.push_back(std::move(*element));
@@ -162,17 +192,18 @@ private:
         return elements;
     }
 
-    std::optional<Value> dictionaryOf(const PropertyListObject& dictionary, int depth)
+    std::optional<Value> dictionaryOf(const PropertyListObject& dictionary)
     {
         std::vector<NSDictionary::Entry> entries;
         std::unordered_set<std::string> known;
         for (uint32_t i = 0; i < dictionary.count; i++) {
-            const std::optional<Value> key = valueOf(m_list.reference(dictionary, i), depth + 1);
-            std::optional<Value> value
-                = valueOf(m_list.reference(dictionary, dictionary.count + i), depth + 1);
-            if (!key || !key->string() || !value || !known.insert(*key->string()).second)
+            const std::optional<Value> key = valueOf(m_list.reference(dictionary, i));
+            std::optional<Value> value = valueOf(m_list.reference(dictionary, dictionary.count + i));
+            if (!key || !key->string() || !value)
                 return std::nullopt;
-            entries.emplace_back(*key->string(), std::move(*value));
+            // Keys that were no text may have become equal when they were repaired: the first counts.
+            if (known.insert(*key->string()).second)
+                entries.emplace_back(*key->string(), std::move(*value));
         }
         return NSDictionary::withDistinctKeys(std::move(entries));
     }
@@ -209,8 +240,7 @@ private:
     }
 
     const PropertyListOutline& m_list;
-    size_t m_nodesLeft;
-    size_t m_bytesLeft;
+    std::vector<Weight> m_weights;
 };
 
 } // namespace
@@ -251,7 +281,7 @@ std::optional<NSData> dataWithPropertyList(const Value& propertyList)
 std::optional<Value> propertyListWithData(std::string_view data)
 {
     const std::optional<PropertyListOutline> list = PropertyListOutline::of(data);
-    return list ? Unfolding(*list, data.size()).valueOf(list->root()) : std::nullopt;
+    return list ? Unfolding(*list).unfold() : std::nullopt;
 }
 
 } // namespace lumora

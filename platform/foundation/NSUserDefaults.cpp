@@ -36,8 +36,12 @@ NSUserDefaults::Values& NSUserDefaults::valuesLocked() const
 {
     if (m_isLoaded)
         return m_values;
+    std::error_code unreadable;
+    const std::optional<NSData> data = contentsOfFile(m_path, unreadable);
+    // Not damaged: another time it may be read, so nothing is written in its place until then.
+    if (unreadable)
+        return m_values;
     m_isLoaded = true;
-    const std::optional<NSData> data = contentsOfFile(m_path);
     const std::optional<Value> read = data ? propertyListWithData(data->view()) : std::nullopt;
     if (const NSDictionary* stored = read ? read->dictionary() : nullptr) {
         for (const auto& [key, value] : *stored)
@@ -54,9 +58,11 @@ bool NSUserDefaults::setAsideLocked() const
 {
     if (!m_isDamaged)
         return true;
-    std::filesystem::path aside = m_path;
-    aside += ".damaged";
+    constexpr int mostKept = 10;
     std::error_code error;
+    std::filesystem::path aside = m_path.string() + ".damaged";
+    for (int i = 1; i < mostKept && std::filesystem::exists(aside, error); i++)
+        aside = m_path.string() + ".damaged." + std::to_string(i);
     std::filesystem::rename(m_path, aside, error);
     m_isDamaged = static_cast<bool>(error);
     return !m_isDamaged;
@@ -87,14 +93,17 @@ void NSUserDefaults::setObject(Value object, std::string_view forKey)
         return removeObjectForKey(forKey);
     {
         Locker hold(m_lock);
-        auto [place, isNew] = valuesLocked().try_emplace(std::string { forKey });
-        std::swap(place->second, object);
-        if (writeLocked())
-            return;
-        // A property list cannot hold it: the former value is back.
-        std::swap(place->second, object);
-        if (isNew)
-            m_values.erase(place);
+        Values& values = valuesLocked();
+        if (m_isLoaded) {
+            auto [place, isNew] = values.try_emplace(std::string { forKey });
+            std::swap(place->second, object);
+            if (writeLocked())
+                return;
+            // A property list cannot hold it: the former value is back.
+            std::swap(place->second, object);
+            if (isNew)
+                values.erase(place);
+        }
     }
     NSLog("user defaults cannot hold what was set for " + std::string { forKey });
 }

@@ -13,8 +13,9 @@ namespace lumora {
 ///
 /// Read on first use. Every change is written at once, to a new file that then takes the place of the former
 /// one, so what was set before a kill is there after it. A write that fails keeps the value in memory and the
-/// former file as it is, and is made up for by the next change or `synchronize`. A file that cannot be read
-/// is set aside as <name>.damaged, never overwritten.
+/// former file as it is, and is made up for by the next change or `synchronize`. A damaged file is set aside
+/// as <name>.damaged, never overwritten. While a file is there that cannot be read, the store is empty and
+/// takes nothing; each question tries again.
 class NSUserDefaults {
 public:
     static NSUserDefaults& standardUserDefaults();
@@ -23,7 +24,7 @@ public:
     /// The stored value, or nothing.
     Value objectForKey(std::string_view defaultName) const;
     /// Stores numbers, text, data, dates, arrays and dictionaries of these; nothing removes the key; anything
-    /// else is refused with a line on the console.
+    /// else, or anything while the file cannot be read, is refused with a line on the console.
     void setObject(Value object, std::string_view forKey);
     void removeObjectForKey(std::string_view defaultName);
     /// False when absent; a text counts as true when it begins with Y, y, T, t or a digit from 1 to 9.

@@ -71,6 +71,8 @@ TEST(TDEventModelTest, WhatIsSent)
     EXPECT_TRUE(sent["ts"].isInteger());
     EXPECT_EQ(sent["metadata"], (Value { NSDictionary { { "placementId", "p" }, { "extra", 1 } } }));
     EXPECT_FALSE(sent.find("eventId"));
+    event->setAdditionalInfo(std::nullopt);
+    EXPECT_TRUE(event->getEventAsMutableDictionary()) << "the placement is there all the same";
     event->setVideo(std::nullopt);
     EXPECT_FALSE(event->getEventAsMutableDictionary()) << "an unset property makes it unsendable";
 }
@@ -83,6 +85,7 @@ TEST(TDEventModelTest, EqualByEventIdAndTime)
     EXPECT_FALSE(a->isEqual(b.get()));
     b->setEventId(a->eventId());
     EXPECT_TRUE(a->isEqual(b.get()));
+    EXPECT_EQ(a->hash(), b->hash());
     b->setTs(a->ts().integerValue() + 1);
     EXPECT_FALSE(a->isEqual(b.get()));
 }
@@ -170,9 +173,9 @@ TEST(LMEventsManagerTest, TheAnswerToAnEarlierEventLeavesTheLaterOne)
     World world;
     world.start();
     const auto adView = make<UIView>();
-    for (const int64_t ts : { 1, 2 }) {
-        const auto event = eventOf("t" + std::to_string(ts));
-        event->setTs(ts);
+    for (const char* type : { "first", "second" }) {
+        const auto event = eventOf(type);
+        event->setTs(7);
         LMEventsManager::shared().handleEventAsPending(event, adView.get());
     }
     world.service.addFault({ .path = reportPath, .status = 200 });
@@ -181,13 +184,11 @@ TEST(LMEventsManagerTest, TheAnswerToAnEarlierEventLeavesTheLaterOne)
     filler->setAdObject(adView);
     LMEventsManager::shared().checkProcessorForPendingEvents(*filler);
     world.phone.wait(1);
-    EXPECT_EQ(typesSent(world), (std::vector<std::string> { "t1", "t2" }));
-    std::vector<std::string> left;
-    for (const auto& event : backup())
-        left.push_back(*event->type());
-    EXPECT_EQ(left, (std::vector<std::string> { "t1", "t2" })) << "the first one's copy stays too";
+    EXPECT_EQ(typesSent(world), (std::vector<std::string> { "first", "second" }));
+    EXPECT_EQ(backup().size(), 1u) << "of one second: equal";
     world.phone.wait(10);
-    EXPECT_EQ(typesSent(world).back(), "t2") << "tried again";
+    EXPECT_EQ(typesSent(world).back(), "second") << "tried again";
+    EXPECT_EQ(backup().size(), 0u);
 }
 
 TEST(LMEventsManagerTest, WithoutNetworkAPassSpendsNothing)
@@ -210,10 +211,12 @@ TEST(LMEventsManagerTest, TimersWithAndWithoutAConfiguration)
     World world { { .record = R"({"active": true, "ttlConfig": 100000, "retryAfter": 42})" } };
     world.service.addFault({ .delaySeconds = 7 });
     world.start();
+    LMEventsManager::shared().handleEvent(eventOf("early"), nullptr);
     EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 5, 0.1);
     world.phone.wait(5);
     EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 5, 0.1)
         << "polls until there is one";
+    EXPECT_TRUE(typesSent(world).empty());
     world.phone.wait(5);
     EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 42, 0.1);
     EXPECT_NEAR(tests::timersNamed(world.phone, "LMAdMonitor configTimer]").at(0), 10, 0.1)
@@ -230,6 +233,8 @@ TEST(LMEventsManagerTest, ParkedEventsInheritTheFilledModel)
     first->setRedirectUrl("https://shop.example");
     const auto second = eventOf("autoplay");
     second->setTs(5);
+    second->setHtml("<p>");
+    second->setVideo("v.mp4");
     LMEventsManager::shared().handleEventAsPending(first, adView.get());
     LMEventsManager::shared().handleEventAsPending(eventOf("elsewhere"), other.get());
     LMEventsManager::shared().handleEventAsPending(second, adView.get());
@@ -245,7 +250,47 @@ TEST(LMEventsManagerTest, ParkedEventsInheritTheFilledModel)
     EXPECT_EQ(sent["type"], Value { "redirect" });
     EXPECT_EQ(sent["redirectUrl"], Value { "https://shop.example" });
     EXPECT_EQ(sent["creativeId"], Value { "known" });
-    EXPECT_EQ(tests::object(reports.at(1).body)["ts"], Value { 5 }) << "one model, changed between the two";
+    const NSDictionary last = tests::object(reports.at(1).body);
+    EXPECT_EQ(last["ts"], Value { 5 }) << "one model, changed between the two";
+    EXPECT_EQ(last["html"], Value { "<p>" });
+    EXPECT_EQ(last["video"], Value { "v.mp4" });
+    const Events left = backup();
+    ASSERT_EQ(left.size(), 2u);
+    EXPECT_EQ(left[0]->type(), "elsewhere");
+    EXPECT_EQ(left[1]->type(), "redirect") << "the copy of the earlier time stays";
+    EXPECT_NE(left[1]->eventId(), first->eventId()) << "the filled model's own";
+}
+
+/// Knows nothing of its ad, one way or another.
+class Silent final : public LMAdViewProcessor {
+public:
+    static const ClassDescription& classDescription() { return Filler::classDescription(); }
+    void updateEventInfo(const std::shared_ptr<TDEventModel>&, const EventCompletion& completion) override
+    {
+        if (raises)
+            throw std::runtime_error("the network changed");
+        completion(nullptr);
+    }
+    std::string getAdTypeInString() override { return "html"; }
+    void getNewHTMLWithPurpose(HTMLPurpose, const HTMLCompletion&) override { }
+    bool raises { false };
+};
+
+TEST(LMEventsManagerTest, AProcessorThatFailsLosesNoParkedEvent)
+{
+    World world;
+    world.start();
+    for (const bool raises : { true, false }) {
+        const auto adView = make<UIView>();
+        LMEventsManager::shared().handleEventAsPending(eventOf("parked"), adView.get());
+        const auto processor = make<Silent>();
+        processor->raises = raises;
+        processor->setAdObject(adView);
+        LMEventsManager::shared().checkProcessorForPendingEvents(*processor);
+        EXPECT_EQ(backup().size(), 1u);
+        world.phone.wait(1);
+        EXPECT_EQ(backup().size(), 0u) << "sent as it is";
+    }
 }
 
 TEST(LMEventsManagerTest, WhatNobodyFilledIsSentAfterTheNextLaunch)
@@ -256,12 +301,42 @@ TEST(LMEventsManagerTest, WhatNobodyFilledIsSentAfterTheNextLaunch)
         const auto adView = make<UIView>();
         LMEventsManager::shared().handleEventAsPending(eventOf("parked"), adView.get());
     }
+    const auto filler = make<Filler>();
+    LMEventsManager::shared().checkProcessorForPendingEvents(*filler);
+    filler->setAdObject(make<UIView>());
+    LMEventsManager::shared().checkProcessorForPendingEvents(*filler);
     world.phone.wait(400);
-    EXPECT_TRUE(typesSent(world).empty());
+    EXPECT_TRUE(typesSent(world).empty()) << "what died equals nothing";
     world.restart();
     world.start();
     world.phone.wait(6);
     EXPECT_EQ(typesSent(world), std::vector<std::string> { "parked" });
+    EXPECT_EQ(backup().size(), 0u);
+}
+
+TEST(LMEventsManagerTest, WhatARecordSaysOfTries)
+{
+    // Two passes; the second finds something only when the first had a try to spend.
+    const std::tuple<const char*, const char*, size_t> rows[] = { { "none", "0", 0 },
+        { "unlimited", "-1", 1 }, { "beyond 32 bits", "4294967296", 1 }, { "far below", "-4294967297", 1 } };
+    for (const auto& [name, limit, left] : rows) {
+        World world { { .record = R"({"active": false, "ttlConfig": 100000, "retryAfter": 10, "retryLimit": )"
+                + std::string { limit } + "}" } };
+        world.start();
+        LMEventsManager::shared().handleEvent(eventOf("a"), nullptr);
+        world.phone.wait(16);
+        EXPECT_EQ(backup().size(), left) << name;
+    }
+}
+
+TEST(LMEventsManagerTest, ACompletionThatRaisesStopsNothing)
+{
+    World world;
+    world.start();
+    auto raise = [](bool) { throw std::runtime_error("host"); };
+    EXPECT_NO_THROW(LMEventsManager::shared().handleEvent(nullptr, raise));
+    EXPECT_NO_THROW(LMEventsManager::shared().handleEvent(eventOf("a"), raise));
+    world.phone.wait(1);
     EXPECT_EQ(backup().size(), 0u);
 }
 
@@ -282,8 +357,7 @@ TEST(LMEventsManagerTest, AllThatIsStoredIsReadyBeforeAnyoneAsks)
 TEST(LMEventsManagerTest, EveryPropertySurvivesARestart)
 {
     World world;
-    world.start();
-    const auto event = eventOf("t");
+    auto event = eventOf("t");
     event->setCreativeId("c");
     event->setPlacementId("p");
     event->setSdk("s");
@@ -296,11 +370,15 @@ TEST(LMEventsManagerTest, EveryPropertySurvivesARestart)
     event->setRedirectUrl("u");
     event->setAdId("id");
     event->addAdditionalInfo({ { "config", NSDictionary { { "buttonTap", 1 } } } });
-    const auto stored
-        = as<TDEventModel>(unarchiveObjectWithData(archivedDataWithRootObject(Value { event })).object());
-    ASSERT_TRUE(stored);
-    EXPECT_EQ(stored->getEventAsMutableDictionary(), event->getEventAsMutableDictionary());
-    EXPECT_TRUE(stored->isEqual(event.get()));
+    LMEventsSaverUserDefaultsProvider().saveEvent(event);
+    const auto sent = event->getEventAsMutableDictionary();
+    const auto eventId = event->eventId();
+    event.reset();
+    world.restart();
+    const Events stored = backup();
+    ASSERT_EQ(stored.size(), 1u);
+    EXPECT_EQ(stored[0]->getEventAsMutableDictionary(), sent);
+    EXPECT_EQ(stored[0]->eventId(), eventId);
 }
 
 TEST(LMEventsManagerTest, TheBackupTellsEventsApart)
@@ -406,6 +484,10 @@ TEST(LMAdMonitorTest, RoundsAsTheConfigurationWantsThem)
     world.start();
     world.phone.wait(20);
     EXPECT_NEAR(tests::timersNamed(world.phone, "LMAdMonitor configTimer]").at(0), 30, 0.1);
+    world.service.setRecord(R"({"active": true, "ttlConfig": 100000, "sendingHTML": -1})");
+    TDActivationManager::sharedInstance().getNewConfig();
+    world.phone.wait(30);
+    EXPECT_NEAR(tests::timersNamed(world.phone, "LMAdMonitor configTimer]").at(0), 20, 0.1) << "polling";
 }
 
 TEST(LMAdMonitorTest, ARoundReachesTheButtonsAndSendsNothing)
@@ -429,6 +511,8 @@ TEST(LMAdMonitorTest, AnOddPeriodDoesNotHangTheClock)
     world.start();
     world.phone.wait(5.01);
     EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 0.0001, 0.0001);
+    world.phone.wait(15);
+    EXPECT_NEAR(tests::timersNamed(world.phone, "LMAdMonitor configTimer]").at(0), 0.0001, 0.0001);
 }
 
 TEST(LMFirstTimeLaunchDetectorTest, TrueOncePerInstallation)

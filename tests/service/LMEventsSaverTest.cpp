@@ -5,6 +5,7 @@
 #include "platform/foundation/NSUserDefaults.h"
 #include "simulator/Phone.h"
 
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
@@ -111,6 +112,12 @@ TEST_F(LMEventsSaverTest, WhatElseStandsUnderTheKeyIsReplaced)
         { "damaged data", NSData::fromText("bplist00 but not really") },
         { "another archive", archivedDataWithRootObject("text") },
         { "an event and a stranger", archivedDataWithRootObject(NSArray { eventOf("kept"), "stranger" }) },
+        { "a damaged archive of none",
+            [] {
+                NSData archive = archivedDataWithRootObject(NSArray {});
+                archive.bytes[archive.view().find("NSArray")] = 'X';
+                return archive;
+            }() },
         { "an event that does not decode",
             [] {
                 NSData archive = archivedDataWithRootObject(NSArray { eventOf("lost") });
@@ -129,6 +136,40 @@ TEST_F(LMEventsSaverTest, WhatElseStandsUnderTheKeyIsReplaced)
         restart();
         EXPECT_EQ(typesStored().size(), kept + 1) << name;
         EXPECT_EQ(typesStored().back(), "new") << name;
+    }
+}
+
+TEST_F(LMEventsSaverTest, AnOddEventHurtsNoOther)
+{
+    const std::pair<const char*, std::function<void(TDEventModel&)>> rows[] = {
+        { "no time", [](TDEventModel& event) { event.setTs({}); } },
+        { "a time that is no number", [](TDEventModel& event) { event.setTs(NAN); } },
+        { "no identifier", [](TDEventModel& event) { event.setEventId(std::nullopt); } },
+        { "no information", [](TDEventModel& event) { event.setAdditionalInfo(std::nullopt); } },
+        { "an object",
+            [](TDEventModel& event) {
+                event.addAdditionalInfo({ { "o", make<NSObject>() } });
+            } },
+        { "keys that are no text",
+            [](TDEventModel& event) {
+                event.addAdditionalInfo({ { "\xFF", 1 }, { "\xFE", 2 } });
+            } },
+    };
+    for (const auto& [name, change] : rows) {
+        const auto odd = eventOf("odd");
+        change(*odd);
+        for (const auto& event : { eventOf("before"), odd, eventOf("after") })
+            LMEventsSaverUserDefaultsProvider().saveEvent(event);
+        for (int pass = 0; pass < 3; pass++) {
+            restart();
+            LMEventsSaver saver { std::make_shared<LMEventsSaverUserDefaultsProvider>() };
+            for (const auto& event : saver.getPendingEventsForRetrySending())
+                saver.keepTakenEvent(event);
+            EXPECT_EQ(typesStored(), (std::vector<std::string> { "before", "odd", "after" })) << name;
+        }
+        LMEventsSaver saver { std::make_shared<LMEventsSaverUserDefaultsProvider>() };
+        saver.removeEvents(saver.getPendingEventsForRetrySending());
+        EXPECT_TRUE(typesStored().empty()) << name;
     }
 }
 
@@ -151,9 +192,10 @@ TEST_F(LMEventsSaverTest, AFullDiskLosesNothingThatWasStored)
     EXPECT_EQ(typesStored(), (std::vector<std::string> { "stored", "big" })) << "still in memory";
     const fs::path copy = NSHomeDirectory() / "as it was on the disk";
     fs::copy_file(file(), copy);
-    saver.saveEvent(eventOf("next"), nullptr);
+    saver.getPendingEventsForRetrySending();
+    saver.keepTakenEvent(big);
     restart();
-    EXPECT_EQ(typesStored(), (std::vector<std::string> { "stored", "big", "next" })) << "made up for";
+    EXPECT_EQ(typesStored(), (std::vector<std::string> { "stored", "big" })) << "made up for by a pass";
     fs::rename(copy, file());
     restart();
     EXPECT_EQ(typesStored(), std::vector<std::string> { "stored" }) << "a kill on the full disk";

@@ -61,17 +61,37 @@ TEST_F(UserDefaults, AreOnDiskWhenASetReturns)
     });
 }
 
-TEST_F(UserDefaults, SetADamagedFileAside)
+TEST_F(UserDefaults, SetEveryDamagedFileAside)
 {
-    for (const std::string damage : { "", "bplist00 no more", "<?xml?>" }) {
+    const std::pair<const char*, std::string> rows[]
+        = { { ".damaged", "" }, { ".damaged.1", "bplist00 no more" }, { ".damaged.2", "<?xml?>" } };
+    for (const auto& row : rows) {
+        const std::string& damage = row.second;
         writeToFile(file, damage);
         inProcess([&](NSUserDefaults& defaults) {
             EXPECT_TRUE(defaults.objectForKey("k").isNothing());
             defaults.setObject(damage, "k");
         });
-        EXPECT_EQ(contentsOfFile(file.string() + ".damaged")->view(), damage);
+        EXPECT_EQ(contentsOfFile(file.string() + row.first)->view(), damage);
         inProcess([&](NSUserDefaults& defaults) { EXPECT_EQ(defaults.objectForKey("k"), Value { damage }); });
     }
+}
+
+TEST_F(UserDefaults, WaitForAFileThatCannotBeReadNow)
+{
+    inProcess([](NSUserDefaults& defaults) { defaults.setObject("stored", "k"); });
+    const fs::path elsewhere = home.path / "elsewhere";
+    fs::rename(file, elsewhere);
+    // A link to itself cannot be followed.
+    fs::create_symlink(file, file);
+    inProcess([&](NSUserDefaults& defaults) {
+        EXPECT_TRUE(defaults.objectForKey("k").isNothing());
+        defaults.setObject("later", "other");
+        EXPECT_FALSE(defaults.boolForKey("other"));
+        fs::rename(elsewhere, file);
+        EXPECT_EQ(defaults.objectForKey("k"), Value { "stored" });
+        EXPECT_TRUE(defaults.objectForKey("other").isNothing()) << "what was stored comes first";
+    });
 }
 
 TEST_F(UserDefaults, KeepAFormerFileWhenAWriteFails)
@@ -94,11 +114,15 @@ TEST_F(UserDefaults, KeepAFormerFileWhenAWriteFails)
 TEST_F(UserDefaults, NeverOverwriteADamagedFileThatCannotBeMoved)
 {
     writeToFile(file, "damage");
-    fs::create_directories(file.string() + ".damaged/full");
+    std::vector<std::string> blocked { file.string() + ".damaged" };
+    for (int i = 1; i < 10; i++)
+        blocked.push_back(blocked[0] + "." + std::to_string(i));
+    for (const std::string& name : blocked)
+        fs::create_directories(name + "/full");
     inProcess([&](NSUserDefaults& defaults) {
         defaults.setObject(1, "k");
         EXPECT_EQ(contentsOfFile(file)->view(), "damage");
-        fs::remove_all(file.string() + ".damaged");
+        fs::remove_all(blocked[9]);
         EXPECT_TRUE(defaults.synchronize());
         EXPECT_EQ((*stored().dictionary())["k"], Value { 1 });
     });
