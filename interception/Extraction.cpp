@@ -34,6 +34,11 @@ std::string textOr(const Value& value, const char* fallback)
 
 } // namespace
 
+bool isKindOfClassNamed(const Object* object, std::string_view name)
+{
+    return isKindOfClass(object, NSClassFromString(name));
+}
+
 Value getValueFromObject(const Object* object, std::initializer_list<const char*> keyPathes)
 {
     if (!object)

@@ -11,6 +11,9 @@ namespace lumora {
 /// Answered when a network's version cannot be read.
 inline constexpr const char* versionNotAvailable = "version param is not available";
 
+/// True when a class of that name exists and the object is of it or of a subclass; false for nil.
+bool isKindOfClassNamed(const Object* object, std::string_view name);
+
 /// The first value that one of the key paths finds, tried in order. An unknown key counts as nothing found,
 /// and so does a nil object. Any thread.
 Value getValueFromObject(const Object* object, std::initializer_list<const char*> keyPathes);

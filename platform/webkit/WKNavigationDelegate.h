@@ -51,4 +51,8 @@ inline constinit const TypedSelector<void(id, id, NSError)> webViewDidFailNaviga
 };
 } // namespace sel
 
+/// Whether a delegate answers a message: its own word where its class has one, as that of a stand-in for
+/// another object does, else its class's.
+bool delegateAnswers(Object& delegate, SEL selector);
+
 } // namespace lumora

@@ -83,12 +83,11 @@ WebEngine& WKWebView::engine()
     return *m_engine;
 }
 
-/// The object's own word where its class has one: a stand-in answers for another object.
-static bool answers(Object& object, SEL selector)
+bool delegateAnswers(Object& delegate, SEL selector)
 {
     const SEL question = "respondsToSelector:"_sel;
-    return respondsToSelector(&object, question) ? send<bool>(&object, question, selector)
-                                                 : respondsToSelector(&object, selector);
+    return respondsToSelector(&delegate, question) ? send<bool>(&delegate, question, selector)
+                                                   : respondsToSelector(&delegate, selector);
 }
 
 void WKWebView::setNavigationDelegate(Object* delegate)
@@ -101,7 +100,7 @@ void WKWebView::setNavigationDelegate(Object* delegate)
              sel::webViewDidStartProvisionalNavigation, sel::webViewDidFailProvisionalNavigation,
              sel::webViewDecidePolicyForNavigationResponse, sel::webViewDidCommitNavigation,
              sel::webViewDidFinishNavigation, sel::webViewDidFailNavigation }) {
-        if (answers(*delegate, selector))
+        if (delegateAnswers(*delegate, selector))
             m_delegateAnswers.push_back(selector);
     }
 }

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "platform/objc/Object.h"
+
+namespace lumora {
+
+/// Stands between a web view and the navigation delegate that the network gave it: an observer of the
+/// library's own hears every message first, then the network's delegate gets it unchanged. The web view owns
+/// it, as its `proxyController`, and hands it out as its `navigationDelegate`. Main thread.
+///
+/// The network's delegate is held weakly. Once it is gone the proxy answers nothing any more and forwards
+/// nothing; a navigation that then still asks for leave gets it, as it would without a delegate.
+class ProxyDelegate : public NSProxy {
+public:
+    static const ClassDescription& classDescription();
+
+    id initWithDelegate(Object* delegate);
+
+    std::shared_ptr<Object> originDelegate() const { return m_originDelegate.lock(); }
+    /// A proxy in the place of a delegate is owned besides: nobody else does, once the web view has this one.
+    /// One that leads back here counts as none.
+    void setOriginDelegate(Object* delegate);
+    /// The observer, owned; none from the start. What it raises stays with it.
+    std::shared_ptr<Object> fakeDelegate() const { return m_fakeDelegate; }
+    void setFakeDelegate(Object* observer);
+
+    /// The origin's own answer; the observer is not asked.
+    bool respondsToSelector(SEL selector);
+    void forwardInvocation(NSInvocation& invocation) override;
+
+private:
+    std::weak_ptr<Object> m_originDelegate;
+    std::shared_ptr<Object> m_innerProxy;
+    std::shared_ptr<Object> m_fakeDelegate;
+};
+
+} // namespace lumora

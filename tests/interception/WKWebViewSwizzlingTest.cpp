@@ -1,0 +1,358 @@
+#include "interception/WKWebViewSwizzling.h"
+
+#include "core/TDActivationManager.h"
+#include "interception/TDMetaclass_MoPub.h"
+#include "interception/TDMetadataClassesFactory.h"
+#include "platform/dispatch/Executor.h"
+#include "processing/ProxyDelegate.h"
+#include "processing/WebViewTracker.h"
+#include "simulator/networks/StandIn.h"
+#include "tests/world/World.h"
+
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace lumora {
+namespace {
+
+using tests::World;
+
+std::string nameOf(id delegate)
+{
+    if (const auto* proxy = as<ProxyDelegate>(delegate))
+        return "proxy(" + nameOf(proxy->originDelegate().get()) + ")";
+    return object_getClassName(delegate);
+}
+
+/// What the replaced implementations ran with, in order.
+struct Previous {
+    Lock lock;
+    std::vector<std::string> runs LUMORA_GUARDED_BY(lock);
+    std::atomic<bool> raises { false };
+} previous;
+
+void recordDelegate(id self, SEL, id delegate)
+{
+    const bool onMain = self->isa()->registry().process().isMainThread();
+    {
+        Locker hold(previous.lock);
+        previous.runs.push_back(nameOf(delegate) + (onMain ? "" : " off main"));
+    }
+    if (previous.raises)
+        throw std::domain_error("the web view's own");
+}
+void recordNavigationDelegate(id self, SEL _cmd, id delegate)
+{
+    recordDelegate(self, _cmd, delegate);
+    static_cast<WKWebView*>(self)->setNavigationDelegate(delegate);
+}
+
+std::shared_ptr<WKWebView> viewOf(const char* className = "WKWebView")
+{
+    auto made = alloc<WKWebView>(NSClassFromString(className));
+    send(made, sel::init);
+    return made;
+}
+/// An object of a class of that name; "nil", or a "proxy" of another object, on wish.
+std::shared_ptr<Object> delegateOf(const std::string& className, id origin = nullptr)
+{
+    if (className == "nil")
+        return nullptr;
+    if (className != "proxy")
+        return standInObject(className, {});
+    const auto proxy = alloc<ProxyDelegate>();
+    proxy->initWithDelegate(origin);
+    return proxy;
+}
+std::string told()
+{
+    std::vector<std::string> runs;
+    Locker hold(previous.lock);
+    runs.swap(previous.runs);
+    std::string text;
+    for (const std::string& run : runs)
+        text += (text.empty() ? "" : ", ") + run;
+    return text;
+}
+std::string set(const std::shared_ptr<WKWebView>& view, const std::shared_ptr<Object>& delegate)
+{
+    send(view, sel::setNavigationDelegate, delegate);
+    return told();
+}
+
+class WKWebViewSwizzlingTest : public testing::Test {
+protected:
+    explicit WKWebViewSwizzlingTest(const World::Options& options = {})
+        : world(options)
+    {
+        told();
+        previous.raises = false;
+        class_replaceMethod(classOf<WKWebView>(), sel::setNavigationDelegate, &recordNavigationDelegate,
+            &methodEncoding<void, id>());
+        for (const char* processor : { "LMSmaatoProcessor", "LMAOLProcessor" })
+            ClassBuilder(processor, classOf<NSObject>());
+        for (const char* view : { "SOMAWKWebView", "MMWebComponent", "RFMCreativeView" })
+            ClassBuilder(view, classOf<WKWebView>()).method("setDelegate:"_sel, &recordDelegate);
+    }
+    /// The hooks alone: the first question to the gate starts a fetch.
+    static void startWithoutRecord()
+    {
+        TDAPI::setNewAuthKey(tests::validKey);
+        TDActivationManager::sharedInstance().activate();
+        send(NSClassFromString("WKWebView"), sel::swizzleMethods);
+    }
+
+    World world;
+};
+
+TEST_F(WKWebViewSwizzlingTest, WhatThePreviousImplementationRunsWith)
+{
+    struct Row {
+        const char* name;
+        const char* view;
+        const char* current;
+        const char* delegate;
+        const char* runs;
+    };
+    world.start();
+    const auto host = delegateOf("Host");
+    for (const Row& row :
+        {
+            Row { "a stranger", "WKWebView", "nil", "Stranger", "Stranger" },
+            Row { "a network's", "WKWebView", "nil", "SOMAAdRenderer", "proxy(SOMAAdRenderer)" },
+            Row { "one without a processor", "WKWebView", "nil", "OXMWebView", "OXMWebView" },
+            Row { "nil over nothing", "WKWebView", "nil", "nil", "nil" },
+            Row { "nil over a stranger", "WKWebView", "Stranger", "nil", "nil" },
+            Row { "nil over a network's", "WKWebView", "SOMAAdRenderer", "nil", "proxy(nil)" },
+            Row { "nil over a proxy", "WKWebView", "proxy", "nil", "nil, nil" },
+            Row { "a proxy again", "WKWebView", "nil", "proxy", "proxy(Host), proxy(Host)" },
+            Row { "a network's view", "SOMAWKWebView", "nil", "Stranger", "proxy(Stranger)" },
+            Row { "nil there", "SOMAWKWebView", "nil", "nil", "proxy(nil)" },
+            Row { "nil over a proxy there", "SOMAWKWebView", "proxy", "nil", "nil, proxy(nil)" },
+            Row { "a proxy again there", "SOMAWKWebView", "nil", "proxy", "proxy(Host), proxy(proxy(Host))" },
+        }) {
+        const auto view = viewOf(row.view);
+        const auto current = delegateOf(row.current, host.get());
+        const auto delegate = delegateOf(row.delegate, host.get());
+        view->setNavigationDelegate(current.get());
+        EXPECT_EQ(set(view, delegate), row.runs) << row.name;
+        const id controller = send(view, sel::proxyController);
+        EXPECT_EQ(WebViewTracker::sharedTracker().isTrackered(view.get()), controller != nullptr) << row.name;
+        EXPECT_EQ(view->navigationDelegate(), controller ? controller : delegate.get()) << row.name;
+    }
+}
+
+TEST_F(WKWebViewSwizzlingTest, WhenFeaturesMayNotRunNothingChanges)
+{
+    world.service.setRecord(R"({"active": false, "ttlConfig": 3600})");
+    world.start();
+    const auto renderer = delegateOf("SOMAAdRenderer");
+    EXPECT_EQ(set(viewOf(), renderer), "SOMAAdRenderer");
+    dispatch_get_global_queue().async(
+        [&] { EXPECT_EQ(set(viewOf(), renderer), "SOMAAdRenderer off main") << "not even the thread"; });
+    world.phone.wait(0);
+}
+
+TEST_F(WKWebViewSwizzlingTest, ALateAnswerFindsWebViewAndDelegateAlive)
+{
+    startWithoutRecord();
+    auto view = viewOf();
+    const std::weak_ptr<WKWebView> watched = view;
+    EXPECT_EQ(set(view, delegateOf("SOMAAdRenderer")), "");
+    view.reset();
+    world.phone.wait(1);
+    EXPECT_EQ(told(), "proxy(SOMAAdRenderer)");
+    EXPECT_TRUE(watched.expired());
+}
+
+TEST_F(WKWebViewSwizzlingTest, ACallThatWaitedGivesWayToANewerOne)
+{
+    startWithoutRecord();
+    const auto view = viewOf();
+    const auto other = viewOf();
+    const auto old = delegateOf("SOMAAdRenderer");
+    EXPECT_EQ(set(view, old), "");
+    EXPECT_EQ(set(other, old), "SOMAAdRenderer") << "the gate says no while it loads";
+    EXPECT_EQ(set(view, nullptr), "nil");
+    world.phone.wait(1);
+    EXPECT_EQ(told(), "");
+    EXPECT_EQ(view->navigationDelegate(), nullptr);
+}
+
+TEST_F(WKWebViewSwizzlingTest, AFailedFetchLetsTheDelegateThrough)
+{
+    world.setServiceAway(true);
+    startWithoutRecord();
+    const auto renderer = delegateOf("SOMAAdRenderer");
+    const auto view = viewOf();
+    EXPECT_EQ(set(view, renderer), "");
+    world.phone.wait(1);
+    EXPECT_EQ(told(), "SOMAAdRenderer");
+}
+
+TEST_F(WKWebViewSwizzlingTest, ACallOffTheMainThreadGoesOnThere)
+{
+    world.start();
+    const auto view = viewOf();
+    const auto renderer = delegateOf("SOMAAdRenderer");
+    std::thread network([&] { EXPECT_EQ(set(view, renderer), "") << "a thread of no process"; });
+    network.join();
+    world.phone.wait(0);
+    EXPECT_EQ(told(), "proxy(SOMAAdRenderer)");
+    dispatch_get_global_queue().async([&] {
+        dispatch_get_main_queue().async([&] { EXPECT_EQ(set(view, nullptr), "nil, nil"); });
+        EXPECT_EQ(set(view, renderer), "");
+    });
+    world.phone.wait(0);
+    EXPECT_EQ(told(), "") << "what the main thread set meanwhile is newer";
+}
+
+class RealTimeHookTest : public WKWebViewSwizzlingTest {
+protected:
+    RealTimeHookTest()
+        : WKWebViewSwizzlingTest({ .adjust = [](Phone::Options& options) { options.virtualTime = false; } })
+    {
+    }
+};
+
+TEST_F(RealTimeHookTest, ThreadsThatMeetTheAnswerLoseNoCall)
+{
+    startWithoutRecord();
+    const auto renderer = delegateOf("SOMAAdRenderer");
+    std::vector<std::shared_ptr<WKWebView>> views(32);
+    std::generate(views.begin(), views.end(), [] { return viewOf(); });
+    std::vector<std::thread> networks;
+    for (size_t first = 0; first < 4; first++) {
+        networks.emplace_back([&, first] {
+            for (size_t i = first; i < views.size(); i += 4)
+                send(views[i], sel::setNavigationDelegate, renderer);
+        });
+    }
+    const auto all = [&] {
+        Locker hold(previous.lock);
+        return previous.runs.size() == views.size();
+    };
+    EXPECT_TRUE(world.phone.waitUntil(all, 10));
+    for (std::thread& network : networks)
+        network.join();
+}
+
+class DyingWebView final : public WKWebView {
+public:
+    ~DyingWebView() override { send(this, sel::setNavigationDelegate, static_cast<id>(nullptr)); }
+};
+class DyingDelegate final : public NSObject {
+public:
+    ~DyingDelegate() override { send(view, sel::setNavigationDelegate, this); }
+    std::shared_ptr<WKWebView> view;
+};
+
+TEST_F(WKWebViewSwizzlingTest, WhatIsBeingDestroyedIsPassedOnAtOnce)
+{
+    startWithoutRecord();
+    make<DyingWebView>().reset();
+    EXPECT_EQ(told(), "nil");
+    const auto view = viewOf();
+    EXPECT_EQ(set(view, delegateOf("SOMAAdRenderer")), "");
+    auto delegate = make<DyingDelegate>();
+    delegate->view = view;
+    delegate.reset();
+    EXPECT_EQ(told(), "NSObject");
+    world.phone.wait(1);
+    EXPECT_EQ(told(), "") << "the one that waited is the older one";
+}
+
+TEST_F(WKWebViewSwizzlingTest, WhatThePreviousImplementationRaisesPassesThrough)
+{
+    world.start();
+    const auto view = viewOf();
+    previous.raises = true;
+    for (const char* delegate : { "Stranger", "SOMAAdRenderer", "proxy" })
+        EXPECT_THROW(set(view, delegateOf(delegate)), std::domain_error) << delegate;
+    previous.raises = false;
+    told();
+    EXPECT_EQ(set(view, nullptr), "nil");
+    EXPECT_EQ(world.phone.console().lines(), std::vector<std::string> {});
+}
+
+TEST_F(WKWebViewSwizzlingTest, TheDelegatesOfSomeNetworksBringAButton)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        { "FBAdWebKitContentContainer", "TDMetaclass_Facebook_banner" },
+        { "ADCWebViewModule", "TDMetaclass_AdColony_interstitial" },
+        { "AMMRAdView", "TDMetaclass_Amazon_banner" },
+        { "AMAMraidInterstitialAdView", "TDMetaclass_Amazon_interstitial" },
+        { "Stranger", nullptr },
+    };
+    world.start();
+    for (const auto& [kind, metaclass] : rows) {
+        const auto child = alloc<Object>(
+            ClassBuilder(std::string { "Sub" } + kind, standInClass(kind, classOf<NSObject>())).build());
+        EXPECT_EQ(TDMetadataClassesFactory::getMetadataClassForObject(nullptr, child.get()), nullptr);
+        if (metaclass)
+            ClassBuilder(metaclass, classOf<TDMetaclass_MoPub_banner>());
+        const auto view = creativeView("<h1>Ad</h1>", { 300, 250 });
+        world.phone.content().addSubview(view);
+        EXPECT_EQ(set(view, child), object_getClassName(child.get()));
+        world.phone.wait(1.1);
+        EXPECT_EQ(tests::buttonOn(*view) != nullptr, metaclass != nullptr) << kind;
+    }
+    EXPECT_EQ(world.service.impressions().size(), 4u);
+    EXPECT_EQ(TDMetadataClassesFactory::getMetadataClassForObject(nullptr, nullptr), nullptr);
+}
+
+TEST_F(WKWebViewSwizzlingTest, OfTheTwoHooksTheFirstGoesIn)
+{
+    class_addMethod(classOf<WKWebView>(), "setDelegate:"_sel, &recordDelegate);
+    world.start();
+    const auto listed = class_copyMethodList(classOf<WKWebView>()->isa());
+    EXPECT_EQ(std::count_if(listed.begin(), listed.end(),
+                  [](Method method) { return method->name == sel::swizzleMethods; }),
+        2);
+    const auto renderer = delegateOf("SOMAAdRenderer");
+    send<void>(viewOf().get(), "setDelegate:"_sel, renderer.get());
+    EXPECT_EQ(told(), "SOMAAdRenderer");
+    EXPECT_EQ(set(viewOf(), renderer), "proxy(SOMAAdRenderer)");
+}
+
+TEST_F(WKWebViewSwizzlingTest, TheOtherHookWorksWhereItIsPutByHand)
+{
+    struct Row {
+        const char* view;
+        const char* delegate;
+        const char* runs;
+    };
+    world.start();
+    const auto renderer = delegateOf("SOMAAdRenderer");
+    for (const Row& row :
+        { Row { "SOMAWKWebView", "nil", "proxy(nil)" }, Row { "MMWebComponent", "nil", "nil" },
+            Row { "RFMCreativeView", "nil", "nil" }, Row { "MMWebComponent", "Stranger", "proxy(Stranger)" },
+            Row { "RFMCreativeView", "SOMAAdRenderer", "proxy(SOMAAdRenderer)" } }) {
+        class_swizzleMethodAndStore(
+            NSClassFromString(row.view), "setDelegate:"_sel, &lumora_webViewSetDelegate, nullptr);
+        webViewSetDelegateIMP.store(world.phone.process().classes(), IMP { &recordDelegate }.function);
+        const auto view = viewOf(row.view);
+        view->setNavigationDelegate(renderer.get());
+        send<void>(view.get(), "setDelegate:"_sel, delegateOf(row.delegate).get());
+        EXPECT_EQ(told(), row.runs) << row.view;
+    }
+}
+
+TEST_F(WKWebViewSwizzlingTest, TwoPropertiesOfOneNameStayApart)
+{
+    const auto view = viewOf();
+    const auto first = delegateOf("First");
+    const auto second = delegateOf("Second");
+    send(view, sel::setProxyController, first);
+    WKWebViewReference::setProxyController(view.get(), sel::setProxyController, second.get());
+    EXPECT_EQ(send(view, sel::proxyController), first.get()) << "the hooks' own is found by name";
+    EXPECT_EQ(view->valueForKey("proxyController"), Value { first });
+    EXPECT_EQ(WKWebViewReference::proxyController(view.get(), sel::proxyController), second.get());
+    const auto listed = class_copyMethodList(classOf<WKWebView>());
+    EXPECT_EQ(std::count_if(listed.begin(), listed.end(),
+                  [](Method method) { return method->name == sel::proxyController; }),
+        2);
+}
+
+} // namespace
+} // namespace lumora

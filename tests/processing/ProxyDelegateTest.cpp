@@ -1,0 +1,197 @@
+#include "processing/ProxyDelegate.h"
+
+#include "interception/WKWebViewSwizzling.h"
+#include "platform/objc/NSException.h"
+#include "processing/WebViewTracker.h"
+#include "simulator/networks/StandIn.h"
+#include "tests/platform/webkit/NavigationDiary.h"
+#include "tests/world/World.h"
+
+#include <gtest/gtest.h>
+
+namespace lumora {
+namespace {
+
+using test::NavigationDiary;
+using tests::World;
+
+std::shared_ptr<ProxyDelegate> proxyOf(const std::shared_ptr<Object>& origin)
+{
+    auto proxy = alloc<ProxyDelegate>();
+    proxy->initWithDelegate(origin.get());
+    return proxy;
+}
+
+/// A phone whose web view has a delegate of a network that has a processor.
+struct Browser {
+    explicit Browser(bool watched)
+    {
+        ClassBuilder("LMSmaatoProcessor", classOf<NSObject>());
+        diary = alloc<NavigationDiary>(ClassBuilder("SOMAAdRenderer", classOf<NavigationDiary>()).build());
+        if (watched)
+            world.start();
+        send(view, sel::setNavigationDelegate, diary);
+        EXPECT_EQ(as<ProxyDelegate>(view->navigationDelegate()) != nullptr, watched);
+    }
+    void load(const std::string& html)
+    {
+        view->loadHTMLString(html, "https://ads.example.com/a/b");
+        world.phone.wait(1);
+    }
+    World world;
+    std::shared_ptr<NavigationDiary> diary;
+    std::shared_ptr<WKWebView> view { make<WKWebView>() };
+};
+
+TEST(ProxyDelegateTest, TheNetworkSeesTheSameNavigationsWithAndWithoutUs)
+{
+    const auto story = [](bool watched) {
+        Browser browser(watched);
+        browser.load("<p>one");
+        browser.diary->policy = WKNavigationPolicyCancel;
+        browser.load("<p>two");
+        browser.diary->policy = WKNavigationPolicyAllow;
+        browser.diary->onFinish = [&] { browser.view->reload(); };
+        browser.load("<p>three");
+        return browser.diary->lines;
+    };
+    EXPECT_NE(story(false), "");
+    EXPECT_EQ(story(true), story(false));
+}
+
+TEST(ProxyDelegateTest, ADelegateThatDiesLeavesThePageFree)
+{
+    for (bool watched : { false, true }) {
+        Browser browser(watched);
+        browser.view->loadHTMLString("<title>Ad</title>", "");
+        browser.diary.reset();
+        browser.world.phone.wait(1);
+        EXPECT_FALSE(browser.view->isLoading()) << watched;
+        EXPECT_EQ(browser.view->title(), "Ad") << watched;
+    }
+}
+
+TEST(ProxyDelegateTest, ADelegateMayTakeTheProxyOffInTheMiddle)
+{
+    Browser browser(true);
+    browser.diary->onFinish = [&] { send(browser.view, sel::setProxyController, static_cast<id>(nullptr)); };
+    browser.load("<p>x");
+    EXPECT_TRUE(browser.diary->lines.ends_with("finished"));
+    EXPECT_EQ(browser.view->navigationDelegate(), nullptr);
+}
+
+class ProxyTest : public testing::Test {
+protected:
+    static bool responds(const std::shared_ptr<ProxyDelegate>& proxy, SEL selector)
+    {
+        return send<bool>(proxy.get(), "respondsToSelector:"_sel, selector);
+    }
+    Phone phone { {} };
+    std::shared_ptr<NavigationDiary> diary { make<NavigationDiary>() };
+};
+
+TEST_F(ProxyTest, ItAnswersWhatTheOriginAnswersAsLongAsThatLives)
+{
+    const auto proxy = proxyOf(diary);
+    EXPECT_TRUE(responds(proxy, sel::webViewDidFinishNavigation));
+    EXPECT_FALSE(responds(proxy, "webViewDidClose:"_sel));
+    EXPECT_EQ(proxy->valueForKey("originDelegate"), Value { diary });
+    diary.reset();
+    EXPECT_FALSE(responds(proxy, sel::webViewDidFinishNavigation));
+    EXPECT_NO_THROW(
+        send(proxy, sel::webViewDidFinishNavigation, static_cast<id>(nullptr), static_cast<id>(nullptr)));
+}
+
+TEST_F(ProxyTest, AProxyInsideAProxyKeepsItsNetwork)
+{
+    auto inner = proxyOf(diary);
+    const auto outer = proxyOf(inner);
+    ProxyDelegate& owned = *inner;
+    inner.reset();
+    ASSERT_TRUE(outer->originDelegate());
+    send(outer, sel::webViewDidFinishNavigation, static_cast<id>(nullptr), static_cast<id>(nullptr));
+    EXPECT_EQ(diary->lines, "finished another");
+    owned.setOriginDelegate(outer.get());
+    EXPECT_FALSE(responds(outer, sel::webViewDidFinishNavigation)) << "a circle counts as no delegate";
+}
+
+TEST_F(ProxyTest, TheObserverHearsFirstAndHarmsNothing)
+{
+    static std::vector<std::string> heard;
+    heard.clear();
+    static const auto hear = +[](id, SEL, id, id) {
+        heard.emplace_back("observer");
+        throw std::runtime_error("its own");
+    };
+    const auto observer = alloc<Object>(
+        ClassBuilder("Observer", classOf<NSObject>()).method(sel::webViewDidFinishNavigation, hear).build());
+    const auto proxy = proxyOf(diary);
+    proxy->setFakeDelegate(observer.get());
+    diary->onFinish = [] { heard.emplace_back("network"); };
+    send(proxy, sel::webViewDidFinishNavigation, static_cast<id>(nullptr), static_cast<id>(nullptr));
+    EXPECT_EQ(heard, (std::vector<std::string> { "observer", "network" }));
+    send(proxy, sel::webViewDidCommitNavigation, static_cast<id>(nullptr), static_cast<id>(nullptr));
+    EXPECT_EQ(diary->lines, "finished another, committed") << "not asked for what it does not answer";
+    const auto alone = proxyOf(nullptr);
+    alone->setFakeDelegate(observer.get());
+    send(alone, sel::webViewDidFinishNavigation, static_cast<id>(nullptr), static_cast<id>(nullptr));
+    EXPECT_EQ(heard.size(), 3u) << "also without a network";
+}
+
+TEST_F(ProxyTest, AnOldStyleLoadIsNeverWanted)
+{
+    static int asked = 0;
+    asked = 0;
+    static const auto shouldStart = +[](id, SEL, id, id, int64_t) { return ++asked > 0; };
+    const SEL selector = "webView:shouldStartLoadWithRequest:navigationType:"_sel;
+    const auto network = alloc<Object>(
+        ClassBuilder("OldNetwork", classOf<NSObject>()).method(selector, shouldStart).build());
+    const auto proxy = proxyOf(network);
+    const auto ask = [&] {
+        return send<bool>(
+            proxy.get(), selector, static_cast<id>(nullptr), static_cast<id>(nullptr), int64_t { 0 });
+    };
+    EXPECT_TRUE(responds(proxy, selector));
+    EXPECT_FALSE(ask());
+    EXPECT_EQ(asked, 0);
+    proxy->setFakeDelegate(network.get());
+    EXPECT_TRUE(ask());
+    EXPECT_EQ(asked, 2) << "an observer that wants it is followed by the network";
+}
+
+TEST_F(ProxyTest, WhatTheNetworkRaisesPassesThrough)
+{
+    static const auto raise = +[](id, SEL, id, id) { throw std::domain_error("the network's own"); };
+    const auto network = alloc<Object>(
+        ClassBuilder("Raising", classOf<NSObject>()).method(sel::webViewDidFinishNavigation, raise).build());
+    EXPECT_THROW(send(proxyOf(network), sel::webViewDidFinishNavigation, static_cast<id>(nullptr),
+                     static_cast<id>(nullptr)),
+        std::domain_error);
+}
+
+TEST(WebViewTrackerTest, KeepsARecordForEachTimeAViewWasAdded)
+{
+    Phone phone { {} };
+    WebViewTracker& tracker = WebViewTracker::sharedTracker();
+    auto twice = make<WKWebView>();
+    const auto once = make<WKWebView>();
+    for (id view : std::initializer_list<id> { twice.get(), once.get(), twice.get(), nullptr })
+        tracker.addWebView(view);
+    EXPECT_TRUE(tracker.isTrackered(twice.get()));
+    EXPECT_FALSE(tracker.isTrackered(make<WKWebView>().get()));
+    EXPECT_FALSE(tracker.isTrackered(nullptr));
+    tracker.addEvent(twice.get(), "event");
+    tracker.addEvent(twice.get(), {});
+    tracker.addClassName(twice.get(), "MPWebView");
+    const auto record = tracker.getEventsForWebView(twice.get());
+    ASSERT_TRUE(record);
+    EXPECT_EQ(record->webView(), twice);
+    EXPECT_EQ(record->className.get(), "MPWebView");
+    EXPECT_EQ(record->events.get(), NSArray { "event" });
+    EXPECT_EQ(tracker.getEventsForWebView(once.get())->events.get(), NSArray {});
+    twice.reset();
+    EXPECT_EQ(record->webView(), nullptr) << "a record keeps no view alive";
+}
+
+} // namespace
+} // namespace lumora
