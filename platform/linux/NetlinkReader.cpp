@@ -72,7 +72,11 @@ private:
         uint32_t metric;
         bool isCellular;
 
-        auto operator<=>(const Way&) const = default;
+        bool operator<(const Way& other) const
+        {
+            return std::tie(isOutsideMainTable, metric, isCellular)
+                < std::tie(other.isOutsideMainTable, other.metric, other.isCellular);
+        }
     };
 
     void addLink(const nlmsghdr& message)

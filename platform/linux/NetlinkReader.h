@@ -8,7 +8,8 @@ struct mnl_socket;
 
 namespace lumora {
 
-/// The flag bits of the way to the internet and of the network of the links, as `NetworkPath` tells them.
+/// The flag bits of the way to the internet and of the network of the links, as `NetworkPath` tells them;
+/// aligned for one load.
 struct alignas(8) NetworkFlags {
     uint32_t internet { 0 };
     uint32_t linkLocal { 0 };
@@ -18,8 +19,8 @@ struct alignas(8) NetworkFlags {
 
 /// Reads what the kernel knows of routes and links.
 ///
-/// A link counts when it is up and running (a cable that is out, an access point that is gone: not running)
-/// and is not the loopback. It is cellular when its name begins with "ww" (wwan0, wwp0s20), "rmnet" or "ppp".
+/// A link counts when it is up and running (not with its cable out or its access point gone) and is not the
+/// loopback. It is cellular when its name begins with "ww" (wwan0, wwp0s20), "rmnet" or "ppp".
 ///
 /// The internet is reachable by a default route, IPv4 or IPv6, through a link that counts. Of several the one
 /// with the least metric is the way out, and says whether that is cellular; of equal ones one that is not.

@@ -64,7 +64,7 @@ using Target = SCNetworkReachability::Target;
 /// The targets that are told of changes, in the order in which they came. There may be very many of them, and
 /// they come one at each request: coming and going is quick, and a change is told a few at a time, so that
 /// nobody waits for it. Outlives its process only as long as a notice is under way, and is closed by then.
-class Watchers : public std::enable_shared_from_this<Watchers> {
+class Watchers {
 public:
     explicit Watchers(NetworkPath& path)
         : m_path(path)
