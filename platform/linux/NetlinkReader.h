@@ -34,7 +34,7 @@ public:
     NetlinkReader();
     ~NetlinkReader();
 
-    /// Takes some ten microseconds for each dozen of routes. Nothing when the kernel refuses, or when routes
+    /// Some system calls, waiting for nothing but the kernel. Nothing when the kernel refuses, or when routes
     /// change too fast for a whole picture.
     std::optional<NetworkFlags> read();
 
