@@ -1,7 +1,12 @@
-// The entry call of a cold process, and an answer of the gate from a fresh record.
+// The entry call of a cold process, an answer of the gate from a fresh record, and what every request pays
+// for naming the connection.
 
+#include "core/Reachability.h"
 #include "core/TDActivationManager.h"
+#include "core/TDDeviceInformation.h"
 #include "lumora/Lumora.h"
+#include "platform/foundation/NSNotificationCenter.h"
+#include "platform/objc/Message.h"
 #include "service/LMEventsSaver.h"
 #include "service/TDAPI.h"
 #include "simulator/Phone.h"
@@ -9,6 +14,7 @@
 #include "simulator/networks/MoPubStandIn.h"
 
 #include <benchmark/benchmark.h>
+#include <malloc.h>
 
 namespace lumora {
 namespace {
@@ -77,6 +83,47 @@ void freshGate(benchmark::State& state)
         gate.checkActivationWithBlock(answer);
 }
 BENCHMARK(freshGate);
+
+constexpr int64_t manyObjects = 100'000;
+
+// Over this machine's own network. Each call leaves an object behind: `bytes` is what it takes.
+void connectionType(benchmark::State& state)
+{
+    const Phone home { {} };
+    Process process { { .home = home.home() } };
+    Process::Scope scope(process);
+    TDDeviceInformation::getConnectionType();
+    const size_t before = mallinfo2().uordblks;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(TDDeviceInformation::getConnectionType());
+    state.counters["bytes"]
+        = static_cast<double>(mallinfo2().uordblks - before) / static_cast<double>(state.iterations());
+}
+BENCHMARK(connectionType)->Iterations(manyObjects);
+
+std::atomic<int64_t> s_posts { 0 };
+void count(id, SEL, id) { s_posts++; }
+
+// A change with many objects registered, until the last of them has posted it on the main queue.
+void networkChange(benchmark::State& state)
+{
+    Phone phone { { .virtualTime = false } };
+    auto counter = class_createInstance(
+        ClassBuilder("Counter", classOf<NSObject>()).method("count:"_sel, &count).build());
+    NSNotificationCenter::defaultCenter().addObserver(
+        counter, "count:"_sel, kReachabilityChangedNotification, nullptr);
+    for (int64_t i = 0; i < manyObjects; i++)
+        TDDeviceInformation::getConnectionType();
+    bool isConnected = true;
+    for (auto _ : state) {
+        s_posts = 0;
+        isConnected = !isConnected;
+        phone.radio().connect(isConnected ? Radio::Link::WiFi : Radio::Link::None);
+        phone.waitUntil([] { return s_posts == manyObjects; }, 60);
+    }
+    counter.reset();
+}
+BENCHMARK(networkChange)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace
 } // namespace lumora

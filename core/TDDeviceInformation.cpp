@@ -44,7 +44,10 @@ std::string TDDeviceInformation::getIDFA()
 
 std::string TDDeviceInformation::getConnectionType()
 {
-    switch (Reachability::reachabilityForInternetConnection()->currentReachabilityStatus()) {
+    // Kept: nobody stops the notifier, so every request leaves one more object that is told of changes.
+    const auto reachability = Reachability::reachabilityForInternetConnection();
+    reachability->startNotifier();
+    switch (reachability->currentReachabilityStatus()) {
     case Reachability::NotReachable:
         return "no internet";
     case Reachability::ReachableViaWWAN:

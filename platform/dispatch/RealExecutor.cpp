@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cmath>
 #include <deque>
+#include <list>
 #include <map>
 #include <thread>
 
@@ -88,8 +89,8 @@ public:
     }
     Kind kind() const { return m_kind; }
 
-    // Both belong to the executor's lock.
-    std::deque<Task> waiting;
+    // Both belong to the executor's lock. A list, as an idle queue is then small: there may be very many.
+    std::list<Task> waiting;
     bool busy { false };
 
 private:
@@ -304,7 +305,7 @@ void RealExecutor::stop()
 
     // Nothing is added any more. What is left goes after the lock, on this thread.
     std::multimap<Clock::time_point, Delayed> droppedTimers;
-    std::vector<std::deque<Task>> droppedTasks;
+    std::vector<std::list<Task>> droppedTasks;
     Locker hold(m_lock);
     droppedTimers.swap(m_delayed);
     m_ready.insert(m_ready.end(), { m_main, m_global });

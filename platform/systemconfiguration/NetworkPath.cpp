@@ -2,6 +2,15 @@
 
 namespace lumora {
 
+uint32_t NetworkPath::linkLocalFlags()
+{
+    const uint32_t toInternet = flags();
+    if (!(toInternet & kSCNetworkReachabilityFlagsReachable))
+        return toInternet;
+    return toInternet & kSCNetworkReachabilityFlagsIsWWAN ? 0
+                                                          : toInternet | kSCNetworkReachabilityFlagsIsDirect;
+}
+
 std::shared_ptr<void> NetworkPath::addListener(Listener listener)
 {
     auto held = std::make_shared<Listener>(std::move(listener));

@@ -22,16 +22,19 @@ enum SCNetworkReachabilityFlags : uint32_t {
     kSCNetworkReachabilityFlagsIsWWAN = 0x40000,
 };
 
-/// The way from this machine to the internet. Any thread.
+/// The ways out of this machine. Any thread; asked at every request, so an answer does not wait.
 class NetworkPath {
 public:
     using Listener = std::function<void()>;
 
     virtual ~NetworkPath() = default;
-    /// The flag bits of the default route at this moment; 0 when there is none.
+    /// The flag bits of the way to the internet at this moment; 0 when there is none or it cannot be known.
     virtual uint32_t flags() = 0;
+    /// The same for the network of the link itself, which no cellular link leads to. Unless an implementation
+    /// knows better, it is there when the internet is.
+    virtual uint32_t linkLocalFlags();
 
-    /// Calls the listener after every change of the flags, on any thread, until the answered handle is
+    /// Calls the listener after every change of either flags, on any thread, until the answered handle is
     /// dropped. A call that is under way then may still end later, so a listener holds what it needs weakly.
     [[nodiscard]] std::shared_ptr<void> addListener(Listener listener);
 

@@ -4,7 +4,9 @@
 #include "platform/systemconfiguration/NetworkPath.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <map>
 
 namespace lumora {
 
@@ -18,14 +20,19 @@ public:
     {
     }
 
-    uint32_t flags() const
+    Target target() const { return m_target; }
+    uint32_t flags() const { return flagsOf(m_target, *m_path); }
+    static uint32_t flagsOf(Target target, NetworkPath& path)
     {
-        if (m_target == Target::ThisMachine)
-            return kSCNetworkReachabilityFlagsReachable | kSCNetworkReachabilityFlagsIsLocalAddress;
-        const uint32_t flags = m_path->flags();
-        if (m_target == Target::Internet || !(flags & kSCNetworkReachabilityFlagsReachable))
-            return flags;
-        return flags & kSCNetworkReachabilityFlagsIsWWAN ? 0 : flags | kSCNetworkReachabilityFlagsIsDirect;
+        switch (target) {
+        case Target::Internet:
+            return path.flags();
+        case Target::LinkLocal:
+            return path.linkLocalFlags();
+        case Target::ThisMachine:
+            break;
+        }
+        return kSCNetworkReachabilityFlagsReachable | kSCNetworkReachabilityFlagsIsLocalAddress;
     }
 
     SCNetworkReachabilityCallBack callback() const
@@ -40,6 +47,9 @@ public:
         std::swap(m_callback, callback);
     }
 
+    /// Where the watchers keep it; belongs to their lock.
+    uint64_t place { 0 };
+
 private:
     std::shared_ptr<NetworkPath> m_path;
     Target m_target;
@@ -50,64 +60,130 @@ private:
 namespace {
 
 using Target = SCNetworkReachability::Target;
-using Watched = std::pair<SCNetworkReachabilityRef, std::shared_ptr<DispatchQueue>>;
 
-/// The targets that are told of changes. Outlives its process only as long as a notice is under way, and is
-/// closed by then.
-class Watchers : public std::enable_shared_from_this<Watchers> {
+/// The targets that are told of changes, in the order in which they came. There may be very many of them, and
+/// they come one at each request: coming and going is quick, and a change is told a few at a time, so that
+/// nobody waits for it. Outlives its process only as long as a notice is under way, and is closed by then.
+class Watchers {
 public:
-    void set(const SCNetworkReachabilityRef& target, std::shared_ptr<DispatchQueue> queue)
+    explicit Watchers(NetworkPath& path)
+        : m_path(path)
     {
-        std::vector<Watched> former;
+    }
+
+    /// What the path says before anybody watches.
+    void start()
+    {
+        Locker walk(m_walkLock);
+        m_known = flagsNow();
+    }
+    /// False when the process is going.
+    bool set(const SCNetworkReachabilityRef& target, std::shared_ptr<DispatchQueue> queue)
+    {
+        Watched former;
         Locker hold(m_lock);
         if (m_isClosed)
-            return;
-        for (auto& watched : m_watched) {
-            if (watched.first == target)
-                former.push_back(std::move(watched));
+            return false;
+        if (auto entry = m_watched.find(target->place);
+            entry != m_watched.end() && entry->second.target == target) {
+            former = std::move(entry->second);
+            m_watched.erase(entry);
         }
-        std::erase_if(m_watched, [](const Watched& watched) { return !watched.first; });
-        if (queue)
-            m_watched.emplace_back(target, std::move(queue));
+        if (queue) {
+            target->place = ++m_lastPlace;
+            m_watched.emplace_hint(m_watched.end(), m_lastPlace, Watched { target, std::move(queue) });
+        }
+        return true;
     }
     void pathChanged()
     {
-        // Posting under the lock keeps the process from going meanwhile; nothing is called here.
-        Locker hold(m_lock);
-        for (const auto& [target, queue] : m_watched) {
-            queue->async([weakly = std::weak_ptr(target)] {
-                const SCNetworkReachabilityRef target = weakly.lock();
-                if (const auto callback = target ? target->callback() : nullptr)
-                    callback(target, target->flags());
-            });
+        // One change after the other, read in here: every target hears all of them in order, the last as it
+        // is.
+        Locker walk(m_walkLock);
+        const Flags now = flagsNow();
+        const Flags before = std::exchange(m_known, now);
+        if (now == before)
+            return;
+        uint64_t last = 0;
+        {
+            Locker hold(m_lock);
+            last = m_lastPlace;
         }
+        for (uint64_t next = 0; next <= last;)
+            next = tellSome(next, last, before, now);
     }
     void close()
     {
-        std::vector<Watched> former;
-        Locker hold(m_lock);
-        m_isClosed = true;
-        former.swap(m_watched);
+        std::map<uint64_t, Watched> former;
+        {
+            Locker hold(m_lock);
+            m_isClosed = true;
+            former.swap(m_watched);
+        }
+        // A callback may hold what holds its target.
+        for (const auto& [place, watched] : former)
+            watched.target->setCallback(nullptr);
     }
 
 private:
+    struct Watched {
+        SCNetworkReachabilityRef target;
+        std::shared_ptr<DispatchQueue> queue;
+    };
+    /// The flags of every kind of target that can change.
+    using Flags = std::array<uint32_t, 2>;
+
+    Flags flagsNow() const
+    {
+        return { SCNetworkReachability::flagsOf(Target::Internet, m_path),
+            SCNetworkReachability::flagsOf(Target::LinkLocal, m_path) };
+    }
+    /// Tells a few from that place on, and answers where to go on.
+    uint64_t tellSome(uint64_t next, uint64_t last, const Flags& before, const Flags& now)
+    {
+        constexpr int atATime = 128;
+        // Posting under the lock keeps the process from going meanwhile; nothing is called here.
+        Locker hold(m_lock);
+        auto entry = m_watched.lower_bound(next);
+        for (int i = 0; i < atATime; i++, ++entry) {
+            if (entry == m_watched.end() || entry->first > last)
+                return last + 1;
+            const auto kind = static_cast<size_t>(entry->second.target->target());
+            if (kind >= now.size() || now.at(kind) == before.at(kind))
+                continue;
+            entry->second.queue->async([weakly = std::weak_ptr(entry->second.target), flags = now.at(kind)] {
+                const SCNetworkReachabilityRef target = weakly.lock();
+                if (const auto callback = target ? target->callback() : nullptr)
+                    callback(target, flags);
+            });
+        }
+        return entry == m_watched.end() ? last + 1 : entry->first;
+    }
+
+    // Not held: its own thread may be the last to let go of the watchers. Whoever calls keeps it.
+    NetworkPath& m_path;
+    Lock m_walkLock;
+    Flags m_known LUMORA_GUARDED_BY(m_walkLock) {};
     Lock m_lock;
-    std::vector<Watched> m_watched LUMORA_GUARDED_BY(m_lock);
+    std::map<uint64_t, Watched> m_watched LUMORA_GUARDED_BY(m_lock);
+    uint64_t m_lastPlace LUMORA_GUARDED_BY(m_lock) { 0 };
     bool m_isClosed LUMORA_GUARDED_BY(m_lock) { false };
 };
 
 struct ProcessWatchers {
     ProcessWatchers()
-        : m_handle(
-            Process::current().configuration().network->addListener([watchers = std::weak_ptr(watchers)] {
-                if (auto held = watchers.lock())
-                    held->pathChanged();
-            }))
     {
+        m_handle
+            = Process::current().configuration().network->addListener([weakly = std::weak_ptr(watchers)] {
+                  if (auto held = weakly.lock())
+                      held->pathChanged();
+              });
+        watchers->start();
     }
     ~ProcessWatchers() { watchers->close(); }
 
-    std::shared_ptr<Watchers> watchers { std::make_shared<Watchers>() };
+    std::shared_ptr<Watchers> watchers { std::make_shared<Watchers>(
+        *Process::current().configuration().network) };
 
 private:
     std::shared_ptr<void> m_handle;
@@ -182,9 +258,7 @@ bool SCNetworkReachabilitySetCallback(
 bool SCNetworkReachabilitySetDispatchQueue(
     const SCNetworkReachabilityRef& target, std::shared_ptr<DispatchQueue> queue)
 {
-    if (target)
-        s_watchers.get().watchers->set(target, std::move(queue));
-    return target != nullptr;
+    return target && s_watchers.get().watchers->set(target, std::move(queue));
 }
 
 } // namespace lumora

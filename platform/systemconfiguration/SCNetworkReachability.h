@@ -19,17 +19,19 @@ using SCNetworkReachabilityCallBack
 /// not looked up: it is as reachable as the internet, except for this machine's own.
 SCNetworkReachabilityRef SCNetworkReachabilityCreateWithName(std::string_view nodename);
 /// From an address in numbers: "0.0.0.0" is any route to the internet, "169.254.0.0" the link-local network,
-/// which a cellular path does not reach. Null when it is no address.
+/// which is there when a link that is not cellular is up. Null when it is no address.
 SCNetworkReachabilityRef SCNetworkReachabilityCreateWithAddress(std::string_view address);
 
 /// The flags at this moment; nothing for a null target.
 std::optional<uint32_t> SCNetworkReachabilityGetFlags(const SCNetworkReachabilityRef& target);
 
-/// Sets, or with null removes, what is called when the flags change. False for a null target.
+/// Sets, or with null removes, what is called when the flags change, with the flags of that change. False for
+/// a null target.
 bool SCNetworkReachabilitySetCallback(
     const SCNetworkReachabilityRef& target, SCNetworkReachabilityCallBack callout);
 /// Calls arrive on this queue from now on; null ends them. While a queue is set the process holds the target,
-/// and with it what its callback holds, until it ends. False for a null target.
+/// and with it what its callback holds, until it ends. A queue costs no thread and no descriptor, and setting
+/// one takes the same time however many are set. False for a null target, and when the process is going.
 bool SCNetworkReachabilitySetDispatchQueue(
     const SCNetworkReachabilityRef& target, std::shared_ptr<DispatchQueue> queue);
 

@@ -1,9 +1,6 @@
 #include "lumora/Lumora.h"
 
-#include "core/LMInternetReachabilityChecker.h"
-#include "core/Reachability.h"
 #include "core/TDActivationManager.h"
-#include "core/TDDeviceInformation.h"
 #include "lumora/LMLog.h"
 #include "report/TDReportButtonPlacement.h"
 #include "tests/world/World.h"
@@ -161,80 +158,6 @@ TEST(LumoraTest, ConcurrentFirstCallsWaitForOneStartUp)
         caller.join();
     phone.waitUntil([&] { return !tests::timersNamed(phone, "LMAdMonitor configTimer]").empty(); }, 10);
     EXPECT_EQ(tests::timersNamed(phone, "LMAdMonitor configTimer]").size(), 1u);
-}
-
-TEST(LumoraTest, DeviceFactsAsTheServicesExpectThem)
-{
-    World world;
-    EXPECT_EQ(TDDeviceInformation::getAppVersion(), "45") << "the build number: crossed";
-    EXPECT_EQ(TDDeviceInformation::getBuildNumber(), "2.3") << "the marketing version: crossed";
-    EXPECT_EQ(TDDeviceInformation::getLMVersion(), "3.0:3");
-    EXPECT_EQ(TDDeviceInformation::getCarrierName(), "No Carrier");
-    EXPECT_EQ(TDDeviceInformation::getConnectionType(), "WIFI");
-    world.phone.radio().connect(Radio::Link::Cellular);
-    EXPECT_EQ(TDDeviceInformation::getConnectionType(), "mobile internet");
-    world.phone.radio().connect(Radio::Link::None);
-    EXPECT_EQ(TDDeviceInformation::getConnectionType(), "no internet");
-}
-
-TEST(DeviceInformationTest, WhatIsMissingHasItsFallback)
-{
-    Phone phone { { .device = { .identifierForVendor = "AbC", .carrierName = "Tide Mobile" } } };
-    EXPECT_EQ(TDDeviceInformation::getUUID(), "AbC");
-    EXPECT_EQ(TDDeviceInformation::getCarrierName(), "Tide Mobile");
-    EXPECT_EQ(TDDeviceInformation::getIDFA(), "");
-    EXPECT_FALSE(TDDeviceInformation::isAdTrackingEnabled());
-    ProcessConfiguration bare = phone.process().configuration();
-    bare.mainBundleInfo = {};
-    bare.libraryBundle = "/nonexistent";
-    Process process(std::move(bare));
-    Process::Scope scope(process);
-    EXPECT_EQ(TDDeviceInformation::getLMVersion(), ":");
-    EXPECT_EQ(TDDeviceInformation::getLMVersionWithoutBuild(), "");
-    EXPECT_EQ(TDDeviceInformation::getAppVersion(), "");
-}
-
-class FixedPath final : public NetworkPath {
-public:
-    uint32_t flags() override { return value; }
-    uint32_t value { 0 };
-};
-
-TEST(ReachabilityTest, FlagsAndWhatTheyMean)
-{
-    constexpr uint32_t wwan = 0x40000;
-    const struct {
-        uint32_t flags;
-        bool onWWAN;
-        bool reachable;
-        Reachability::Status status;
-        const char* picture;
-    } rows[] = {
-        { 0, true, false, Reachability::NotReachable, "-- -------" },
-        { 2, true, true, Reachability::ReachableViaWiFi, "-R -------" },
-        { 2 | wwan, true, true, Reachability::ReachableViaWWAN, "WR -------" },
-        { 2 | wwan, false, false, Reachability::NotReachable, "WR -------" },
-        { 2 | 4 | 1, true, false, Reachability::NotReachable, "-R ct-----" },
-        { 2 | 4, true, true, Reachability::ReachableViaWiFi, "-R c------" },
-        { wwan, true, false, Reachability::NotReachable, "W- -------" },
-        { 0x7003F, true, false, Reachability::NotReachable, "WR ctiCDld" },
-    };
-    Phone phone { {} };
-    ProcessConfiguration configuration = phone.process().configuration();
-    const auto path = std::make_shared<FixedPath>();
-    configuration.network = path;
-    Process process(std::move(configuration));
-    Process::Scope scope(process);
-    for (const auto& row : rows) {
-        path->value = row.flags;
-        const auto reachability = Reachability::reachabilityForInternetConnection();
-        reachability->setReachableOnWWAN(row.onWWAN);
-        EXPECT_EQ(reachability->isReachable(), row.reachable) << row.picture;
-        EXPECT_EQ(reachability->currentReachabilityStatus(), row.status) << row.picture;
-        EXPECT_EQ(reachability->currentReachabilityFlags(), row.picture);
-        EXPECT_EQ(LMInternetReachabilityChecker::isInternetAvailable(), row.status != 0 || !row.onWWAN)
-            << row.picture;
-    }
 }
 
 } // namespace

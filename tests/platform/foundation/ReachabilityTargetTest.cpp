@@ -1,4 +1,3 @@
-#include "platform/linux/LinuxNetworkPath.h"
 #include "platform/systemconfiguration/SCNetworkReachability.h"
 #include "tests/platform/TestProcess.h"
 
@@ -79,16 +78,6 @@ TEST_F(ReachabilityTarget, IsHeldWhileItIsWatched)
     EXPECT_EQ(owned.use_count(), 2);
     SCNetworkReachabilitySetDispatchQueue({ std::shared_ptr<void> {}, target }, nullptr);
     EXPECT_EQ(owned.use_count(), 1);
-}
-
-TEST(LinuxNetworkPath, ReadsThisMachineAndStopsItsWatch)
-{
-    const auto path = makeLinuxNetworkPath();
-    const uint32_t flags = path->flags();
-    EXPECT_TRUE(flags == 0 || (flags & reachable));
-    auto listener = path->addListener([] {});
-    listener.reset();
-    listener = path->addListener([] {});
 }
 
 } // namespace lumora

@@ -1,0 +1,186 @@
+#include "platform/linux/LinuxNetworkPath.h"
+
+#include "core/Reachability.h"
+#include "core/TDDeviceInformation.h"
+#include "platform/linux/NetlinkReader.h"
+#include "tests/platform/TestProcess.h"
+#include "tests/platform/network/OwnNetwork.h"
+
+#include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <thread>
+
+namespace lumora {
+namespace {
+
+using test::OwnNetwork;
+
+constexpr uint32_t reachable = kSCNetworkReachabilityFlagsReachable;
+constexpr uint32_t cellular = reachable | kSCNetworkReachabilityFlagsIsWWAN;
+constexpr uint32_t direct = reachable | kSCNetworkReachabilityFlagsIsDirect;
+constexpr double longEnough = 20;
+
+/// The kernel takes up to a second to notice a cable.
+bool soon(const std::function<bool()>& condition)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(longEnough);
+    while (!condition() && std::chrono::steady_clock::now() < end)
+        std::this_thread::yield();
+    return condition();
+}
+
+TEST(LinuxNetworkPath, ReadsThisMachineAndStopsItsWatch)
+{
+    const auto path = makeLinuxNetworkPath();
+    const uint32_t flags = path->flags();
+    EXPECT_TRUE(flags == 0 || (flags & reachable));
+    auto listener = path->addListener([] {});
+    listener.reset();
+    listener = path->addListener([] {});
+}
+
+TEST(LinuxNetworkPath, RoutesAndLinksMakeTheFlags)
+{
+    OwnNetwork::run([](OwnNetwork& network) {
+        const struct {
+            const char* what;
+            std::function<void()> change;
+            NetworkFlags flags;
+        } steps[] = {
+            { "nothing at all", [] {}, { 0, 0 } },
+            { "a link without a route", [&] { network.addLink("eth0"); }, { 0, direct } },
+            { "a route nowhere", [&] { network.addDefaultRoute({ .metric = 1, .type = RTN_UNREACHABLE }); },
+                { 0, direct } },
+            { "a default route", [&] { network.addDefaultRoute({ .links = { "eth0" }, .metric = 100 }); },
+                { reachable, direct } },
+            { "a modem with a worse route",
+                [&] {
+                    network.addLink("wwp0s20");
+                    network.addDefaultRoute({ .links = { "wwp0s20" }, .metric = 700 });
+                },
+                { reachable, direct } },
+            { "the cable is out", [&] { network.plug("eth0", false); }, { cellular, 0 } },
+            { "the cable is in", [&] { network.plug("eth0", true); }, { reachable, direct } },
+            { "a modem with a better route",
+                [&] { network.addDefaultRoute({ .links = { "wwp0s20" }, .metric = 50 }); },
+                { cellular, direct } },
+            { "the modem is down", [&] { network.setUp("wwp0s20", false); }, { reachable, direct } },
+            { "no default route", [&] { network.removeDefaultRoute({ .links = { "eth0" }, .metric = 100 }); },
+                { 0, direct } },
+            { "IPv6 alone",
+                [&] { network.addDefaultRoute({ .links = { "eth0" }, .metric = 1024, .family = AF_INET6 }); },
+                { reachable, direct } },
+            { "a modem's route in a table of its own",
+                [&] {
+                    network.setUp("wwp0s20", true);
+                    network.addDefaultRoute({ .links = { "wwp0s20" }, .metric = 5, .table = 1000 });
+                },
+                { reachable, direct } },
+            { "that alone", [&] { network.setUp("eth0", false); }, { cellular, 0 } },
+            { "a route over both",
+                [&] {
+                    network.setUp("eth0", true);
+                    network.addDefaultRoute({ .links = { "wwp0s20", "eth0" }, .metric = 10 });
+                },
+                { reachable, direct } },
+            { "both, one of them down", [&] { network.setUp("eth0", false); }, { cellular, 0 } },
+        };
+        for (const auto& step : steps) {
+            step.change();
+            std::optional<NetworkFlags> flags;
+            EXPECT_TRUE(soon([&] { return (flags = NetlinkReader().read()) == step.flags; }))
+                << step.what << ": " << flags->internet << ", " << flags->linkLocal;
+        }
+    });
+}
+
+TEST(LinuxNetworkPath, TheNotifierFollowsTheLink)
+{
+    OwnNetwork::run([](OwnNetwork& network) {
+        network.addLink("eth0");
+        network.addDefaultRoute({ .links = { "eth0" } });
+        test::TemporaryFolder home;
+        Process process { { .home = home.path } };
+        Process::Scope scope(process);
+        EXPECT_TRUE(soon([&] { return process.configuration().network->flags() == reachable; }));
+        std::atomic<int> up { 0 };
+        std::atomic<int> down { 0 };
+        {
+            const auto reachability = Reachability::reachabilityForInternetConnection();
+            reachability->setReachableBlock([&](const auto&) { up++; });
+            reachability->setUnreachableBlock([&](const auto&) { down++; });
+            EXPECT_TRUE(reachability->startNotifier());
+        }
+        EXPECT_EQ(TDDeviceInformation::getConnectionType(), "WIFI");
+        for (int times = 1; times <= 3; times++) {
+            network.setUp("eth0", false);
+            EXPECT_TRUE(process.executor().runMainLoop(longEnough, [&] { return down == times; }));
+            EXPECT_EQ(TDDeviceInformation::getConnectionType(), "no internet");
+            network.setUp("eth0", true);
+            network.addDefaultRoute({ .links = { "eth0" } });
+            EXPECT_TRUE(process.executor().runMainLoop(longEnough, [&] { return up == times; }));
+            EXPECT_EQ(TDDeviceInformation::getConnectionType(), "WIFI");
+        }
+    });
+}
+
+TEST(LinuxNetworkPath, OutlivesMoreNoticesThanTheKernelKeeps)
+{
+    OwnNetwork::run([](OwnNetwork& network) {
+        network.addLink("eth0");
+        const auto path = makeLinuxNetworkPath();
+        std::atomic<bool> isHeld { false };
+        std::atomic<bool> isReleased { false };
+        const auto listener = path->addListener([&] {
+            isHeld = true;
+            isHeld.notify_all();
+            isReleased.wait(false);
+        });
+        network.addDefaultRoute({ .links = { "eth0" } });
+        isHeld.wait(false);
+        for (uint32_t i = 1; i <= 5000; i++)
+            network.addDefaultRoute({ .links = { "eth0" }, .metric = i });
+        network.setUp("eth0", false);
+        isReleased = true;
+        isReleased.notify_all();
+        EXPECT_TRUE(soon([&] { return path->flags() == 0; }));
+    });
+}
+
+/// From now on this process gets no netlink socket.
+bool refuseNetlink()
+{
+    std::array<sock_filter, 6> rules { {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_socket, 0, 3),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, AF_NETLINK, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EACCES),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    } };
+    const sock_fprog program { rules.size(), rules.data() };
+    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0
+        && prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+TEST(LinuxNetworkPath, WithoutNetlinkTriesForARoute)
+{
+    OwnNetwork::run([](OwnNetwork& network) {
+        network.addLink("eth0");
+        ASSERT_TRUE(refuseNetlink());
+        const auto path = makeLinuxNetworkPath();
+        EXPECT_EQ(path->flags(), 0u);
+        const auto listener = path->addListener([] {});
+        network.addDefaultRoute({ .links = { "eth0" } });
+        EXPECT_EQ(path->flags(), reachable);
+        EXPECT_EQ(path->linkLocalFlags(), direct);
+        network.setUp("eth0", false);
+        EXPECT_EQ(path->flags(), 0u);
+    });
+}
+
+} // namespace
+} // namespace lumora
