@@ -106,7 +106,7 @@ public:
     // A short while at most: the threads may have no processor each.
     void awaitCallOf(id object) const
     {
-        for (int turn = 0; turn < 2000 && m_called.load() != object; turn++) { }
+        for (int turn = 0; turn < 500 && m_called.load() != object; turn++) { }
     }
 
 private:
@@ -142,7 +142,7 @@ TEST(HookedCallTest, NoCallMeetsAnEmptySlotWhileHooksGoIn)
     {
         const Caller one(receiver);
         const Caller two(receiver);
-        for (int round = 0; round < 3000; round++) {
+        for (int round = 0; round < 2000; round++) {
             const auto& fresh = installations.emplace_back(phone.process(), round % 3 == 0, round % 3 == 1);
             receiver = fresh.receiver;
             one.awaitCallOf(receiver);
