@@ -1,6 +1,8 @@
 # Compiler settings that everything in this tree shares.
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+# A header's inline code is the host's own copy there and ours here: neither takes the other's place.
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 
 add_library(lumora_options INTERFACE)
 target_compile_features(lumora_options INTERFACE cxx_std_20)

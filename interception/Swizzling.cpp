@@ -1,6 +1,6 @@
 #include "interception/Swizzling.h"
 
-#include "platform/objc/NSException.h"
+#include <cstdio>
 
 namespace lumora {
 
@@ -40,10 +40,12 @@ int class_swizzleClassMethodAndStore(Class cls, SEL selector, const IMP& replace
     if (!found || !sameTypes(found, replacement))
         return 0;
     const TypeEncoding* types = method_getTypeEncoding(found);
-    if (Method instanceSide = class_getInstanceMethod(cls, selector);
-        instanceSide && !sameTypes(instanceSide, replacement))
+    Method instanceSide = class_getInstanceMethod(cls, selector);
+    if (instanceSide && !sameTypes(instanceSide, replacement))
         return 0;
-    keep(cls, method_getImplementation(found), store);
+    const bool isShielded
+        = instanceSide && instanceSide != class_getInstanceMethod(cls->superclass(), selector);
+    keep(cls, method_getImplementation(isShielded ? instanceSide : found), store);
     // On the class itself, not on its metaclass: this is the instance side.
     IMP previous = class_replaceMethod(cls, selector, replacement, types);
     if (!previous) {
@@ -53,6 +55,19 @@ int class_swizzleClassMethodAndStore(Class cls, SEL selector, const IMP& replace
             method_setImplementation(found, replacement);
     }
     return keep(cls, previous, store);
+}
+
+void DumpObjcMethods(const Object* object)
+{
+    const std::string& name = object_getClassName(object);
+    const std::vector<Method> methods = class_copyMethodList(object_getClass(object));
+    std::string text = "Found " + std::to_string(methods.size()) + " methods on '" + name + "'\n";
+    for (Method method : methods) {
+        text += "\t'" + name + "' has method named '" + sel_getName(method->name) + "' of encoding '"
+            + method_getTypeEncoding(method)->text + "'\n";
+    }
+    // In one piece: other threads print too.
+    std::fputs(text.c_str(), stdout);
 }
 
 namespace {

@@ -1,20 +1,8 @@
 #pragma once
 
-#include "platform/objc/Message.h"
-#include "platform/objc/Slot.h"
+#include "lumora/Swizzling.h"
 
 namespace lumora {
-
-/// Replaces an instance method and keeps what it did in a slot (which may be null): the foundation of every
-/// hook. Works on inherited methods, whose superclass stays as it is. Answers 1 when there was an
-/// implementation to replace, else 0; nothing changes for a class that lacks the method, or whose method has
-/// other types than the replacement. The slot is written before the method is replaced, so that no call on
-/// another thread ever meets an empty one.
-int class_swizzleMethodAndStore(Class cls, SEL selector, const IMP& replacement, const SlotBase* store);
-
-/// The same for a class method. It also adds (or replaces) an instance method of that name: kept, hosts have
-/// come to see it. Where the class has an instance method of that name already, only that one is replaced.
-int class_swizzleClassMethodAndStore(Class cls, SEL selector, const IMP& replacement, const SlotBase* store);
 
 namespace sel {
 // Class-level operations that every class has.

@@ -45,45 +45,46 @@ Method ClassObject::ownMethodLocked(SEL selector) const
 Method ClassObject::slowMethodFor(SEL selector) const LUMORA_UNDER_REGISTRY_LOCK
 {
     Locker hold(m_registry.m_lock);
-    for (const ClassObject* at = this; at; at = at->m_superclass) {
-        if (Method method = at->ownMethodLocked(selector)) {
-            fillCacheLocked(method);
-            return method;
-        }
-    }
-    return nullptr;
+    Method method = nullptr;
+    for (const ClassObject* at = this; at && !method; at = at->m_superclass)
+        method = at->ownMethodLocked(selector);
+    fillCacheLocked(selector, method);
+    return method;
 }
 
-void ClassObject::fillCacheLocked(Method method) const
+void ClassObject::fillCacheLocked(SEL selector, Method method) const
 {
     Cache* cache = m_cache.load(std::memory_order_relaxed);
-    auto insert = [](Cache& into, Method entry) {
-        size_t index = hash(entry->name) & into.mask;
-        for (; Method present = into.entries[index].load(std::memory_order_relaxed);
+    auto insert = [](Cache& into, SEL name, Method answer) {
+        size_t index = hash(name) & into.mask;
+        for (; SEL present = into.entries[index].selector.load(std::memory_order_relaxed);
              index = (index + 1) & into.mask) {
-            if (present->name == entry->name)
+            if (present == name)
                 return;
         }
-        into.entries[index].store(entry, std::memory_order_release);
+        into.entries[index].method.store(answer, std::memory_order_relaxed);
+        into.entries[index].selector.store(name, std::memory_order_release);
         into.used++;
     };
     if ((cache->used + 1) * 2 > cache->mask + 1) {
         auto larger = std::make_unique<Cache>((cache->mask + 1) * 2);
         for (const auto& entry : cache->entries) {
-            if (Method known = entry.load(std::memory_order_relaxed))
-                insert(*larger, known);
+            if (SEL known = entry.selector.load(std::memory_order_relaxed))
+                insert(*larger, known, entry.method.load(std::memory_order_relaxed));
         }
         cache = larger.get();
         m_caches.push_back(std::move(larger));
         m_cache.store(cache, std::memory_order_release);
     }
-    insert(*cache, method);
+    insert(*cache, selector, method);
 }
 
 void ClassObject::flushCachesLocked()
 {
-    m_caches.push_back(std::make_unique<Cache>(8));
-    m_cache.store(m_caches.back().get(), std::memory_order_release);
+    if (m_cache.load(std::memory_order_relaxed)->used) {
+        m_caches.push_back(std::make_unique<Cache>(8));
+        m_cache.store(m_caches.back().get(), std::memory_order_release);
+    }
     for (Class subclass : m_subclasses)
         subclass->flushCachesLocked();
 }
@@ -99,7 +100,7 @@ Method class_getClassMethod(Class cls, SEL selector)
 
 bool class_addMethod(Class cls, SEL selector, const IMP& implementation) LUMORA_UNDER_REGISTRY_LOCK
 {
-    if (!cls || !implementation)
+    if (!cls || !selector || !implementation)
         return false;
     Locker hold(cls->m_registry.m_lock);
     if (cls->ownMethodLocked(selector))
@@ -122,7 +123,7 @@ static void requireSameTypes(SEL selector, const TypeEncoding* wanted, const IMP
 IMP class_replaceMethod(
     Class cls, SEL selector, const IMP& implementation, const TypeEncoding* types) LUMORA_UNDER_REGISTRY_LOCK
 {
-    if (!cls)
+    if (!cls || !selector)
         return nullptr;
     requireSameTypes(selector, types, implementation);
     Locker hold(cls->m_registry.m_lock);
@@ -142,6 +143,8 @@ IMP method_getImplementation(Method method)
 
 IMP method_setImplementation(Method method, const IMP& implementation)
 {
+    if (!method)
+        return nullptr;
     requireSameTypes(method->name, method->types, implementation);
     return { method->function.exchange(implementation.function, std::memory_order_acq_rel), method->types };
 }
@@ -181,9 +184,7 @@ const ClassDescription* nearestDescription(Class cls)
 std::shared_ptr<Object> class_createInstance(Class cls)
 {
     const ClassDescription* description = nearestDescription(cls);
-    while (description && !description->instantiate())
-        description = description->superDescription();
-    if (!description)
+    if (!description || !description->instantiate() || cls->isMetaClass())
         throw NSException(
             NSInvalidArgumentException, "this class has no instances: " + NSStringFromClass(cls));
     std::shared_ptr<Object> object = description->instantiate()();
@@ -195,7 +196,7 @@ void object_setClass(Object& object, Class cls) { object.m_isa = cls; }
 
 bool isKindOfClass(const Object* object, const ClassObject* cls)
 {
-    return object && cls && object->isa()->isSubclassOf(cls);
+    return object && object->isa() && cls && object->isa()->isSubclassOf(cls);
 }
 
 bool conformsToProtocol(const Object* object, std::string_view protocol)
@@ -210,7 +211,7 @@ bool conformsToProtocol(const Object* object, std::string_view protocol)
 
 bool respondsToSelector(const Object* object, SEL selector)
 {
-    return object && object->isa()->methodFor(selector);
+    return class_getInstanceMethod(object_getClass(object), selector);
 }
 
 } // namespace lumora

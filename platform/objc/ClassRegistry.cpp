@@ -125,6 +125,8 @@ Class ClassRegistry::classForLocked(const ClassDescription& description)
 
 Class ClassRegistry::makePairLocked(const std::string& name, Class superclass)
 {
+    if (m_classes.contains(name))
+        throw NSException(NSInvalidArgumentException, "there is a class " + name + " already");
     // A metaclass inherits from the superclass's metaclass, and the root's from the root class itself, so
     // that a class answers the root's instance methods.
     std::shared_ptr<ClassObject> metaclass(
@@ -171,7 +173,7 @@ SlotBase::SlotBase()
 ClassBuilder::ClassBuilder(const std::string& name, Class superclass)
     : m_class(nullptr)
 {
-    if (!superclass || superclass->registry().classNamed(name))
+    if (!superclass || superclass->isMetaClass() || describedClasses().contains(name))
         throw NSException(NSInvalidArgumentException,
             "a class " + name + " : " + NSStringFromClass(superclass) + " cannot be made");
     Locker hold(superclass->m_registry.m_lock);

@@ -14,11 +14,12 @@ namespace detail {
 template <typename R, typename... A>
 R sendTo(const ClassObject* cls, id receiver, SEL selector, A... arguments)
 {
-    Method method = cls->methodFor(selector);
+    // A root class's superclass, and the class of an object that was not made by `alloc`, is null.
+    Method method = cls ? cls->methodFor(selector) : nullptr;
     if (!method) [[unlikely]]
         return forward<R, A...>(receiver, selector, static_cast<A>(arguments)...);
     const TypeEncoding& call = methodEncoding<R, A...>();
-    if (method->types != &call && !(*method->types == call)) [[unlikely]]
+    if (method->types != &call) [[unlikely]]
         raiseTypeMismatch(receiver, selector, *method->types, call);
     return callImplementation<R, A...>(
         method->function.load(std::memory_order_acquire), receiver, selector, static_cast<A>(arguments)...);

@@ -16,11 +16,12 @@ public:
     id target() const { return m_target; }
     size_t argumentCount() const { return m_arguments.size(); }
 
-    /// An argument by position, receiver and selector not counted. Raises when the type is another.
-    template <typename T> T argument(size_t index) const { return cast<T>(m_arguments.at(index)); }
+    /// An argument by position, receiver and selector not counted. Raises when there is none or the type is
+    /// another.
+    template <typename T> T argument(size_t index) const { return cast<T>(m_arguments[checked(index)]); }
     template <typename T> void setArgument(size_t index, T value)
     {
-        m_arguments.at(index) = std::move(value);
+        m_arguments[checked(index)] = std::move(value);
     }
     template <typename T> T returnValue() const { return m_result.has_value() ? cast<T>(m_result) : T(); }
     template <typename T> void setReturnValue(T value) { m_result = std::move(value); }
@@ -41,6 +42,12 @@ public:
     }
 
 private:
+    size_t checked(size_t index) const
+    {
+        if (index >= m_arguments.size())
+            throw NSException(NSInvalidArgumentException, "an invocation has no such argument");
+        return index;
+    }
     template <typename T> static T cast(const std::any& value)
     {
         if (const T* typed = std::any_cast<T>(&value))

@@ -101,21 +101,37 @@ template <typename R>
 using TravellingResult = std::remove_cvref_t<typename Encode<std::remove_cvref_t<R>>::type>;
 
 /// The encoding of a whole method, receiver and selector included: "v@:@" takes one object and answers
-/// nothing. Two methods may stand in for each other exactly when the texts are equal.
+/// nothing. Interned like a selector, so that a host's encodings and the library's are the same objects: two
+/// methods may stand in for each other exactly when their encodings' addresses are equal. Never destroyed.
+/// Any thread.
 struct TypeEncoding {
-    std::string text;
+    TypeEncoding(const TypeEncoding&) = delete;
+    TypeEncoding& operator=(const TypeEncoding&) = delete;
 
-    bool operator==(const TypeEncoding& other) const { return this == &other || text == other.text; }
+    const std::string text;
+
+    bool operator==(const TypeEncoding& other) const { return this == &other; }
+
+private:
+    friend const TypeEncoding& registeredEncoding(const std::string& text);
+    explicit TypeEncoding(const std::string& encoding)
+        : text(encoding)
+    {
+    }
 };
+
+/// Interns an encoding.
+const TypeEncoding& registeredEncoding(const std::string& text);
 
 template <typename R, typename... A> const TypeEncoding& methodEncoding()
 {
-    static const TypeEncoding encoding { encode<R>() + "@:" + (std::string {} + ... + encode<A>()) };
+    static const TypeEncoding& encoding
+        = registeredEncoding(encode<R>() + "@:" + (std::string {} + ... + encode<A>()));
     return encoding;
 }
 
 /// An erased function pointer whose first two parameters are the receiver and the selector, with the encoding
-/// it was made from. A null one answers false.
+/// it was made from. One that lacks either answers false.
 struct IMP {
     using Function = void (*)();
 
@@ -137,7 +153,7 @@ struct IMP {
             "an implementation takes travelling types: id, not UIView*");
     }
 
-    explicit operator bool() const { return function; }
+    explicit operator bool() const { return function && types; }
     bool operator==(const IMP& other) const { return function == other.function; }
 
     Function function { nullptr };

@@ -8,79 +8,163 @@ namespace lumora {
 namespace {
 
 int64_t one(id, SEL) { return 1; }
+int64_t two(id, SEL) { return 2; }
 int64_t three(id, SEL) { return 3; }
 std::string text(id, SEL) { return "text"; }
+int64_t echo(id, SEL, int64_t value) { return value; }
 
 Slot<int64_t(id, SEL)> valueIMP;
 int64_t hooked(id self, SEL _cmd) { return 10 + valueIMP(self, _cmd); }
 int64_t replaced(id, SEL) { return 20; }
 
-class SwizzlingTest : public testing::Test {
-protected:
+// A class that answers 1 to "value" and 2 as a class, and a subclass that adds nothing.
+struct Family {
     Phone phone { {} };
     Class parent { ClassBuilder("Parent", classOf<NSObject>())
                        .method("value"_sel, &one)
-                       .classMethod("kind"_sel, &one)
+                       .classMethod("kind"_sel, &two)
                        .build() };
     Class child { ClassBuilder("Child", parent).build() };
 
-    static int64_t value(Class cls) { return send<int64_t>(class_createInstance(cls).get(), "value"_sel); }
+    // What the instances answer, and then the classes themselves: -1 when they do not.
+    std::vector<int64_t> answers(SEL selector) const
+    {
+        const auto parentObject = class_createInstance(parent);
+        const auto childObject = class_createInstance(child);
+        std::vector<int64_t> all;
+        for (id object : { parentObject.get(), childObject.get(), id { parent }, id { child } }) {
+            Method method = class_getInstanceMethod(object->isa(), selector);
+            const bool counts = method && method->types == &methodEncoding<int64_t>();
+            all.push_back(counts ? send<int64_t>(object, selector) : -1);
+        }
+        return all;
+    }
 };
 
-TEST_F(SwizzlingTest, AnInheritedMethodIsHookedOnTheSubclassAlone)
+struct Row {
+    const char* name;
+    int (*install)(const Family&);
+    int result;
+    std::vector<int64_t> answers;
+    IMP kept;
+};
+
+void check(const std::vector<Row>& rows, const char* selector)
 {
-    EXPECT_EQ(class_swizzleMethodAndStore(child, "value"_sel, &hooked, &valueIMP), 1);
-    EXPECT_EQ(value(child), 11);
-    EXPECT_EQ(value(parent), 1);
-    EXPECT_EQ(valueIMP.load(phone.process().classes()), IMP { &one }.function);
+    for (const Row& row : rows) {
+        const Family family;
+        EXPECT_EQ(row.install(family), row.result) << row.name;
+        EXPECT_EQ(family.answers(sel_registerName(selector)), row.answers) << row.name;
+        EXPECT_EQ(valueIMP.load(family.phone.process().classes()), row.kept.function) << row.name;
+    }
 }
 
-TEST_F(SwizzlingTest, WithoutASlotTheMethodIsReplacedAllTheSame)
+TEST(SwizzlingTest, InstanceMethods)
 {
-    EXPECT_EQ(class_swizzleMethodAndStore(parent, "value"_sel, &replaced, nullptr), 1);
-    EXPECT_EQ(value(parent), 20);
+    static const auto hook = [](Class cls, const char* selector = "value", const IMP& with = &hooked) {
+        return class_swizzleMethodAndStore(cls, sel_registerName(selector), with, &valueIMP);
+    };
+    check(
+        { { "own", [](auto& f) { return hook(f.parent); }, 1, { 11, 11, -1, -1 }, &one },
+            { "inherited: the superclass stays", [](auto& f) { return hook(f.child); }, 1, { 1, 11, -1, -1 },
+                &one },
+            { "absent", [](auto& f) { return hook(f.parent, "missing"); }, 0, { 1, 1, -1, -1 }, nullptr },
+            { "a class method is none", [](auto& f) { return hook(f.parent, "kind"); }, 0, { 1, 1, -1, -1 },
+                nullptr },
+            { "other types", [](auto& f) { return hook(f.parent, "value", &text); }, 0, { 1, 1, -1, -1 },
+                nullptr },
+            { "no replacement", [](auto& f) { return hook(f.parent, "value", nullptr); }, 0, { 1, 1, -1, -1 },
+                nullptr },
+            { "no class", [](auto&) { return hook(nullptr); }, 0, { 1, 1, -1, -1 }, nullptr },
+            { "no slot",
+                [](auto& f) { return class_swizzleMethodAndStore(f.child, "value"_sel, &replaced, nullptr); },
+                1, { 1, 20, -1, -1 }, nullptr },
+            { "sent to nobody",
+                [](auto&) {
+                    return int { send(Class {}, sel::swizzle, "value"_sel, IMP { &hooked }, &valueIMP) };
+                },
+                0, { 1, 1, -1, -1 }, nullptr } },
+        "value");
 }
 
-TEST_F(SwizzlingTest, WhatIsNotThereStaysAway)
+TEST(SwizzlingTest, ClassMethods)
 {
-    EXPECT_EQ(class_swizzleMethodAndStore(parent, "missing"_sel, &hooked, &valueIMP), 0);
-    EXPECT_FALSE(class_getInstanceMethod(parent, "missing"_sel));
-    EXPECT_EQ(class_swizzleMethodAndStore(nullptr, "value"_sel, &hooked, &valueIMP), 0);
-    EXPECT_EQ(class_swizzleMethodAndStore(parent, "value"_sel, &text, nullptr), 0)
-        << "a method that changed its types";
-    EXPECT_EQ(value(parent), 1);
-    EXPECT_FALSE(send(static_cast<id>(nullptr), sel::swizzle, "value"_sel, IMP { &hooked }, &valueIMP));
+    static const auto hook = [](Class cls, const char* selector = "kind") {
+        return class_swizzleClassMethodAndStore(cls, sel_registerName(selector), &hooked, &valueIMP);
+    };
+    check(
+        { { "own: an instance method appears", [](auto& f) { return hook(f.parent); }, 1, { 12, 12, 12, 12 },
+              &two },
+            { "inherited: replaced where it stands", [](auto& f) { return hook(f.child); }, 1,
+                { -1, 12, 12, 12 }, &two },
+            { "an instance method of its own shields it",
+                [](auto& f) { return class_addMethod(f.parent, "kind"_sel, &three) ? hook(f.parent) : -1; },
+                1, { 13, 13, 2, 2 }, &three },
+            { "an inherited instance method does not",
+                [](auto& f) { return class_addMethod(f.parent, "kind"_sel, &three) ? hook(f.child) : -1; }, 1,
+                { 3, 12, 12, 12 }, &two },
+            { "an instance method of other types",
+                [](auto& f) { return class_addMethod(f.parent, "kind"_sel, &text) ? hook(f.parent) : -1; }, 0,
+                { -1, -1, 2, 2 }, nullptr },
+            { "absent", [](auto& f) { return hook(f.parent, "missing"); }, 0, { -1, -1, 2, 2 }, nullptr },
+            { "an instance method is none", [](auto& f) { return hook(f.parent, "value"); }, 0,
+                { -1, -1, 2, 2 }, nullptr },
+            { "no class", [](auto&) { return hook(nullptr); }, 0, { -1, -1, 2, 2 }, nullptr },
+            { "no slot",
+                [](auto& f) {
+                    return class_swizzleClassMethodAndStore(f.parent, "kind"_sel, &replaced, nullptr);
+                },
+                1, { 20, 20, 20, 20 }, nullptr },
+            { "sent",
+                [](auto& f) {
+                    return int { send(f.parent, sel::classSwizzle, "kind"_sel, IMP { &hooked }, &valueIMP) };
+                },
+                1, { 12, 12, 12, 12 }, &two } },
+        "kind");
 }
 
-TEST_F(SwizzlingTest, AClassMethodIsHookedAndAnInstanceMethodAppears)
+TEST(SwizzlingTest, EveryClassTakesSwizzleMethods)
 {
-    EXPECT_TRUE(send(parent, sel::classSwizzle, "kind"_sel, IMP { &hooked }, &valueIMP));
-    EXPECT_EQ(send<int64_t>(parent, "kind"_sel), 11);
-    EXPECT_EQ(send<int64_t>(class_createInstance(parent).get(), "kind"_sel), 11)
-        << "the instance side runs the hook too";
-    EXPECT_EQ(class_swizzleClassMethodAndStore(parent, "missing"_sel, &hooked, nullptr), 0);
+    const Family family;
+    for (Class cls :
+        { family.parent, classOf<NSObject>(), classOf<NSProxy>(), NSClassFromString("UIView") }) {
+        EXPECT_EQ(respondsToSelector(cls, sel::swizzleMethods), cls != classOf<NSProxy>());
+        EXPECT_EQ(respondsToSelector(cls, sel::load), cls != classOf<NSProxy>());
+    }
+    EXPECT_NO_THROW(send(family.parent, sel::swizzleMethods));
 }
 
-TEST_F(SwizzlingTest, AnInstanceMethodOfTheNameShieldsTheClassMethod)
+class Proxy final : public NSProxy {
+public:
+    void forwardInvocation(NSInvocation& invocation) override { invocation.invokeWithTarget(target.get()); }
+    std::shared_ptr<Object> target;
+};
+
+Slot<int64_t(id, SEL, int64_t)> echoIMP;
+int64_t lumora_echo(id self, SEL _cmd, int64_t value)
 {
-    class_addMethod(parent, "kind"_sel, &three);
-    EXPECT_EQ(class_swizzleClassMethodAndStore(parent, "kind"_sel, &hooked, &valueIMP), 1);
-    EXPECT_EQ(send<int64_t>(parent, "kind"_sel), 1);
-    EXPECT_EQ(send<int64_t>(class_createInstance(parent).get(), "kind"_sel), 13);
+    return as<Proxy>(self) ? -1 : 10 * echoIMP(self, _cmd, value);
 }
 
-TEST_F(SwizzlingTest, EveryClassTakesSwizzleMethods)
+TEST(SwizzlingTest, AForwardedMessageRunsTheHookOnItsTarget)
 {
-    for (Class cls : { parent, classOf<NSObject>(), NSClassFromString("UIView") })
-        EXPECT_NO_THROW(send(cls, sel::swizzleMethods));
+    const Family family;
+    class_addMethod(family.child, "echo:"_sel, &echo);
+    class_swizzleMethodAndStore(family.child, "echo:"_sel, &lumora_echo, &echoIMP);
+    const auto proxy = alloc<Proxy>();
+    proxy->target = class_createInstance(family.child);
+    EXPECT_EQ(send<int64_t>(proxy.get(), "echo:"_sel, int64_t { 4 }), 40);
+    EXPECT_EQ(class_swizzleMethodAndStore(classOf<Proxy>(), "echo:"_sel, &lumora_echo, nullptr), 0)
+        << "what a class forwards is not its own";
 }
 
-TEST_F(SwizzlingTest, AnExceptionOfTheHostPassesThrough)
+TEST(SwizzlingTest, AnExceptionOfTheHostPassesThrough)
 {
+    const Family family;
     static const auto raise = +[](id, SEL) -> int64_t { throw std::runtime_error("host"); };
-    const Class cls = ClassBuilder("Raising", classOf<NSObject>()).method("value"_sel, raise).build();
-    class_swizzleMethodAndStore(cls, "value"_sel, &hooked, &valueIMP);
-    EXPECT_THROW(value(cls), std::runtime_error);
+    class_addMethod(family.child, "raise"_sel, raise);
+    class_swizzleMethodAndStore(family.child, "raise"_sel, &hooked, &valueIMP);
+    EXPECT_THROW(family.answers("raise"_sel), std::runtime_error);
 }
 
 } // namespace

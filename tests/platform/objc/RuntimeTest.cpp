@@ -5,6 +5,7 @@
 #include "simulator/Phone.h"
 
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace lumora {
 namespace {
@@ -52,9 +53,24 @@ TEST_F(RuntimeTest, AddingFailsOnlyForAnOwnMethod)
 
 TEST_F(RuntimeTest, ALookUpBeforeAnAdditionDoesNotHideIt)
 {
+    const auto object = instance(child);
+    const std::tuple<const char*, Class, id> additions[] = {
+        { "to its own class", child, object.get() },
+        { "to the superclass", parent, object.get() },
+        { "to the root", classOf<NSObject>(), object.get() },
+        { "to the root, for a class", classOf<NSObject>(), child },
+        { "to the superclass's metaclass", parent->isa(), child },
+    };
+    for (const auto& [where, cls, receiver] : additions) {
+        const SEL selector = sel_registerName(where);
+        EXPECT_FALSE(respondsToSelector(receiver, selector)) << where;
+        EXPECT_THROW(send<int64_t>(receiver, selector), NSException) << where;
+        class_addMethod(cls, selector, &one);
+        EXPECT_EQ(send<int64_t>(receiver, selector), 1) << where;
+    }
     EXPECT_EQ(value(child), 1);
-    class_addMethod(child, "value"_sel, &two);
-    EXPECT_EQ(value(child), 2);
+    class_replaceMethod(child, "value"_sel, &two, typesOfOne());
+    EXPECT_EQ(value(child), 2) << "a replacement that adds";
 }
 
 TEST_F(RuntimeTest, ClassMethodsAreMethodsOfTheMetaclass)
@@ -78,6 +94,24 @@ TEST_F(RuntimeTest, NilAnswersZeroAndStrangersRaise)
     EXPECT_EQ(value(child), 1) << "a refused replacement changes nothing";
 }
 
+TEST_F(RuntimeTest, NothingIsHarmless)
+{
+    const auto stray = std::make_shared<NSObject>(); // was not allocated by the runtime
+    EXPECT_THROW(send(stray, sel::init), NSException);
+    EXPECT_FALSE(respondsToSelector(stray.get(), sel::init) || isKindOfClass(stray.get(), parent));
+    EXPECT_THROW(send<int64_t>(instance(child).get(), SEL {}), NSException);
+    for (Class cls : { Class {}, child }) {
+        EXPECT_FALSE(class_getInstanceMethod(cls, nullptr) || class_getClassMethod(cls, nullptr));
+        EXPECT_FALSE(class_addMethod(cls, nullptr, &one) || class_addMethod(cls, "value"_sel, nullptr));
+        EXPECT_FALSE(class_replaceMethod(cls, nullptr, &one, typesOfOne()));
+        EXPECT_TRUE(class_copyMethodList(cls).empty());
+    }
+    EXPECT_FALSE(method_getImplementation(nullptr) || method_setImplementation(nullptr, &one));
+    EXPECT_EQ(method_getTypeEncoding(nullptr), nullptr);
+    for (Class cls : { Class {}, child->isa(), NSClassFromString("ReportButtonDelegate") })
+        EXPECT_THROW(class_createInstance(cls), NSException) << NSStringFromClass(cls);
+}
+
 TEST_F(RuntimeTest, KeysAreFoundInTheirOrder)
 {
     const auto object = instance(ClassBuilder("Keyed", parent).method("both"_sel, &one).build());
@@ -89,6 +123,7 @@ TEST_F(RuntimeTest, KeysAreFoundInTheirOrder)
     EXPECT_EQ(object->valueForKey("under"), Value { "with" }) << "the underscore wins";
     EXPECT_EQ(object->valueForKey("plain"), Value { 5 });
     EXPECT_THROW(object->valueForKey("missing"), NSException);
+    EXPECT_THROW(object->setValueForKey(1, "missing"), NSException);
 }
 
 TEST_F(RuntimeTest, PathsGoThroughObjectsDictionariesAndArrays)
@@ -151,8 +186,13 @@ TEST_F(RuntimeTest, TwoOfOneNameAreListedAndTheFirstAnswers)
             return description;
         }
     };
-    EXPECT_EQ(class_copyMethodList(classOf<Twice>()).size(), 2u);
+    const std::vector<Method> both = class_copyMethodList(classOf<Twice>());
+    ASSERT_EQ(both.size(), 2u);
     EXPECT_EQ(value(classOf<Twice>()), 1);
+    static const auto three = +[](id, SEL) -> int64_t { return 3; };
+    EXPECT_EQ(class_replaceMethod(classOf<Twice>(), "value"_sel, three, typesOfOne()), IMP { &one });
+    EXPECT_EQ(value(classOf<Twice>()), 3);
+    EXPECT_EQ(method_getImplementation(both[1]), IMP { &two }) << "the second stays as it was";
 }
 
 TEST_F(RuntimeTest, ProcessesShareNothingThatWasChanged)
@@ -184,7 +224,25 @@ TEST_F(RuntimeTest, AssociatedObjectsLiveAsLongAsTheirOwner)
     EXPECT_TRUE(tied.expired());
 }
 
-TEST_F(RuntimeTest, ANameIsTakenOnce) { EXPECT_THROW(ClassBuilder("Child", parent), NSException); }
+TEST_F(RuntimeTest, ANameIsTakenOnce)
+{
+    for (const char* taken : { "Child", "NSObject", "UIView" })
+        EXPECT_THROW(ClassBuilder(taken, parent), NSException) << taken;
+    std::atomic<int> made { 0 };
+    auto make = [&] {
+        for (int number = 0; number < 200; number++) {
+            try {
+                ClassBuilder("Racing" + std::to_string(number), parent).method("value"_sel, &two);
+                made++;
+            } catch (const NSException&) {
+            }
+        }
+    };
+    std::thread other(make);
+    make();
+    other.join();
+    EXPECT_EQ(made, 200);
+}
 
 } // namespace
 } // namespace lumora
