@@ -25,12 +25,12 @@ TEST(NSJSONSerialization, ReadsEveryKind)
 
 TEST(NSJSONSerialization, RefusesDamage)
 {
-    const std::pair<const char*, std::string> rows[]
-        = { { "empty", "" }, { "cut off", "{\"a\":" }, { "garbage after", "{} x" },
-              { "two values", "[1][2]" }, { "trailing comma", "[1,]" }, { "single quotes", "{'a':1}" },
-              { "not a number", "[NaN]" }, { "bad UTF-8", "\"\xFF\"" }, { "lone surrogate", R"("\ud800")" },
-              { "raw control", "\"\n\"" }, { "too deep", std::string(513, '[') + std::string(513, ']') },
-              { "endless", std::string(1'000'000, '[') } };
+    const std::pair<const char*, std::string> rows[] = { { "empty", "" }, { "cut off", "{\"a\":" },
+        { "garbage after", "{} x" }, { "two values", "[1][2]" }, { "trailing comma", "[1,]" },
+        { "single quotes", "{'a':1}" }, { "not a number", "[NaN]" }, { "beyond a double", "[-1e400]" },
+        { "bad UTF-8", "\"\xFF\"" }, { "lone surrogate", R"("\ud800")" }, { "raw control", "\"\n\"" },
+        { "too deep", std::string(513, '[') + std::string(513, ']') },
+        { "endless", std::string(1'000'000, '[') } };
     for (const auto& [name, text] : rows)
         EXPECT_FALSE(JSONObjectWithData(text)) << name;
     EXPECT_TRUE(JSONObjectWithData(std::string(512, '[') + std::string(512, ']')));
