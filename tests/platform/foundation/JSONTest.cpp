@@ -20,7 +20,10 @@ TEST(NSJSONSerialization, ReadsEveryKind)
     EXPECT_TRUE((*read->dictionary())["ttl"].isInteger());
     EXPECT_TRUE((*read->dictionary())["active"].isBoolean());
     EXPECT_EQ((*JSONObjectWithData(R"({"a":1,"b":2,"a":3})")->dictionary())["a"], Value { 3 });
-    EXPECT_EQ(JSONObjectWithData("9223372036854775808"), Value { 9223372036854775808.0 });
+    const std::pair<const char*, double> doubles[] = { { "9223372036854775808", 9223372036854775808.0 },
+        { "5e36", 5e36 }, { "1e-999", 0 }, { "-2.2250738585072011e-308", -2.2250738585072011e-308 } };
+    for (const auto& [text, number] : doubles)
+        EXPECT_EQ(JSONObjectWithData(text), Value { number }) << text << ", to the last bit";
 }
 
 TEST(NSJSONSerialization, RefusesDamage)
