@@ -32,8 +32,8 @@ struct HTTPExchangeRequest {
     std::string method;
     HTTPHeaders headers;
     std::string body;
-    /// Seconds without any progress, and for the whole exchange, which gets a second more for each 8 KiB of
-    /// body to send: a large report is not to be cut off by a slow radio.
+    /// Seconds for the whole exchange, and one more for each 32 KiB of body to send: a large report is not to
+    /// be cut off because the radio is slow.
     double timeout { 60 };
     /// Bytes of the answer's body that are of use. A longer one is left out whole.
     size_t longestBody { size_t { 1 } << 20 };

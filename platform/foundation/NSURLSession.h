@@ -17,7 +17,7 @@ struct NSMutableURLRequest {
     std::string httpMethod { "GET" };
     HTTPHeaders headers;
     std::string httpBody;
-    /// Seconds without any progress, and for the whole exchange; see HTTPExchangeRequest.
+    /// Seconds for the whole exchange, and some more for a large body; see HTTPExchangeRequest.
     double timeoutInterval { 60 };
     /// Bytes of the answer's body that are of use; a longer one is left out.
     size_t longestBody { size_t { 1 } << 20 };

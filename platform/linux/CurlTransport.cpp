@@ -18,8 +18,8 @@ namespace {
 
 constexpr long mostRedirects = 20;
 constexpr long mostConnectionsPerHost = 6;
-// Bytes a second that the slowest radio sends.
-constexpr double slowestUpload = 8192;
+// Bytes a second that a slow radio sends.
+constexpr double slowUpload = 32 << 10;
 
 int errorCodeOf(CURLcode result)
 {
@@ -128,11 +128,9 @@ void Exchange::setMethod(CURL* easy)
 void Exchange::setTimeout(CURL* easy)
 {
     const double seconds = std::isnan(m_request.timeout) ? 60 : std::clamp(m_request.timeout, 0.001, 1e6);
-    const double upload = static_cast<double>(m_request.body.size()) / slowestUpload;
+    const double upload = static_cast<double>(m_request.body.size()) / slowUpload;
     curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, std::lround((seconds + upload) * 1000));
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, std::lround(seconds * 1000));
-    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
-    curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, std::lround(std::ceil(seconds)));
 }
 
 CURL* Exchange::prepared()
