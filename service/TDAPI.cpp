@@ -15,7 +15,7 @@ namespace lumora {
 
 namespace {
 
-// A record is some hundred bytes; what is read of it may take fifty times its size in memory.
+// A record is some hundred bytes; what is read of it may take sixty times its size in memory.
 constexpr size_t longestRecord = size_t { 256 } << 10;
 
 ProcessLocal<AtomicProperty<std::optional<std::string>>> s_authKey;
