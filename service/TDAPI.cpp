@@ -15,6 +15,9 @@ namespace lumora {
 
 namespace {
 
+// A record is some hundred bytes; what is read of it may take sixty times its size in memory.
+constexpr size_t longestRecord = size_t { 256 } << 10;
+
 ProcessLocal<AtomicProperty<std::optional<std::string>>> s_authKey;
 
 NSDictionary deviceFields()
@@ -42,6 +45,8 @@ NSMutableURLRequest postRequest(EndpointType type, const std::string& path, cons
     NSMutableURLRequest request
         = TDAPI::createURLRequestWithURL(stringWithFormat(path, { TDAPI::getURLWithType(type) }), "POST");
     request.httpBody = dataWithJSONObject(body).value_or("");
+    // Nobody reads what the service has to say.
+    request.longestBody = 0;
     return request;
 }
 
@@ -65,16 +70,19 @@ std::shared_ptr<TDConfig> configFrom(const NSData& body, const NSHTTPURLResponse
 {
     NSDictionary entries;
     guarded([&] {
-        const std::string* cacheControl = response.headerFields.find("cache-control");
+        const std::optional<Value> parsed
+            = response.statusCode == 200 ? JSONObjectWithData(body.view()) : std::nullopt;
+        if (parsed && parsed->isDictionary())
+            entries = *parsed->dictionary();
+    });
+    guarded([&] {
+        // The body's own time to live wins over the header's.
+        const std::string* cacheControl
+            = entries.find("ttlConfig") ? nullptr : response.headerFields.find("cache-control");
         if (std::optional<std::string> seconds
             = cacheControl ? TDAPI::getIntNumbersFromString(*cacheControl) : std::nullopt)
             entries.set("ttlConfig", *seconds);
     });
-    if (response.statusCode == 200) {
-        const std::optional<Value> parsed = JSONObjectWithData(body.view());
-        if (parsed && parsed->isDictionary())
-            entries.addEntriesFrom(*parsed->dictionary());
-    }
     return TDConfig::initWithDictionary(&entries);
 }
 
@@ -120,7 +128,9 @@ void TDAPI::activateTindalWithCompletion(ConfigCompletion completion, ConfigFail
     const std::string url = stringWithFormat("%@sdk/config?platform_version=%@&sdk_version=%@",
         { getURLWithType(EndpointType::Configuration), TDDeviceInformation::getOSVersion(),
             TDDeviceInformation::getLMVersionWithoutBuild() });
-    NSURLSession::sharedSession().dataTaskWithRequest(createURLRequestWithURL(url, "GET"),
+    NSMutableURLRequest request = createURLRequestWithURL(url, "GET");
+    request.longestBody = longestRecord;
+    start(std::move(request),
         [completion = std::move(completion), failure = std::move(failure)](const NSData& body,
             const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error) {
             if (error)

@@ -32,8 +32,9 @@ public:
     /// The first run of decimal digits in a text.
     static std::optional<std::string> getIntNumbersFromString(std::string_view text);
 
-    /// Fetches the configuration. Every HTTP answer gives a record, inactive unless a 200 says otherwise;
-    /// `failure` hears of transport errors and of an address that is no URL.
+    /// Fetches the configuration. Every HTTP answer gives a record, inactive unless a 200 says otherwise; a
+    /// body of more than 256 KiB adds nothing to it, like one that is no JSON. `failure` hears of transport
+    /// errors and of an address that is no URL.
     static void activateTindalWithCompletion(ConfigCompletion completion, ConfigFailure failure);
     /// Records an impression; fire and forget. The library's own fields win over the caller's.
     static void recordImpression(const NSDictionary& fields);

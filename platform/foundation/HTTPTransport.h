@@ -32,8 +32,11 @@ struct HTTPExchangeRequest {
     std::string method;
     HTTPHeaders headers;
     std::string body;
-    /// Seconds for the whole exchange.
+    /// Seconds for the whole exchange, and one more for each 32 KiB of body to send: a large report is not to
+    /// be cut off because the radio is slow.
     double timeout { 60 };
+    /// Bytes of the answer's body that are of use. A longer one is left out whole.
+    size_t longestBody { size_t { 1 } << 20 };
 };
 
 struct HTTPExchangeAnswer {
@@ -43,6 +46,40 @@ struct HTTPExchangeAnswer {
     int status { 0 };
     HTTPHeaders headers;
     std::string body;
+    /// There was more of a body than was of use, or of a header than is read.
+    bool bodyIsLeftOut { false };
+};
+
+/// Puts an answer together as it arrives, in bounded memory. One that grows beyond the caps still counts as
+/// the answer it began as, but without a body: half a body is worse than none. One thread at a time.
+class HTTPAnswerCollector {
+public:
+    /// Bytes and lines of header in one exchange, those of redirects and interim answers included.
+    static constexpr size_t longestHeader = size_t { 256 } << 10;
+    static constexpr size_t mostHeaderLines = 1000;
+    /// A body that is of no use is read this far, so that the connection can serve again.
+    static constexpr size_t longestUselessBody = size_t { 64 } << 10;
+
+    explicit HTTPAnswerCollector(size_t longestBody)
+        : m_longestBody(longestBody)
+    {
+    }
+    /// One line of a header, a status line among them, or the next piece of the body. False when nothing
+    /// more is of use: the exchange had better end here.
+    bool addHeaderLine(std::string_view line);
+    bool addBody(std::string_view piece);
+    /// Whether one of them has said so.
+    bool isFull() const { return m_isFull; }
+    /// What has arrived; status and error are the caller's to set.
+    HTTPExchangeAnswer take();
+
+private:
+    size_t m_longestBody;
+    HTTPExchangeAnswer m_answer;
+    size_t m_headerSize { 0 };
+    size_t m_headerLines { 0 };
+    size_t m_bodySize { 0 };
+    bool m_isFull { false };
 };
 
 /// Carries HTTP exchanges. `start` returns at once, from any thread; the completion is called exactly once,

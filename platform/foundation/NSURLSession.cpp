@@ -29,17 +29,20 @@ struct DataTask {
     std::shared_ptr<DispatchQueue> queue;
     NSURLSession::Completion completion;
     std::string url;
+    size_t longestBody;
 };
 
 void finish(DataTask& task, HTTPExchangeAnswer answer)
 {
-    if (answer.error.empty() && answer.body.size() > NSURLSession::longestBody) {
-        answer.error = "the answer is too long";
-        answer.errorCode = NSURLErrorDataLengthExceedsMaximum;
+    // Whatever the transport was.
+    if (answer.body.size() > task.longestBody) {
+        answer.body = {};
+        answer.bodyIsLeftOut = true;
     }
     if (answer.error.empty())
         task.completion(NSData::fromText(answer.body),
-            NSHTTPURLResponse { task.url, answer.status, std::move(answer.headers) }, std::nullopt);
+            NSHTTPURLResponse { task.url, answer.status, std::move(answer.headers), answer.bodyIsLeftOut },
+            std::nullopt);
     else
         task.completion({}, std::nullopt, urlError(answer.errorCode, std::move(answer.error)));
 }
@@ -59,9 +62,11 @@ NSURLSession::NSURLSession()
 
 void NSURLSession::dataTaskWithRequest(NSMutableURLRequest request, Completion completion)
 {
-    if (!completion)
+    if (!completion) {
         completion
             = [](const NSData&, const std::optional<NSHTTPURLResponse>&, const std::optional<NSError>&) {};
+        request.longestBody = 0;
+    }
     if (std::optional<NSError> error = refusal(request.url)) {
         m_queue->async([completion = std::move(completion), error = std::move(error)] {
             completion({}, std::nullopt, error);
@@ -75,10 +80,11 @@ void NSURLSession::dataTaskWithRequest(NSMutableURLRequest request, Completion c
     exchange.headers = std::move(request.headers);
     exchange.body = std::move(request.httpBody);
     exchange.timeout = request.timeoutInterval;
+    exchange.longestBody = request.longestBody;
     // Handed on as a whole, so that what the completion holds is let go on the queue, not on the transport's
     // thread.
-    auto task
-        = std::make_shared<DataTask>(DataTask { m_queue, std::move(completion), std::move(request.url) });
+    auto task = std::make_shared<DataTask>(
+        DataTask { m_queue, std::move(completion), std::move(request.url), request.longestBody });
     auto answered = [task = std::move(task)](HTTPExchangeAnswer answer) mutable {
         const std::shared_ptr<DispatchQueue> queue = std::move(task->queue);
         queue->async([task = std::move(task), answer = std::move(answer)]() mutable {

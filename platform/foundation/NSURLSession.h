@@ -17,8 +17,10 @@ struct NSMutableURLRequest {
     std::string httpMethod { "GET" };
     HTTPHeaders headers;
     std::string httpBody;
-    /// Seconds for the whole exchange.
+    /// Seconds for the whole exchange, and some more for a large body; see HTTPExchangeRequest.
     double timeoutInterval { 60 };
+    /// Bytes of the answer's body that are of use; a longer one is left out.
+    size_t longestBody { size_t { 1 } << 20 };
     /// No answer is ever cached here, so both policies do the same.
     CachePolicy cachePolicy { CachePolicy::UseProtocolCachePolicy };
 
@@ -38,6 +40,8 @@ struct NSHTTPURLResponse {
     std::string url;
     int statusCode { 0 };
     HTTPHeaders headerFields;
+    /// The body was longer than the request could use, and is empty.
+    bool bodyIsLeftOut { false };
 };
 
 /// The HTTP client of a process, over the transport of its configuration. Any thread.
@@ -49,14 +53,11 @@ public:
     using Completion = std::function<void(const NSData& body,
         const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error)>;
 
-    /// A longer answer is an error.
-    static constexpr size_t longestBody = 8 << 20;
-
     static NSURLSession& sharedSession();
 
     NSURLSession();
     /// Starts an exchange. A text that is no URL, or none of HTTP, is an error and touches no network. No
-    /// completion: sent and forgotten.
+    /// completion: sent and forgotten, nothing of the answer is kept.
     void dataTaskWithRequest(NSMutableURLRequest request, Completion completion);
 
 private:

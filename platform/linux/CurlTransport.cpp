@@ -16,9 +16,10 @@ namespace lumora {
 
 namespace {
 
-constexpr size_t longestHeader = 256 << 10;
 constexpr long mostRedirects = 20;
 constexpr long mostConnectionsPerHost = 6;
+// Bytes a second that a slow radio sends.
+constexpr double slowUpload = 32 << 10;
 
 int errorCodeOf(CURLcode result)
 {
@@ -69,6 +70,7 @@ public:
     Exchange(HTTPExchangeRequest request, HTTPTransport::Completion completion)
         : m_request(std::move(request))
         , m_completion(std::move(completion))
+        , m_collector(m_request.longestBody)
     {
     }
 
@@ -81,15 +83,14 @@ private:
     static size_t headerArrived(char* bytes, size_t size, size_t count, void* exchange);
     void addHeaders();
     void setMethod(CURL* easy);
+    void setTimeout(CURL* easy);
 
     HTTPExchangeRequest m_request;
     HTTPTransport::Completion m_completion;
-    HTTPExchangeAnswer m_answer;
+    HTTPAnswerCollector m_collector;
     std::unique_ptr<CURL, FreeEasy> m_easy;
     std::unique_ptr<curl_slist, FreeList> m_headers;
     std::array<char, CURL_ERROR_SIZE> m_errorText {};
-    size_t m_headerSize { 0 };
-    bool m_isTooLong { false };
 };
 
 void Exchange::addHeaders()
@@ -124,13 +125,20 @@ void Exchange::setMethod(CURL* easy)
         curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, method.c_str());
 }
 
+void Exchange::setTimeout(CURL* easy)
+{
+    const double seconds = std::isnan(m_request.timeout) ? 60 : std::clamp(m_request.timeout, 0.001, 1e6);
+    const double upload = static_cast<double>(m_request.body.size()) / slowUpload;
+    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, std::lround((seconds + upload) * 1000));
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, std::lround(seconds * 1000));
+}
+
 CURL* Exchange::prepared()
 {
     m_easy.reset(curl_easy_init());
     CURL* easy = m_easy.get();
     if (!easy)
         return nullptr;
-    const double seconds = std::isnan(m_request.timeout) ? 60 : std::clamp(m_request.timeout, 0.001, 1e6);
     curl_easy_setopt(easy, CURLOPT_URL, m_request.url.c_str());
     curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
@@ -139,10 +147,12 @@ CURL* Exchange::prepared()
     curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
     curl_easy_setopt(easy, CURLOPT_MAXREDIRS, mostRedirects);
-    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, std::lround(seconds * 1000));
+    setTimeout(easy);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     // Stopping does not wait for a name server.
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
+    // What a proxy says about its tunnel is no answer of the service.
+    curl_easy_setopt(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
     curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, m_errorText.data());
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &bodyArrived);
@@ -158,48 +168,34 @@ CURL* Exchange::prepared()
 
 size_t Exchange::bodyArrived(char* bytes, size_t size, size_t count, void* exchange)
 {
-    auto& self = *static_cast<Exchange*>(exchange);
-    self.m_isTooLong |= self.m_answer.body.size() + size * count > NSURLSession::longestBody;
-    if (self.m_isTooLong)
-        return 0;
-    self.m_answer.body.append(bytes, size * count);
-    return size * count;
+    return static_cast<Exchange*>(exchange)->m_collector.addBody({ bytes, size * count }) ? size * count : 0;
 }
 
 size_t Exchange::headerArrived(char* bytes, size_t size, size_t count, void* exchange)
 {
-    auto& self = *static_cast<Exchange*>(exchange);
-    std::string_view line { bytes, size * count };
-    self.m_headerSize += line.size();
-    self.m_isTooLong |= self.m_headerSize > longestHeader;
-    if (self.m_isTooLong)
-        return 0;
-    // Each redirect begins anew.
-    if (line.starts_with("HTTP/"))
-        self.m_answer.headers = {};
-    const size_t colon = line.find(':');
-    if (colon != std::string_view::npos && colon > 0) {
-        std::string_view value = line.substr(colon + 1);
-        value.remove_prefix(std::min(value.find_first_not_of(" \t"), value.size()));
-        value = value.substr(0, value.find_last_not_of(" \t\r\n") + 1);
-        self.m_answer.headers.add(line.substr(0, colon), std::string { value });
-    }
-    return size * count;
+    auto& collector = static_cast<Exchange*>(exchange)->m_collector;
+    return collector.addHeaderLine({ bytes, size * count }) ? size * count : 0;
 }
 
 void Exchange::finish(CURLcode result)
 {
-    if (result == CURLE_OK) {
-        long status = 0;
-        curl_easy_getinfo(m_easy.get(), CURLINFO_RESPONSE_CODE, &status);
-        m_answer.status = static_cast<int>(status);
+    HTTPExchangeAnswer answer;
+    long status = 0;
+    curl_easy_getinfo(m_easy.get(), CURLINFO_RESPONSE_CODE, &status);
+    // The library calls a header line beyond its own 100 KiB out of memory.
+    const bool isTooLong = m_collector.isFull() || (result == CURLE_OUT_OF_MEMORY && status > 0);
+    // One that is too long has been answered, unless all that came was interim.
+    if (result == CURLE_OK || (isTooLong && status >= 200)) {
+        answer = m_collector.take();
+        answer.status = static_cast<int>(status);
+        answer.bodyIsLeftOut |= isTooLong;
     } else {
-        m_answer.error = m_isTooLong ? "the answer is too long"
-            : m_errorText[0]         ? m_errorText.data()
-                                     : curl_easy_strerror(result);
-        m_answer.errorCode = m_isTooLong ? NSURLErrorDataLengthExceedsMaximum : errorCodeOf(result);
+        answer.error = isTooLong ? "the answer is too long"
+            : m_errorText[0]     ? m_errorText.data()
+                                 : curl_easy_strerror(result);
+        answer.errorCode = isTooLong ? NSURLErrorDataLengthExceedsMaximum : errorCodeOf(result);
     }
-    m_completion(std::move(m_answer));
+    m_completion(std::move(answer));
 }
 
 class CurlTransport final : public HTTPTransport {

@@ -235,7 +235,10 @@ void PageEngine::start(WebLoad number)
                     const auto self = weakSelf.lock();
                     if (!self || !self->m_client || !self->isCurrent(number))
                         return;
-                    if (response)
+                    if (response && response->bodyIsLeftOut)
+                        self->fail(number,
+                            { NSURLErrorDomain, NSURLErrorDataLengthExceedsMaximum, "the page is too long" });
+                    else if (response)
                         self->arrive(number, *response, pageOf(*response, html), false);
                     else
                         self->fail(number,

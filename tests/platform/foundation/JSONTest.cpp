@@ -20,17 +20,20 @@ TEST(NSJSONSerialization, ReadsEveryKind)
     EXPECT_TRUE((*read->dictionary())["ttl"].isInteger());
     EXPECT_TRUE((*read->dictionary())["active"].isBoolean());
     EXPECT_EQ((*JSONObjectWithData(R"({"a":1,"b":2,"a":3})")->dictionary())["a"], Value { 3 });
-    EXPECT_EQ(JSONObjectWithData("9223372036854775808"), Value { 9223372036854775808.0 });
+    const std::pair<const char*, double> doubles[] = { { "9223372036854775808", 9223372036854775808.0 },
+        { "5e36", 5e36 }, { "1e-999", 0 }, { "-2.2250738585072011e-308", -2.2250738585072011e-308 } };
+    for (const auto& [text, number] : doubles)
+        EXPECT_EQ(JSONObjectWithData(text), Value { number }) << text << ", to the last bit";
 }
 
 TEST(NSJSONSerialization, RefusesDamage)
 {
-    const std::pair<const char*, std::string> rows[]
-        = { { "empty", "" }, { "cut off", "{\"a\":" }, { "garbage after", "{} x" },
-              { "two values", "[1][2]" }, { "trailing comma", "[1,]" }, { "single quotes", "{'a':1}" },
-              { "not a number", "[NaN]" }, { "bad UTF-8", "\"\xFF\"" }, { "lone surrogate", R"("\ud800")" },
-              { "raw control", "\"\n\"" }, { "too deep", std::string(513, '[') + std::string(513, ']') },
-              { "endless", std::string(1'000'000, '[') } };
+    const std::pair<const char*, std::string> rows[] = { { "empty", "" }, { "cut off", "{\"a\":" },
+        { "garbage after", "{} x" }, { "two values", "[1][2]" }, { "trailing comma", "[1,]" },
+        { "single quotes", "{'a':1}" }, { "not a number", "[NaN]" }, { "beyond a double", "[-1e400]" },
+        { "bad UTF-8", "\"\xFF\"" }, { "lone surrogate", R"("\ud800")" }, { "raw control", "\"\n\"" },
+        { "too deep", std::string(513, '[') + std::string(513, ']') },
+        { "endless", std::string(1'000'000, '[') } };
     for (const auto& [name, text] : rows)
         EXPECT_FALSE(JSONObjectWithData(text)) << name;
     EXPECT_TRUE(JSONObjectWithData(std::string(512, '[') + std::string(512, ']')));

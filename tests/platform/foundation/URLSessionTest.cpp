@@ -2,11 +2,9 @@
 #include "platform/foundation/NSURLSession.h"
 #include "platform/linux/CurlTransport.h"
 #include "tests/platform/TestProcess.h"
+#include "tests/platform/TinyServer.h"
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace lumora {
 
@@ -18,95 +16,6 @@ struct Answer {
     std::optional<NSHTTPURLResponse> response;
     std::optional<NSError> error;
     std::string queue;
-};
-
-/// Answers each connection with the same bytes and closes it; an empty answer keeps it open and silent.
-class TinyServer {
-public:
-    explicit TinyServer(std::string answer)
-        : m_answer(closing(std::move(answer)))
-        , m_listener(socket(AF_INET, SOCK_STREAM, 0))
-    {
-        sockaddr_in address {};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        EXPECT_EQ(bind(m_listener, reinterpret_cast<sockaddr*>(&address), size), 0);
-        getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size);
-        listen(m_listener, 8);
-        url = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port));
-        m_thread = std::thread([this] { run(); });
-    }
-    ~TinyServer()
-    {
-        shutdown(m_listener, SHUT_RDWR);
-        m_thread.join();
-        close(m_listener);
-        for (const int connection : m_silent)
-            close(connection);
-    }
-
-    std::string url;
-    std::string request() const
-    {
-        Locker hold(m_lock);
-        return m_request;
-    }
-
-private:
-    /// The client is told not to come back on the same connection.
-    static std::string closing(std::string answer)
-    {
-        if (const size_t end = answer.find("\r\n"); answer.starts_with("HTTP/"))
-            answer.insert(end, "\r\nConnection: close");
-        return answer;
-    }
-    void run()
-    {
-        for (int connection = accept(m_listener, nullptr, nullptr); connection >= 0;
-             connection = accept(m_listener, nullptr, nullptr)) {
-            read(connection);
-            if (m_answer.empty()) {
-                m_silent.push_back(connection);
-                continue;
-            }
-            std::string answer = m_answer;
-            if (const size_t at = answer.find("SELF"); at != std::string::npos)
-                answer.replace(at, 4, url);
-            for (size_t sent = 0; sent < answer.size();) {
-                const ssize_t more
-                    = send(connection, answer.data() + sent, answer.size() - sent, MSG_NOSIGNAL);
-                if (more <= 0)
-                    break;
-                sent += static_cast<size_t>(more);
-            }
-            close(connection);
-        }
-    }
-    void read(int connection)
-    {
-        std::string text;
-        size_t length = std::string::npos;
-        for (char buffer[4096]; text.size() < length;) {
-            const ssize_t count = recv(connection, buffer, sizeof buffer, 0);
-            if (count <= 0)
-                break;
-            text.append(buffer, static_cast<size_t>(count));
-            if (const size_t end = text.find("\r\n\r\n"); end != std::string::npos) {
-                const size_t field = text.find("Content-Length: ");
-                length = end + 4 + (field == std::string::npos ? 0 : std::stoul(text.substr(field + 16)));
-            }
-        }
-        Locker hold(m_lock);
-        m_request = text;
-    }
-
-    std::string m_answer;
-    int m_listener;
-    mutable Lock m_lock;
-    std::string m_request LUMORA_GUARDED_BY(m_lock);
-    std::vector<int> m_silent;
-    std::thread m_thread;
 };
 
 /// A process with real threads and a real network client.
@@ -155,6 +64,8 @@ struct URLSession : testing::Test {
 
 } // namespace
 
+using test::TinyServer;
+
 TEST_F(URLSession, CarriesARequestAndItsAnswer)
 {
     TinyServer server("HTTP/1.1 201 Created\r\nCache-CONTROL: max-age=600\r\nX-A: 1\r\nx-a: "
@@ -196,7 +107,7 @@ TEST_F(URLSession, TellsWhatWentWrong)
 {
     TinyServer silent("");
     TinyServer closing("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhalf");
-    TinyServer rambling("HTTP/1.1 200 OK\r\n\r\n" + std::string(NSURLSession::longestBody + 1, 'x'));
+    TinyServer dripping(TinyServer::repeated("HTTP/1.1 200 OK\r\n\r\n", "x"), 5);
     TinyServer garbled("this is no HTTP at all\r\n\r\n");
     TinyServer circular("HTTP/1.1 302 Found\r\nLocation: SELF/again\r\nContent-Length: 0\r\n\r\n");
     TinyServer luring("HTTP/1.1 302 Found\r\nLocation: file:///etc/hostname\r\nContent-Length: 0\r\n\r\n");
@@ -208,7 +119,7 @@ TEST_F(URLSession, TellsWhatWentWrong)
     const std::tuple<const char*, std::string, int> rows[] = {
         { "silent", silent.url, NSURLErrorTimedOut },
         { "closed mid-body", closing.url, NSURLErrorNetworkConnectionLost },
-        { "endless body", rambling.url, NSURLErrorDataLengthExceedsMaximum },
+        { "drop by drop", dripping.url, NSURLErrorTimedOut },
         { "refused", refused, NSURLErrorCannotConnectToHost },
         { "redirects in a circle", circular.url, NSURLErrorHTTPTooManyRedirects },
         { "redirected to a file", luring.url, NSURLErrorUnsupportedURL },
@@ -218,7 +129,7 @@ TEST_F(URLSession, TellsWhatWentWrong)
     };
     for (const auto& [name, url, code] : rows) {
         NSMutableURLRequest request = get(url);
-        request.timeoutInterval = std::string_view { name } == "silent" ? 0.05 : 20;
+        request.timeoutInterval = code == NSURLErrorTimedOut ? 0.05 : 20;
         const Answer answer = fetch(request);
         ASSERT_TRUE(answer.error) << name;
         EXPECT_EQ(answer.error->code, code) << name << ": " << answer.error->localizedDescription;
@@ -227,6 +138,21 @@ TEST_F(URLSession, TellsWhatWentWrong)
         EXPECT_TRUE(answer.body.empty()) << name;
     }
     EXPECT_TRUE(fetch(get(garbled.url)).error);
+}
+
+TEST_F(URLSession, LeavesABodyOutThatIsLongerThanItsUse)
+{
+    TinyServer server("HTTP/1.1 201 Created\r\nX-A: 1\r\n\r\n0123456789");
+    NSMutableURLRequest request = get(server.url);
+    for (const size_t longest : { 10, 9, 0 }) {
+        request.longestBody = longest;
+        const Answer answer = fetch(request);
+        ASSERT_TRUE(answer.response) << longest;
+        EXPECT_EQ(answer.response->statusCode, 201);
+        EXPECT_TRUE(answer.response->headerFields.find("X-A"));
+        EXPECT_EQ(answer.response->bodyIsLeftOut, longest < 10);
+        EXPECT_EQ(answer.body, longest < 10 ? "" : "0123456789") << "whole or not at all";
+    }
 }
 
 TEST_F(URLSession, DropsWhatIsInFlightWhenTheProcessStops)

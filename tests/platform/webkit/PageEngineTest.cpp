@@ -143,6 +143,9 @@ TEST(WKWebView, ReportsPagesThatCannotBeFetched)
     answer.errorCode = NSURLErrorCannotFindHost;
     browser.world.transport->completions[0](answer);
     EXPECT_TRUE(browser.settled().ends_with("started, failed early -1003"));
+    browser.open("https://endless.example.com/");
+    browser.world.transport->completions[1]({ .body = std::string((1 << 20) + 1, 'x') });
+    EXPECT_TRUE(browser.settled().ends_with("started, failed early -1103")) << "too long";
     EXPECT_EQ(browser.ask("document.body.innerHTML"), "old");
     browser.open("tel:123");
     EXPECT_EQ(browser.settled(), "asked -1 tel:123, started, failed early -1002");
