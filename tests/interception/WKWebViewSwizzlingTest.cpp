@@ -138,7 +138,7 @@ TEST_F(WKWebViewSwizzlingTest, WhatThePreviousImplementationRunsWith)
         EXPECT_EQ(set(view, delegate), row.runs) << row.name;
         const id controller = send(view, sel::proxyController);
         EXPECT_EQ(WebViewTracker::sharedTracker().isTrackered(view.get()), controller != nullptr) << row.name;
-        EXPECT_EQ(view->navigationDelegate(), controller ? controller : delegate.get()) << row.name;
+        EXPECT_EQ(view->navigationDelegate().get(), controller ? controller : delegate.get()) << row.name;
     }
 }
 

@@ -74,9 +74,15 @@ TEST(ProxyDelegateTest, ADelegateThatDiesLeavesThePageFree)
 TEST(ProxyDelegateTest, ADelegateMayTakeTheProxyOffInTheMiddle)
 {
     Browser browser(true);
-    browser.diary->onFinish = [&] { send(browser.view, sel::setProxyController, static_cast<id>(nullptr)); };
+    const auto& lines = browser.diary->lines;
+    std::string heard;
+    browser.diary->onFinish = [&] {
+        heard = lines;
+        send(browser.view, sel::setProxyController, static_cast<id>(nullptr));
+        browser.diary.reset();
+    };
     browser.load("<p>x");
-    EXPECT_TRUE(browser.diary->lines.ends_with("finished"));
+    EXPECT_TRUE(heard.ends_with("finished"));
     EXPECT_EQ(browser.view->navigationDelegate(), nullptr);
 }
 
