@@ -46,7 +46,9 @@ void recordDelegate(id self, SEL, id delegate)
 void recordNavigationDelegate(id self, SEL _cmd, id delegate)
 {
     recordDelegate(self, _cmd, delegate);
-    if (const auto midway = std::exchange(previous.midway, nullptr))
+    // The main thread's alone, as the tests that set it are.
+    const bool onMain = self->isa()->registry().process().isMainThread();
+    if (const auto midway = onMain ? std::exchange(previous.midway, nullptr) : nullptr)
         midway();
     static_cast<WKWebView*>(self)->setNavigationDelegate(delegate);
 }
@@ -231,7 +233,7 @@ TEST_F(WKWebViewSwizzlingTest, ANewerCallFromInsideWins)
     whileAsked = setNewer;
     EXPECT_EQ(set(view, delegateOf("MPWebView")), "proxy(SOMAAdRenderer)") << "during the hook's own work";
     const auto proxy = view->navigationDelegate();
-    previous.midway = [&] { previous.midway = nullptr, setNewer(); };
+    previous.midway = setNewer;
     EXPECT_EQ(set(view, proxy), "proxy(SOMAAdRenderer), proxy(SOMAAdRenderer)") << "between two forwards";
     EXPECT_NE(view->navigationDelegate(), nullptr);
     whileAsked = [&] { lumora_webViewSetDelegate(view.get(), "setDelegate:"_sel, nullptr); };
@@ -320,6 +322,12 @@ TEST_F(RealTimeHookTest, ThreadsThatMeetTheAnswerLoseNoCall)
 TEST_F(RealTimeHookTest, OneViewSetFromSeveralThreadsKeepsTheLast)
 {
     world.start();
+    ASSERT_TRUE(world.phone.waitUntil(
+        [] {
+            const auto config = TDActivationManager::sharedInstance().getConfig();
+            return config && config->active().boolValue();
+        },
+        10));
     const auto view = viewOf();
     std::atomic<int> done { 0 };
     std::vector<std::thread> networks;
