@@ -9,9 +9,10 @@ namespace lumora {
 ///
 /// A hook may be called on any thread. When features may run, the rest of it happens on the main thread, at
 /// once if it is called there and the answer of the configuration is known; until then the call holds web
-/// view and delegate. A call that waited while the web view got a newer one is dropped: nothing may bring an
-/// older delegate back. When features may not run, the replaced implementation runs with the delegate
-/// unchanged. Only the hooks' own work is guarded; what the replaced implementation raises passes through.
+/// view and delegate. A call is dropped once the web view got a newer one, even from inside its own work:
+/// nothing may bring an older delegate back. When features may not run, the replaced implementation runs with
+/// the delegate unchanged. Only the hooks' own work is guarded; what the replaced implementation raises
+/// passes through, but from a late call only as far as the main queue, which logs it.
 ///
 /// Kept: a host reads the proxy, not its own object, back from `navigationDelegate`; the proxy answers for
 /// it.
@@ -25,7 +26,8 @@ void lumora_setNavigationDelegate(id self, SEL _cmd, id delegate);
 void lumora_webViewSetDelegate(id self, SEL _cmd, id delegate);
 
 namespace sel {
-/// What the hooks put on a web view, which owns it.
+/// What the hooks put on a web view, which owns it, as the network's delegate does too. Borrowed: main
+/// thread.
 inline constinit const TypedSelector<id()> proxyController { "proxyController" };
 inline constinit const TypedSelector<void(id)> setProxyController { "setProxyController:" };
 } // namespace sel

@@ -8,6 +8,7 @@
 #include "support/Guarded.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <span>
 
 namespace lumora {
@@ -75,12 +76,18 @@ const char* matchForObject(const Object* object)
     return conformsToProtocol(object, "STRAdView") ? "STProcessor" : matchIn(objectRows, object);
 }
 
+// A text counts by the number that it begins with, as the platform's own conversion has it.
+int64_t integerOf(const Value& value)
+{
+    return value.string() ? std::strtoll(value.string()->c_str(), nullptr, 10) : value.integerValue();
+}
+
 // What MoPub's configuration says the ad is. An ad type that cannot be read counts as 0, a banner.
 const char* matchForMoPub(const Object* delegate)
 {
     if (!isKindOfClassNamed(delegate, "MPWebView"))
         return nullptr;
-    switch (getValueFromObject(delegate, { "_delegate._configuration._adType" }).integerValue()) {
+    switch (integerOf(getValueFromObject(delegate, { "_delegate._configuration._adType" }))) {
     case 0:
         return "LMMoPubBannerProcessor";
     case 1:
@@ -142,8 +149,10 @@ std::shared_ptr<LMAdViewProcessor> LMAdViewProcessorsFactory::getProcessorForObj
     std::shared_ptr<Object> delegate;
     // Exactly a web view: a network's subclass is known by itself, or not at all.
     if (object && object->isa() == classOf<WKWebView>()) {
-        if (const auto* proxy = as<ProxyDelegate>(send(object, sel::navigationDelegate)))
-            delegate = proxy->originDelegate();
+        guarded([&] {
+            if (const auto proxy = as<ProxyDelegate>(send(object, sel::navigationDelegate)))
+                delegate = proxy->originDelegate();
+        });
     }
     Class cls = getProcessorClassForObject(object, delegate.get());
     if (!cls)

@@ -6,6 +6,48 @@
 
 namespace lumora {
 
+namespace {
+
+// The address is the key.
+const char* const proxiesKey = "proxies of a network's delegate";
+
+/// A proxy asks or tells its origin something; they form a chain on the thread's stack.
+class Passing {
+public:
+    enum class What { Question, Message };
+    Passing(const ProxyDelegate* proxy, SEL selector, What what)
+        : m_proxy(proxy)
+        , m_selector(selector)
+        , m_what(what)
+        , m_outer(t_innermost)
+    {
+        t_innermost = this;
+    }
+    ~Passing() { t_innermost = m_outer; }
+    Passing(const Passing&) = delete;
+    Passing& operator=(const Passing&) = delete;
+
+    /// Whether this very thing is on its way already.
+    bool comesRound() const
+    {
+        for (const Passing* at = m_outer; at; at = at->m_outer) {
+            if (at->m_proxy == m_proxy && at->m_selector == m_selector && at->m_what == m_what)
+                return true;
+        }
+        return false;
+    }
+
+private:
+    static thread_local const Passing* t_innermost;
+    const ProxyDelegate* m_proxy;
+    SEL m_selector;
+    What m_what;
+    const Passing* m_outer;
+};
+thread_local const Passing* Passing::t_innermost = nullptr;
+
+} // namespace
+
 const ClassDescription& ProxyDelegate::classDescription()
 {
     static const auto& description
@@ -41,8 +83,44 @@ void ProxyDelegate::setFakeDelegate(Object* observer) { m_fakeDelegate = retain(
 
 bool ProxyDelegate::respondsToSelector(SEL selector)
 {
+    const auto self = retain(this);
     const auto origin = originDelegate();
-    return origin && delegateAnswers(*origin, selector);
+    const Passing passing(this, selector, Passing::What::Question);
+    return origin && !passing.comesRound() && delegateAnswers(*origin, selector);
+}
+
+size_t ProxyDelegate::layers(Object* delegate)
+{
+    size_t count = 0;
+    for (auto at = retain(as<ProxyDelegate>(delegate)); at; at = as<ProxyDelegate>(at->originDelegate()))
+        count++;
+    return count;
+}
+
+void ProxyDelegate::liveAsLongAsOrigin(const Object* webView)
+{
+    auto origin = originDelegate();
+    while (const auto proxy = as<ProxyDelegate>(origin))
+        origin = proxy->originDelegate();
+    if (!origin)
+        return;
+    // By the web view's address, so a web view that is set again, or one in a dead one's place, adds none.
+    const Value former = objc_getAssociatedObject(*origin, &proxiesKey);
+    NSDictionary proxies = former.dictionary() ? *former.dictionary() : NSDictionary {};
+    proxies.set(std::to_string(reinterpret_cast<uintptr_t>(webView)), Value { retain<Object>(this) });
+    objc_setAssociatedObject(*origin, &proxiesKey, Value { std::move(proxies) });
+}
+
+Value ProxyDelegate::valueForKey(std::string_view key)
+{
+    const auto origin = originDelegate();
+    try {
+        return NSProxy::valueForKey(key);
+    } catch (const NSException& exception) {
+        if (!origin || exception.name() != NSUndefinedKeyException)
+            throw;
+    }
+    return origin->valueForKey(key);
 }
 
 /// Nobody is left to decide: an unanswered navigation would wait for ever.
@@ -60,6 +138,9 @@ void ProxyDelegate::forwardInvocation(NSInvocation& invocation)
     // The delegate may take this proxy off its web view in the middle.
     const auto self = retain(this);
     const auto origin = originDelegate();
+    const Passing passing(this, invocation.selector(), Passing::What::Message);
+    if (passing.comesRound())
+        return allowNavigation(invocation);
     NSInvocation observed = invocation;
     if (m_fakeDelegate && delegateAnswers(*m_fakeDelegate, invocation.selector()))
         guarded([&, observer = m_fakeDelegate] { observed.invokeWithTarget(observer.get()); });

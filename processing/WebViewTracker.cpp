@@ -25,8 +25,8 @@ std::shared_ptr<WebViewWithEvents> WebViewWithEvents::with(Object* webView)
 
 bool WebViewWithEvents::isAbout(const Object* webView) const
 {
-    const auto wanted = webView ? webView->weak_from_this() : std::weak_ptr<const Object> {};
-    return webView && !m_webView.owner_before(wanted) && !wanted.owner_before(m_webView);
+    const auto own = m_webView.lock();
+    return webView && own && own->isEqual(webView);
 }
 
 const ClassDescription& WebViewTracker::classDescription()
@@ -51,9 +51,11 @@ void WebViewTracker::addWebView(Object* webView)
 std::vector<std::shared_ptr<WebViewWithEvents>> WebViewTracker::recordsOf(const Object* webView) const
 {
     std::vector<std::shared_ptr<WebViewWithEvents>> records;
-    Locker hold(m_lock);
-    std::copy_if(m_records.begin(), m_records.end(), std::back_inserter(records),
-        [&](const auto& record) { return record->isAbout(webView); });
+    {
+        Locker hold(m_lock);
+        records = m_records;
+    }
+    std::erase_if(records, [&](const auto& record) { return !record->isAbout(webView); });
     return records;
 }
 

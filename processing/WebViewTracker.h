@@ -14,7 +14,8 @@ public:
     static std::shared_ptr<WebViewWithEvents> with(Object* webView);
 
     std::shared_ptr<Object> webView() const { return m_webView.lock(); }
-    /// Whether this is about that web view; takes no reference of its own.
+    /// Whether this is about that web view or one equal to it. Holds its own for the comparison: off the main
+    /// thread a web view may end there.
     bool isAbout(const Object* webView) const;
 
     AtomicProperty<std::string> className;

@@ -16,7 +16,7 @@ namespace sel {
 inline constinit const TypedSelector<id(CGRect, id)> initWithFrameConfiguration {
     "initWithFrame:configuration:"
 };
-inline constinit const TypedSelector<id()> navigationDelegate { "navigationDelegate" };
+inline constinit const TypedSelector<std::shared_ptr<Object>()> navigationDelegate { "navigationDelegate" };
 inline constinit const TypedSelector<void(id)> setNavigationDelegate { "setNavigationDelegate:" };
 inline constinit const TypedSelector<id()> uiDelegate { "UIDelegate" };
 inline constinit const TypedSelector<void(id)> setUIDelegate { "setUIDelegate:" };
@@ -47,8 +47,8 @@ public:
     id initWithFrameConfiguration(CGRect frame, Object* configuration);
     WKWebViewConfiguration* configuration();
 
-    /// Borrowed; null when none is set or it is gone.
-    Object* navigationDelegate() { return m_navigationDelegate.lock().get(); }
+    /// Null when none is set or it is gone. Owned by the reader: the network may drop its own at any moment.
+    std::shared_ptr<Object> navigationDelegate() { return m_navigationDelegate.lock(); }
     void setNavigationDelegate(Object* delegate);
     Object* UIDelegate() { return m_uiDelegate.lock().get(); }
     void setUIDelegate(Object* delegate) { m_uiDelegate = weakly(delegate); }

@@ -29,6 +29,8 @@ struct Previous {
     Lock lock;
     std::vector<std::string> runs LUMORA_GUARDED_BY(lock);
     std::atomic<bool> raises { false };
+    /// What a host's own override does, once, on its way.
+    std::function<void()> midway;
 } previous;
 
 void recordDelegate(id self, SEL, id delegate)
@@ -44,6 +46,10 @@ void recordDelegate(id self, SEL, id delegate)
 void recordNavigationDelegate(id self, SEL _cmd, id delegate)
 {
     recordDelegate(self, _cmd, delegate);
+    // The main thread's alone, as the tests that set it are.
+    const bool onMain = self->isa()->registry().process().isMainThread();
+    if (const auto midway = onMain ? std::exchange(previous.midway, nullptr) : nullptr)
+        midway();
     static_cast<WKWebView*>(self)->setNavigationDelegate(delegate);
 }
 
@@ -87,6 +93,7 @@ protected:
     {
         told();
         previous.raises = false;
+        previous.midway = nullptr;
         class_replaceMethod(classOf<WKWebView>(), sel::setNavigationDelegate, &recordNavigationDelegate,
             &methodEncoding<void, id>());
         for (const char* processor : { "LMSmaatoProcessor", "LMAOLProcessor" })
@@ -138,7 +145,7 @@ TEST_F(WKWebViewSwizzlingTest, WhatThePreviousImplementationRunsWith)
         EXPECT_EQ(set(view, delegate), row.runs) << row.name;
         const id controller = send(view, sel::proxyController);
         EXPECT_EQ(WebViewTracker::sharedTracker().isTrackered(view.get()), controller != nullptr) << row.name;
-        EXPECT_EQ(view->navigationDelegate(), controller ? controller : delegate.get()) << row.name;
+        EXPECT_EQ(view->navigationDelegate().get(), controller ? controller : delegate.get()) << row.name;
     }
 }
 
@@ -207,6 +214,81 @@ TEST_F(WKWebViewSwizzlingTest, ACallOffTheMainThreadGoesOnThere)
     EXPECT_EQ(told(), "") << "what the main thread set meanwhile is newer";
 }
 
+std::function<void()> whileAsked;
+Value askAdType(id, SEL)
+{
+    if (const auto act = std::exchange(whileAsked, nullptr))
+        act();
+    return {};
+}
+
+TEST_F(WKWebViewSwizzlingTest, ANewerCallFromInsideWins)
+{
+    world.start();
+    ClassBuilder("LMMoPubBannerProcessor", classOf<NSObject>());
+    ClassBuilder("MPWebView", classOf<NSObject>()).method("_delegate"_sel, &askAdType);
+    const auto view = viewOf();
+    const auto newer = delegateOf("SOMAAdRenderer");
+    const auto setNewer = [&] { send(view, sel::setNavigationDelegate, newer); };
+    whileAsked = setNewer;
+    EXPECT_EQ(set(view, delegateOf("MPWebView")), "proxy(SOMAAdRenderer)") << "during the hook's own work";
+    const auto proxy = view->navigationDelegate();
+    previous.midway = setNewer;
+    EXPECT_EQ(set(view, proxy), "proxy(SOMAAdRenderer), proxy(SOMAAdRenderer)") << "between two forwards";
+    EXPECT_NE(view->navigationDelegate(), nullptr);
+    whileAsked = [&] { lumora_webViewSetDelegate(view.get(), "setDelegate:"_sel, nullptr); };
+    webViewSetDelegateIMP.store(world.phone.process().classes(), IMP { &recordDelegate }.function);
+    EXPECT_EQ(set(view, delegateOf("MPWebView")), "nil, nil, proxy(MPWebView)") << "each hook counts its own";
+}
+
+TEST_F(WKWebViewSwizzlingTest, AThreadKeepsItsOwnOrderWhenTheFeaturesGoOff)
+{
+    world.start();
+    const auto view = viewOf();
+    const auto renderer = delegateOf("SOMAAdRenderer");
+    const auto stranger = delegateOf("Stranger");
+    std::thread network([&] {
+        EXPECT_EQ(set(view, renderer), "");
+        Process::Scope scope(world.phone.process());
+        TDActivationManager::sharedInstance().getNewConfig();
+        EXPECT_EQ(set(view, stranger), "") << "not before the first";
+    });
+    network.join();
+    world.phone.wait(1);
+    EXPECT_EQ(told(), "Stranger");
+    EXPECT_EQ(view->navigationDelegate(), stranger);
+}
+
+TEST_F(WKWebViewSwizzlingTest, AFormerProxyStaysUntilTheNewOneIsInPlace)
+{
+    world.start();
+    const auto view = viewOf();
+    auto first = delegateOf("SOMAAdRenderer");
+    set(view, first);
+    const std::weak_ptr<Object> former = view->navigationDelegate();
+    first.reset();
+    previous.midway = [&] {
+        EXPECT_EQ(view->navigationDelegate(), former.lock());
+        throw std::domain_error("the host's own");
+    };
+    EXPECT_THROW(set(view, delegateOf("SOMAAdRenderer")), std::domain_error);
+    EXPECT_TRUE(former.lock());
+    EXPECT_EQ(send(view, sel::proxyController), former.lock().get()) << "put back";
+    set(view, delegateOf("SOMAAdRenderer"));
+    EXPECT_TRUE(former.expired());
+}
+
+TEST_F(WKWebViewSwizzlingTest, ProxiesAreNotNestedWithoutBound)
+{
+    world.start();
+    const auto view = viewOf("SOMAWKWebView");
+    const auto renderer = delegateOf("SOMAAdRenderer");
+    set(view, renderer);
+    for (int i = 0; i < 100; i++)
+        set(view, view->navigationDelegate());
+    EXPECT_EQ(ProxyDelegate::layers(view->navigationDelegate().get()), 32u);
+}
+
 class RealTimeHookTest : public WKWebViewSwizzlingTest {
 protected:
     RealTimeHookTest()
@@ -235,6 +317,39 @@ TEST_F(RealTimeHookTest, ThreadsThatMeetTheAnswerLoseNoCall)
     EXPECT_TRUE(world.phone.waitUntil(all, 10));
     for (std::thread& network : networks)
         network.join();
+}
+
+TEST_F(RealTimeHookTest, OneViewSetFromSeveralThreadsKeepsTheLast)
+{
+    world.start();
+    ASSERT_TRUE(world.phone.waitUntil(
+        [] {
+            const auto config = TDActivationManager::sharedInstance().getConfig();
+            return config && config->active().boolValue();
+        },
+        10));
+    const auto view = viewOf();
+    std::atomic<int> done { 0 };
+    std::vector<std::thread> networks;
+    for (int each = 0; each < 4; each++) {
+        networks.emplace_back([&] {
+            Process::Scope scope(world.phone.process());
+            auto renderer = delegateOf("SOMAAdRenderer");
+            for (int i = 0; i < 50; i++) {
+                send(view, sel::setNavigationDelegate, renderer);
+                renderer = delegateOf("SOMAAdRenderer");
+            }
+            done++;
+        });
+    }
+    EXPECT_TRUE(world.phone.waitUntil([&] { return set(view, nullptr), done == 4; }, 10));
+    for (std::thread& network : networks)
+        network.join();
+    const auto last = delegateOf("SOMAAdRenderer");
+    set(view, last);
+    world.phone.wait(0);
+    EXPECT_EQ(nameOf(view->navigationDelegate().get()), "proxy(SOMAAdRenderer)");
+    EXPECT_EQ(as<ProxyDelegate>(view->navigationDelegate())->originDelegate(), last);
 }
 
 class DyingWebView final : public WKWebView {

@@ -111,6 +111,9 @@ TEST_F(LMAdViewProcessorsFactoryTest, ObjectsAndDelegatesByTheirKind)
     const auto sharethrough = alloc<Object>(
         ClassBuilder("AnyAd", NSClassFromString("GADBannerView")).protocol("STRAdView").build());
     EXPECT_EQ(processorFor(sharethrough.get(), nullptr), "STProcessor") << "before all others";
+    EXPECT_EQ(processorFor(standInObject("IMUIView", {}).get(), standInObject("SOMAAdRenderer", {}).get()),
+        "LMInMobiProcessor")
+        << "the object before the delegate";
     EXPECT_EQ(processorFor(nullptr, nullptr), "");
 }
 
@@ -126,7 +129,13 @@ TEST_F(LMAdViewProcessorsFactoryTest, MoPubsConfigurationSaysWhichAdItIs)
     };
     EXPECT_EQ(ofType(1), "LMMoPubInterstitialProcessor");
     EXPECT_EQ(ofType(0), "LMMoPubBannerProcessor");
+    EXPECT_EQ(ofType("1"), "LMMoPubInterstitialProcessor") << "a text is read as a number";
     EXPECT_EQ(ofType(2), "") << "any other type is nobody's";
+    ClassBuilder("SOMAAdRenderer", standInClass("MPWebView", classOf<NSObject>()));
+    const auto configuration = standInObject("MPAdConfiguration", { { "_adType", "2" } });
+    const auto controller = standInObject("MRController", { { "_configuration", configuration } });
+    const auto both = standInObject("SOMAAdRenderer", { { "_delegate", controller } });
+    EXPECT_EQ(processorFor(view.get(), both.get()), "LMSmaatoProcessor") << "later rows are asked";
     EXPECT_EQ(asked({}), "LMMoPubBannerProcessor") << "nothing counts as 0";
     EXPECT_EQ(asked(standInObject("Unexpected", {})), "LMMoPubBannerProcessor") << "so does an unknown key";
 }
@@ -158,6 +167,17 @@ TEST_F(LMAdViewProcessorsFactoryTest, AGoogleWebViewBelongsToWhatItIsIn)
         alone("_viewController", "GADInterstitialViewController", "GADWebKitWebView"), "LMGADViewProcessor");
 }
 
+TEST(LMAdViewProcessorsFactoryWithoutTest, AGoogleAncestorWhoseProcessorIsMissingDecidesNothing)
+{
+    Phone phone { {} };
+    Class processor = ClassBuilder("LMGADViewProcessor", classOf<TestProcessor>()).build();
+    const auto banner = alloc<UIView>(standInClass("MPAdView", classOf<UIView>()));
+    const auto webView = make<WKWebView>();
+    banner->addSubview(webView);
+    const auto google = standInObject("GADWebKitWebView", {});
+    EXPECT_EQ(LMAdViewProcessorsFactory::getProcessorClassForObject(webView.get(), google.get()), processor);
+}
+
 TEST_F(LMAdViewProcessorsFactoryTest, OnlyAPlainWebViewIsKnownByTheProxysOrigin)
 {
     const auto renderer = standInObject("SOMAAdRenderer", {});
@@ -171,6 +191,11 @@ TEST_F(LMAdViewProcessorsFactoryTest, OnlyAPlainWebViewIsKnownByTheProxysOrigin)
     ASSERT_TRUE(created(webView.get()));
     EXPECT_EQ(created(webView.get())->adObject(), webView);
     EXPECT_EQ(created(webView.get())->isa()->name(), "LMSmaatoProcessor");
+    class_replaceMethod(
+        classOf<WKWebView>(), sel::navigationDelegate,
+        +[](id, SEL) -> std::shared_ptr<Object> { throw std::runtime_error("a host's own"); },
+        &methodEncoding<std::shared_ptr<Object>>());
+    EXPECT_EQ(created(webView.get()), nullptr) << "a getter that raises counts as none";
     const auto own = alloc<WKWebView>(ClassBuilder("OwnWebView", classOf<WKWebView>()).build());
     own->setNavigationDelegate(proxy.get());
     EXPECT_EQ(created(own.get()), nullptr);

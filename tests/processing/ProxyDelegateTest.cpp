@@ -71,12 +71,83 @@ TEST(ProxyDelegateTest, ADelegateThatDiesLeavesThePageFree)
     }
 }
 
+/// Another library's bridge: keeps the delegate that was there, weakly, and passes everything on.
+class Bridge final : public NSObject {
+public:
+    static const ClassDescription& classDescription()
+    {
+        static const ClassDescription description
+            = ClassDescription::of<Bridge, NSObject>("Bridge")
+                  .method<&Bridge::respondsToSelector>("respondsToSelector:"_sel)
+                  .method<&Bridge::didFinish>(sel::webViewDidFinishNavigation);
+        return description;
+    }
+    bool respondsToSelector(SEL selector)
+    {
+        const auto to = next.lock();
+        const bool nextAnswers = to && delegateAnswers(*to, selector);
+        return selector == sel::webViewDidFinishNavigation
+            || (nextAnswers && selector == "webViewDidClose:"_sel);
+    }
+    void didFinish(Object* view, Object* navigation)
+    {
+        heard++;
+        send(next.lock(), sel::webViewDidFinishNavigation, view, navigation);
+    }
+    void putInFrontOf(const std::shared_ptr<WKWebView>& view)
+    {
+        next = send(view, sel::navigationDelegate);
+        send(view, sel::setNavigationDelegate, this);
+    }
+    std::weak_ptr<Object> next;
+    int heard { 0 };
+};
+
+TEST(ProxyDelegateTest, ABridgeInFrontKeepsTheNetwork)
+{
+    Browser browser(true);
+    ClassBuilder("LMOpenXProcessor", classOf<NSObject>());
+    const auto bridge = alloc<Bridge>(ClassBuilder("OXMWebView", classOf<Bridge>()).build());
+    bridge->putInFrontOf(browser.view);
+    browser.load("<p>x");
+    EXPECT_EQ(bridge->heard, 1);
+    EXPECT_EQ(browser.diary->lines, "finished another");
+    const auto second = make<WKWebView>();
+    send(second, sel::setNavigationDelegate, send(browser.view, sel::navigationDelegate));
+    browser.view.reset();
+    second->loadHTMLString("<p>y", "");
+    browser.world.phone.wait(1);
+    EXPECT_EQ(bridge->heard, 2) << "another view took it over, and its own went";
+}
+
+TEST(ProxyDelegateTest, AMessageThatComesRoundEnds)
+{
+    Browser browser(true);
+    ClassBuilder("LMOpenXProcessor", classOf<NSObject>());
+    const auto bridge = alloc<Bridge>(ClassBuilder("OXMWebView", classOf<Bridge>()).build());
+    std::vector<std::shared_ptr<Object>> kept;
+    for (int i = 0; i < 2; i++) {
+        kept.push_back(browser.view->navigationDelegate());
+        bridge->putInFrontOf(browser.view);
+    }
+    EXPECT_FALSE(delegateAnswers(*browser.view->navigationDelegate(), "webViewDidClose:"_sel));
+    browser.load("<p>x");
+    EXPECT_EQ(bridge->heard, 2);
+    EXPECT_FALSE(browser.view->isLoading());
+}
+
 TEST(ProxyDelegateTest, ADelegateMayTakeTheProxyOffInTheMiddle)
 {
     Browser browser(true);
-    browser.diary->onFinish = [&] { send(browser.view, sel::setProxyController, static_cast<id>(nullptr)); };
+    const auto& lines = browser.diary->lines;
+    std::string heard;
+    browser.diary->onFinish = [&] {
+        heard = lines;
+        send(browser.view, sel::setProxyController, static_cast<id>(nullptr));
+        browser.diary.reset();
+    };
     browser.load("<p>x");
-    EXPECT_TRUE(browser.diary->lines.ends_with("finished"));
+    EXPECT_TRUE(heard.ends_with("finished"));
     EXPECT_EQ(browser.view->navigationDelegate(), nullptr);
 }
 
@@ -96,6 +167,9 @@ TEST_F(ProxyTest, ItAnswersWhatTheOriginAnswersAsLongAsThatLives)
     EXPECT_TRUE(responds(proxy, sel::webViewDidFinishNavigation));
     EXPECT_FALSE(responds(proxy, "webViewDidClose:"_sel));
     EXPECT_EQ(proxy->valueForKey("originDelegate"), Value { diary });
+    object_setInstanceVariable(*diary, "_adId", 7);
+    EXPECT_EQ(proxyOf(proxy)->valueForKeyPath("_adId"), Value { 7 }) << "keys it does not know are its";
+    EXPECT_THROW(proxy->valueForKey("unknown"), NSException);
     diary.reset();
     EXPECT_FALSE(responds(proxy, sel::webViewDidFinishNavigation));
     EXPECT_NO_THROW(
@@ -189,6 +263,12 @@ TEST(WebViewTrackerTest, KeepsARecordForEachTimeAViewWasAdded)
     EXPECT_EQ(record->className.get(), "MPWebView");
     EXPECT_EQ(record->events.get(), NSArray { "event" });
     EXPECT_EQ(tracker.getEventsForWebView(once.get())->events.get(), NSArray {});
+    struct Twin final : NSObject {
+        bool isEqual(const Object*) const override { return true; }
+    };
+    const auto twin = std::make_shared<Twin>();
+    tracker.addWebView(twin.get());
+    EXPECT_TRUE(tracker.isTrackered(make<WKWebView>().get())) << "compared by equality";
     twice.reset();
     EXPECT_EQ(record->webView(), nullptr) << "a record keeps no view alive";
 }
