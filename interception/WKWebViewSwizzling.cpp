@@ -298,12 +298,12 @@ void lumora_webViewSetDelegate(id self, SEL _cmd, id delegate)
     setDelegate(delegateHook, self, _cmd, delegate);
 }
 
-id WKWebViewReference::proxyController(id self, SEL)
+id ReferenceCategory::proxyController(id self, SEL)
 {
     return objc_getAssociatedObject(*self, &referenceKey).object().get();
 }
 
-void WKWebViewReference::setProxyController(id self, SEL, id controller)
+void ReferenceCategory::setProxyController(id self, SEL, id controller)
 {
     objc_setAssociatedObject(*self, &referenceKey, Value { retain(controller) });
 }
@@ -318,8 +318,8 @@ ClassDescription webViewCategories()
         .classMethod<&swizzleDelegate>(sel::swizzleMethods)
         .method(sel::proxyController, &swizzlingProxyController)
         .method(sel::setProxyController, &setSwizzlingProxyController)
-        .method(sel::proxyController, &WKWebViewReference::proxyController)
-        .method(sel::setProxyController, &WKWebViewReference::setProxyController);
+        .method(sel::proxyController, &ReferenceCategory::proxyController)
+        .method(sel::setProxyController, &ReferenceCategory::setProxyController);
     return categories;
 }
 const RegisteredCategory registered { &WKWebView::classDescription, &webViewCategories };

@@ -34,9 +34,9 @@ inline constinit const TypedSelector<void(id)> setProxyController { "setProxyCon
 
 /// The web view's other property of the same name: a value of its own, which messages do not reach because
 /// the hooks' one is listed first.
-namespace WKWebViewReference {
+namespace ReferenceCategory {
 id proxyController(id self, SEL _cmd);
 void setProxyController(id self, SEL _cmd, id controller);
-} // namespace WKWebViewReference
+} // namespace ReferenceCategory
 
 } // namespace lumora

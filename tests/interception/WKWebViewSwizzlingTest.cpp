@@ -459,10 +459,10 @@ TEST_F(WKWebViewSwizzlingTest, TwoPropertiesOfOneNameStayApart)
     const auto first = delegateOf("First");
     const auto second = delegateOf("Second");
     send(view, sel::setProxyController, first);
-    WKWebViewReference::setProxyController(view.get(), sel::setProxyController, second.get());
+    ReferenceCategory::setProxyController(view.get(), sel::setProxyController, second.get());
     EXPECT_EQ(send(view, sel::proxyController), first.get()) << "the hooks' own is found by name";
     EXPECT_EQ(view->valueForKey("proxyController"), Value { first });
-    EXPECT_EQ(WKWebViewReference::proxyController(view.get(), sel::proxyController), second.get());
+    EXPECT_EQ(ReferenceCategory::proxyController(view.get(), sel::proxyController), second.get());
     const auto listed = class_copyMethodList(classOf<WKWebView>());
     EXPECT_EQ(std::count_if(listed.begin(), listed.end(),
                   [](Method method) { return method->name == sel::proxyController; }),
