@@ -2,6 +2,7 @@
 #include "platform/dispatch/RunTask.h"
 #include "platform/process/Lock.h"
 #include "platform/process/Process.h"
+#include "platform/process/SignalsBlocked.h"
 
 #include <algorithm>
 #include <atomic>
@@ -139,6 +140,7 @@ RealExecutor::RealExecutor(Process& process)
     , m_main(std::make_shared<Queue>(*this, "com.apple.main-thread", Kind::Main))
     , m_global(std::make_shared<Queue>(*this, "com.apple.root.default-qos", Kind::Concurrent))
 {
+    const SignalsBlocked blocked;
     m_threads.emplace_back([this] { runTimers(); });
     for (size_t i = 0; i < workerCount; i++)
         m_threads.emplace_back([this] { runWorker(); });

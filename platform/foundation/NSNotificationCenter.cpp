@@ -1,5 +1,6 @@
 #include "platform/foundation/NSNotificationCenter.h"
 
+#include "platform/foundation/Console.h"
 #include "platform/objc/Message.h"
 #include "platform/process/ProcessLocal.h"
 
@@ -71,10 +72,16 @@ void NSNotificationCenter::postNotification(
     notification->m_object = sender;
     notification->m_userInfo = std::move(userInfo);
     for (const auto& [observer, selector] : told) {
-        if (selector->name().ends_with(':'))
-            send<void>(observer.get(), selector, static_cast<id>(notification.get()));
-        else
-            send<void>(observer.get(), selector);
+        try {
+            if (selector->name().ends_with(':'))
+                send<void>(observer.get(), selector, static_cast<id>(notification.get()));
+            else
+                send<void>(observer.get(), selector);
+        } catch (const std::exception& exception) {
+            NSLog("an observer of " + name + " threw: " + exception.what());
+        } catch (...) {
+            NSLog("an observer of " + name + " threw");
+        }
     }
 }
 

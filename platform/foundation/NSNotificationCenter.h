@@ -37,7 +37,7 @@ public:
         const std::shared_ptr<Object>& observer, SEL selector, std::string name, const Object* sender);
     /// Removes all registrations of an observer.
     void removeObserver(const Object* observer);
-    /// An observer that throws ends the posting; the exception is the poster's.
+    /// An observer that throws is stopped there and logged; the next is told all the same.
     void postNotification(
         const std::string& name, const std::shared_ptr<Object>& sender, NSDictionary userInfo = {});
 

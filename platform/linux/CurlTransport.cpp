@@ -3,6 +3,7 @@
 #include "platform/foundation/NSError.h"
 #include "platform/foundation/NSURLSession.h"
 #include "platform/process/Lock.h"
+#include "platform/process/SignalsBlocked.h"
 
 #include <algorithm>
 #include <array>
@@ -235,6 +236,7 @@ void CurlTransport::start(HTTPExchangeRequest request, Completion completion)
         if (!m_multi)
             throw std::bad_alloc();
         curl_multi_setopt(m_multi.get(), CURLMOPT_MAX_HOST_CONNECTIONS, mostConnectionsPerHost);
+        const SignalsBlocked blocked;
         m_thread = std::thread([this] { run(); });
     }
     curl_multi_wakeup(m_multi.get());

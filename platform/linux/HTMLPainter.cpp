@@ -2,6 +2,7 @@
 
 #include "platform/linux/BoundedHTML.h"
 #include "platform/linux/CairoSupport.h"
+#include "platform/process/SignalsBlocked.h"
 
 // The library's headers need its first one before them.
 // clang-format off
@@ -541,6 +542,7 @@ bool runOnDeepStack(const std::function<void()>& function)
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_t thread {};
+    std::optional<SignalsBlocked> blocked { std::in_place };
     const bool started = pthread_attr_setstacksize(&attributes, stackSize) == 0
         && pthread_create(
                &thread, &attributes,
@@ -550,6 +552,7 @@ bool runOnDeepStack(const std::function<void()>& function)
                },
                const_cast<std::function<void()>*>(&function))
             == 0;
+    blocked.reset();
     pthread_attr_destroy(&attributes);
     return started && pthread_join(thread, nullptr) == 0;
 }

@@ -1,195 +1,246 @@
 #include "platform/linux/LinuxNetworkPath.h"
 
 #include "platform/linux/NetlinkReader.h"
+#include "platform/linux/OwnFile.h"
+#include "platform/linux/RouteProbe.h"
+#include "platform/process/SignalsBlocked.h"
 
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <libmnl/libmnl.h>
 #include <linux/rtnetlink.h>
-#include <netinet/in.h>
 #include <poll.h>
-#include <sys/eventfd.h>
-#include <system_error>
+#include <sys/socket.h>
 #include <thread>
-#include <unistd.h>
 
 namespace lumora {
 
 namespace {
 
-using Socket = std::unique_ptr<mnl_socket, int (*)(mnl_socket*)>;
+using Clock = std::chrono::steady_clock;
+constexpr std::chrono::seconds untilNextTry { 1 };
 
-template <typename Address> bool findsRoute(const Address& address, int family)
+constexpr uint32_t reachable = kSCNetworkReachabilityFlagsReachable;
+constexpr NetworkFlags everything { reachable, reachable | kSCNetworkReachabilityFlagsIsDirect };
+
+/// For machines that refuse netlink.
+std::optional<NetworkFlags> flagsByTrying()
 {
-    const int file = socket(family, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    if (file < 0)
-        return false;
-    // Sends nothing: the kernel only looks for a route.
-    const bool found = connect(file, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    close(file);
-    return found;
+    const std::optional<bool> found = findsRoute(AF_INET);
+    const std::optional<bool> found6 = found.value_or(false) ? found : findsRoute(AF_INET6);
+    if (!found6)
+        return std::nullopt;
+    return *found6 ? everything : NetworkFlags {};
 }
 
-/// For machines that refuse netlink. The addresses are those set aside for documents.
-NetworkFlags flagsByTrying()
+/// The kernel's notices of links and routes.
+OwnFile openNotices()
 {
-    sockaddr_in address {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(9);
-    address.sin_addr.s_addr = htonl(0xC0000201);
-    sockaddr_in6 address6 {};
-    address6.sin6_family = AF_INET6;
-    address6.sin6_port = htons(9);
-    address6.sin6_addr.s6_addr[0] = 0x20;
-    address6.sin6_addr.s6_addr[1] = 0x01;
-    address6.sin6_addr.s6_addr[2] = 0x0D;
-    address6.sin6_addr.s6_addr[3] = 0xB8;
-    if (!findsRoute(address, AF_INET) && !findsRoute(address6, AF_INET6))
-        return {};
-    return { kSCNetworkReachabilityFlagsReachable,
-        kSCNetworkReachabilityFlagsReachable | kSCNetworkReachabilityFlagsIsDirect };
+    OwnFile file { socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE) };
+    sockaddr_nl groups {};
+    groups.nl_family = AF_NETLINK;
+    groups.nl_groups = RTMGRP_LINK | RTMGRP_IPV4_ROUTE | RTMGRP_IPV6_ROUTE;
+    return bind(file.number(), reinterpret_cast<const sockaddr*>(&groups), sizeof groups) == 0
+        ? std::move(file)
+        : OwnFile {};
 }
 
-/// Whether a notice is about what the flags are made of.
-bool matters(const nlmsghdr& notice)
-{
-    switch (notice.nlmsg_type) {
-    case RTM_NEWLINK:
-    case RTM_DELLINK:
-        return true;
-    case RTM_NEWROUTE:
-    case RTM_DELROUTE:
-        return mnl_nlmsg_get_payload_len(&notice) >= sizeof(rtmsg)
-            && static_cast<const rtmsg*>(mnl_nlmsg_get_payload(&notice))->rtm_dst_len == 0;
-    default:
-        return false;
-    }
-}
+enum class Notices { None, Changes, Closed };
 
-/// Takes all notices that wait; true when one matters, or some were lost.
-bool takeNotices(const mnl_socket& notices)
+/// Takes the notices that wait, or the first of very many. Lost ones count as changes.
+Notices takeNotices(int file)
 {
+    constexpr int mostAtOnce = 64;
     std::array<char, 32768> buffer {};
-    bool isChanged = false;
-    for (;;) {
-        const ssize_t received = mnl_socket_recvfrom(&notices, buffer.data(), buffer.size());
-        if (received < 0 && (errno == EINTR || errno == ENOBUFS || errno == ENOSPC)) {
-            isChanged |= errno != EINTR;
+    auto found = Notices::None;
+    for (int i = 0; i < mostAtOnce; i++) {
+        const ssize_t received = recv(file, buffer.data(), buffer.size(), MSG_DONTWAIT);
+        if (received < 0 && errno == EAGAIN)
+            break;
+        if (received < 0 && errno == ENOBUFS)
+            found = Notices::Changes;
+        if (received < 0 && (errno == ENOBUFS || errno == EINTR))
             continue;
-        }
         if (received <= 0)
-            return isChanged;
+            return Notices::Closed;
         int left = static_cast<int>(received);
         const auto* notice = reinterpret_cast<const nlmsghdr*>(buffer.data());
-        for (; mnl_nlmsg_ok(notice, left); notice = mnl_nlmsg_next(notice, &left))
-            isChanged |= matters(*notice);
+        for (; mnl_nlmsg_ok(notice, left); notice = mnl_nlmsg_next(notice, &left)) {
+            if (NetlinkReader::concerns(*notice))
+                found = Notices::Changes;
+        }
     }
+    return found;
 }
 
 class LinuxNetworkPath final : public NetworkPath {
 public:
     ~LinuxNetworkPath() override
     {
-        std::thread watcher;
-        {
-            Locker hold(m_lock);
-            watcher.swap(m_watcher);
+        // A fork's child leaves alone what is its parent's.
+        if (isInChild()) {
+            static_cast<void>(m_watcher.release());
+            return;
         }
-        if (watcher.joinable()) {
-            eventfd_write(m_stop, 1);
-            watcher.join();
-        }
-        if (m_stop >= 0)
-            close(m_stop);
+        Locker hold(m_lock);
+        stop();
     }
 
     uint32_t flags() override { return now().internet; }
     uint32_t linkLocalFlags() override { return now().linkLocal; }
 
 protected:
-    void watch() override { start(); }
-
-private:
-    NetworkFlags now()
+    void watch() override
     {
-        start();
-        if (m_isWatched.load(std::memory_order_acquire))
-            return m_flags.load(std::memory_order_relaxed);
-        if (const auto flags = NetlinkReader().read())
-            return *flags;
-        return flagsByTrying();
+        if (!isWatched())
+            start();
     }
 
-    void start()
+private:
+    /// What is open for one watcher, and its thread.
+    struct Watcher {
+        OwnFile notices;
+        // The watcher ends when the other end is shut, or gone.
+        OwnFile stop;
+        OwnFile stopped;
+        std::thread thread;
+    };
+
+    NetworkFlags now()
     {
-        if (m_isStarted.load(std::memory_order_acquire))
-            return;
+        return isWatched() || start() ? m_flags.load(std::memory_order_relaxed) : readAfresh();
+    }
+
+    /// A fork's child has no watcher, whatever it remembers, and its locks may be held for ever.
+    bool isInChild() const { return getpid() != m_process; }
+    bool isWatched() const { return m_isWatched.load(std::memory_order_acquire) && !isInChild(); }
+
+    /// Without a watcher. What fails in passing leaves what was known.
+    NetworkFlags readAfresh()
+    {
+        std::optional<NetworkFlags> flags;
+        if (!m_isRefused)
+            flags = readNetlink();
+        if (m_isRefused)
+            flags = flagsByTrying();
+        if (flags)
+            m_lastKnown = *flags;
+        return m_lastKnown;
+    }
+
+    std::optional<NetworkFlags> readNetlink()
+    {
+        NetlinkReader reader;
+        const auto flags = reader.read();
+        if (reader.isRefused())
+            m_isRefused = true;
+        return flags;
+    }
+
+    /// True when a watcher runs. Tries to start one at most once a second.
+    bool start()
+    {
+        if (m_isRefused || isInChild() || Clock::now() < m_nextTry.load())
+            return false;
         Locker hold(m_lock);
-        if (m_isStarted.load(std::memory_order_relaxed))
-            return;
-        if (open()) {
-            m_isWatched.store(true, std::memory_order_release);
-            try {
-                m_watcher = std::thread([this] { run(); });
-            } catch (const std::system_error&) {
-                m_isWatched.store(false, std::memory_order_release);
-            }
+        if (m_isWatched || Clock::now() < m_nextTry.load())
+            return m_isWatched;
+        const bool isFirst = m_nextTry.exchange(Clock::now() + untilNextTry) == Clock::time_point {};
+        try {
+            stop();
+            open(!isFirst);
+        } catch (const std::exception&) {
+            // No memory or no thread: as if nothing could be opened.
+            m_isWatched = false;
         }
-        m_isStarted.store(true, std::memory_order_release);
+        return m_isWatched;
     }
 
     /// Notices first, then the first reading: no change falls between them.
-    bool open()
+    void open(bool isAgain) LUMORA_REQUIRES(m_lock)
     {
-        constexpr unsigned groups = RTMGRP_LINK | RTMGRP_IPV4_ROUTE | RTMGRP_IPV6_ROUTE;
-        m_notices.reset(mnl_socket_open2(NETLINK_ROUTE, SOCK_CLOEXEC | SOCK_NONBLOCK));
-        m_stop = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-        if (!m_notices || m_stop < 0 || mnl_socket_bind(m_notices.get(), groups, MNL_SOCKET_AUTOPID) < 0)
-            return false;
-        m_reader.emplace();
-        const auto first = m_reader->read();
-        m_flags.store(first.value_or(NetworkFlags {}), std::memory_order_relaxed);
-        return first.has_value();
+        std::array<int, 2> ends { -1, -1 };
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
+            return;
+        auto watcher = std::make_unique<Watcher>();
+        watcher->stop = OwnFile { ends[0] };
+        watcher->stopped = OwnFile { ends[1] };
+        watcher->notices = openNotices();
+        const auto first = watcher->notices.isOpen() ? readNetlink() : std::nullopt;
+        if (!first)
+            return;
+        m_flags = *first;
+        m_isWatched = true;
+        const SignalsBlocked blocked;
+        watcher->thread = std::thread([this, isAgain, &files = *watcher] { run(files, isAgain); });
+        m_watcher = std::move(watcher);
     }
 
-    void run()
+    void stop() LUMORA_REQUIRES(m_lock)
     {
-        // After a reading that failed, another is tried; what was known stands until then.
-        constexpr int untilNextTry = 1000;
-        bool isStale = false;
-        for (;;) {
-            std::array<pollfd, 2> files { pollfd { mnl_socket_get_fd(m_notices.get()), POLLIN, 0 },
-                pollfd { m_stop, POLLIN, 0 } };
-            if (poll(files.data(), files.size(), isStale ? untilNextTry : -1) < 0 && errno != EINTR)
-                break;
-            if (files[1].revents)
-                return;
-            // A host that closed what it did not open.
-            if (files[0].revents & POLLNVAL)
-                break;
-            isStale |= takeNotices(*m_notices);
-            const auto now = isStale ? m_reader->read() : std::nullopt;
-            if (!now)
-                continue;
-            isStale = false;
-            if (m_flags.exchange(*now, std::memory_order_relaxed) != *now)
-                changed();
+        if (!m_watcher)
+            return;
+        // If the host closed this end, the watcher has noticed; unless a fork's child keeps it open, which
+        // must then end first.
+        if (m_watcher->stop.isOpen())
+            shutdown(m_watcher->stop.number(), SHUT_RDWR);
+        m_watcher->thread.join();
+        m_watcher.reset();
+    }
+
+    void run(const Watcher& files, bool isAgain)
+    {
+        try {
+            follow(files, isAgain);
+        } catch (...) { // NOLINT(bugprone-empty-catch): a later question starts another
         }
-        m_isWatched.store(false, std::memory_order_release);
+        m_lastKnown = m_flags.load();
+        m_isWatched = false;
     }
 
-    std::atomic<bool> m_isStarted { false };
-    // The flags are current while a watcher runs.
-    std::atomic<bool> m_isWatched { false };
+    /// Until it is stopped, or the host has closed what it did not open.
+    void follow(const Watcher& files, bool isAgain)
+    {
+        // After a reading or a telling that failed, another is tried; what was known stands until then.
+        bool isStale = false;
+        bool isUntold = isAgain && !changed();
+        for (;;) {
+            std::array<pollfd, 2> polled { pollfd { files.notices.number(), POLLIN, 0 },
+                pollfd { files.stopped.number(), POLLIN, 0 } };
+            const auto longest = std::chrono::milliseconds(untilNextTry).count();
+            if (poll(polled.data(), polled.size(), isStale || isUntold ? static_cast<int>(longest) : -1) < 0
+                && errno != EINTR)
+                return;
+            if (polled[1].revents || !files.stopped.isOpen() || !files.notices.isOpen())
+                return;
+            const Notices notices = takeNotices(files.notices.number());
+            if (notices == Notices::Closed)
+                return;
+            isStale |= notices == Notices::Changes;
+            if (const auto now = isStale ? readNetlink() : std::nullopt) {
+                isStale = false;
+                isUntold |= m_flags.exchange(*now) != *now;
+            }
+            if (m_isRefused)
+                return;
+            if (isUntold)
+                isUntold = !changed();
+        }
+    }
+
+    const pid_t m_process { getpid() };
+    // The flags are the watcher's, and current while it runs.
     std::atomic<NetworkFlags> m_flags { NetworkFlags {} };
     static_assert(std::atomic<NetworkFlags>::is_always_lock_free);
-    // Opened before the watcher starts, the watcher's own while it runs.
-    Socket m_notices { nullptr, &mnl_socket_close };
-    int m_stop { -1 };
-    std::optional<NetlinkReader> m_reader;
+    std::atomic<bool> m_isWatched { false };
+    // Without a watcher. Before anything is known: a request that is tried in vain loses nothing.
+    std::atomic<NetworkFlags> m_lastKnown { everything };
+    // For good.
+    std::atomic<bool> m_isRefused { false };
+    std::atomic<Clock::time_point> m_nextTry { Clock::time_point {} };
     Lock m_lock;
-    std::thread m_watcher LUMORA_GUARDED_BY(m_lock);
+    std::unique_ptr<Watcher> m_watcher LUMORA_GUARDED_BY(m_lock);
 };
 
 } // namespace

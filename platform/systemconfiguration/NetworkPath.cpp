@@ -26,17 +26,23 @@ std::shared_ptr<void> NetworkPath::addListener(Listener listener)
     return held;
 }
 
-void NetworkPath::changed()
+bool NetworkPath::changed()
 {
     std::vector<std::weak_ptr<Listener>> listeners;
     {
         Locker hold(m_listenersLock);
         listeners = m_listeners;
     }
+    bool haveAllHeard = true;
     for (const auto& listener : listeners) {
-        if (auto held = listener.lock())
-            (*held)();
+        try {
+            if (auto held = listener.lock())
+                (*held)();
+        } catch (...) {
+            haveAllHeard = false;
+        }
     }
+    return haveAllHeard;
 }
 
 } // namespace lumora

@@ -28,7 +28,8 @@ public:
     using Listener = std::function<void()>;
 
     virtual ~NetworkPath() = default;
-    /// The flag bits of the way to the internet at this moment; 0 when there is none or it cannot be known.
+    /// The flag bits of the way to the internet at this moment; 0 when there is none. Listeners ask under
+    /// their locks: neither this nor `linkLocalFlags` may call `changed` on its own thread.
     virtual uint32_t flags() = 0;
     /// The same for the network of the link itself, which no cellular link leads to. Unless an implementation
     /// knows better, it is there when the internet is.
@@ -39,9 +40,10 @@ public:
     [[nodiscard]] std::shared_ptr<void> addListener(Listener listener);
 
 protected:
-    /// For implementations: the flags are others than before.
-    void changed();
-    /// Called when the first listener comes: time to start watching.
+    /// For implementations: the flags are others than before, or may be. False when a listener threw, and has
+    /// perhaps not told all that it should: to be called again, soon.
+    bool changed();
+    /// Called when the first listener comes, and again when one comes after all have gone: time to watch.
     virtual void watch() { }
 
 private:

@@ -75,7 +75,9 @@ public:
     void start()
     {
         Locker walk(m_walkLock);
-        m_known = flagsNow();
+        const Flags now = flagsNow();
+        Locker hold(m_lock);
+        m_flags = now;
     }
     /// False when the process is going.
     bool set(const SCNetworkReachabilityRef& target, std::shared_ptr<DispatchQueue> queue)
@@ -91,26 +93,30 @@ public:
         }
         if (queue) {
             target->place = ++m_lastPlace;
-            m_watched.emplace_hint(m_watched.end(), m_lastPlace, Watched { target, std::move(queue) });
+            m_watched.emplace_hint(
+                m_watched.end(), m_lastPlace, Watched { target, std::move(queue), m_flags });
         }
         return true;
     }
     void pathChanged()
     {
         // One change after the other, read in here: every target hears all of them in order, the last as it
-        // is.
+        // is. What throws in the middle goes on where it was when it is called again.
         Locker walk(m_walkLock);
         const Flags now = flagsNow();
-        const Flags before = std::exchange(m_known, now);
-        if (now == before)
-            return;
         uint64_t last = 0;
         {
             Locker hold(m_lock);
+            if (now == m_flags && m_isTold)
+                return;
+            m_flags = now;
+            m_isTold = false;
             last = m_lastPlace;
         }
         for (uint64_t next = 0; next <= last;)
-            next = tellSome(next, last, before, now);
+            next = tellSome(next, last, now);
+        Locker hold(m_lock);
+        m_isTold = true;
     }
     void close()
     {
@@ -126,12 +132,13 @@ public:
     }
 
 private:
+    /// The flags of every kind of target that can change.
+    using Flags = std::array<uint32_t, 2>;
     struct Watched {
         SCNetworkReachabilityRef target;
         std::shared_ptr<DispatchQueue> queue;
+        Flags told;
     };
-    /// The flags of every kind of target that can change.
-    using Flags = std::array<uint32_t, 2>;
 
     Flags flagsNow() const
     {
@@ -139,7 +146,7 @@ private:
             SCNetworkReachability::flagsOf(Target::LinkLocal, m_path) };
     }
     /// Tells a few from that place on, and answers where to go on.
-    uint64_t tellSome(uint64_t next, uint64_t last, const Flags& before, const Flags& now)
+    uint64_t tellSome(uint64_t next, uint64_t last, const Flags& now)
     {
         constexpr int atATime = 128;
         // Posting under the lock keeps the process from going meanwhile; nothing is called here.
@@ -148,14 +155,16 @@ private:
         for (int i = 0; i < atATime; i++, ++entry) {
             if (entry == m_watched.end() || entry->first > last)
                 return last + 1;
-            const auto kind = static_cast<size_t>(entry->second.target->target());
-            if (kind >= now.size() || now.at(kind) == before.at(kind))
+            Watched& watched = entry->second;
+            const auto kind = static_cast<size_t>(watched.target->target());
+            if (kind >= now.size() || now.at(kind) == watched.told.at(kind))
                 continue;
-            entry->second.queue->async([weakly = std::weak_ptr(entry->second.target), flags = now.at(kind)] {
+            watched.queue->async([weakly = std::weak_ptr(watched.target), flags = now.at(kind)] {
                 const SCNetworkReachabilityRef target = weakly.lock();
                 if (const auto callback = target ? target->callback() : nullptr)
                     callback(target, flags);
             });
+            watched.told = now;
         }
         return entry == m_watched.end() ? last + 1 : entry->first;
     }
@@ -163,8 +172,10 @@ private:
     // Not held: its own thread may be the last to let go of the watchers. Whoever calls keeps it.
     NetworkPath& m_path;
     Lock m_walkLock;
-    Flags m_known LUMORA_GUARDED_BY(m_walkLock) {};
     Lock m_lock;
+    // What is told to those who are there, and is no news to those who come.
+    Flags m_flags LUMORA_GUARDED_BY(m_lock) {};
+    bool m_isTold LUMORA_GUARDED_BY(m_lock) { true };
     std::map<uint64_t, Watched> m_watched LUMORA_GUARDED_BY(m_lock);
     uint64_t m_lastPlace LUMORA_GUARDED_BY(m_lock) { 0 };
     bool m_isClosed LUMORA_GUARDED_BY(m_lock) { false };
@@ -258,7 +269,11 @@ bool SCNetworkReachabilitySetCallback(
 bool SCNetworkReachabilitySetDispatchQueue(
     const SCNetworkReachabilityRef& target, std::shared_ptr<DispatchQueue> queue)
 {
-    return target && s_watchers.get().watchers->set(target, std::move(queue));
+    try {
+        return target && s_watchers.get().watchers->set(target, std::move(queue));
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
 }
 
 } // namespace lumora

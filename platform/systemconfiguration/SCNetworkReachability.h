@@ -31,7 +31,8 @@ bool SCNetworkReachabilitySetCallback(
     const SCNetworkReachabilityRef& target, SCNetworkReachabilityCallBack callout);
 /// Calls arrive on this queue from now on; null ends them. While a queue is set the process holds the target,
 /// and with it what its callback holds, until it ends. A queue costs no thread and no descriptor, and setting
-/// one takes the same time however many are set. False for a null target, and when the process is going.
+/// one takes the same time however many are set. False for a null target, when the process is going, and when
+/// there is no memory for it.
 bool SCNetworkReachabilitySetDispatchQueue(
     const SCNetworkReachabilityRef& target, std::shared_ptr<DispatchQueue> queue);
 

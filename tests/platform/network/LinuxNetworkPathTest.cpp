@@ -6,11 +6,16 @@
 #include "tests/platform/TestProcess.h"
 #include "tests/platform/network/OwnNetwork.h"
 
+#include <csignal>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
+#include <set>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <thread>
 
 namespace lumora {
@@ -54,7 +59,10 @@ TEST(LinuxNetworkPath, RoutesAndLinksMakeTheFlags)
             { "a link without a route", [&] { network.addLink("eth0"); }, { 0, direct } },
             { "a route nowhere", [&] { network.addDefaultRoute({ .metric = 1, .type = RTN_UNREACHABLE }); },
                 { 0, direct } },
-            { "a default route", [&] { network.addDefaultRoute({ .links = { "eth0" }, .metric = 100 }); },
+            { "a worse route behind it",
+                [&] { network.addDefaultRoute({ .links = { "eth0" }, .metric = 100 }); }, { 0, direct } },
+            { "a default route",
+                [&] { network.removeDefaultRoute({ .metric = 1, .type = RTN_UNREACHABLE }); },
                 { reachable, direct } },
             { "a modem with a worse route",
                 [&] {
@@ -73,6 +81,12 @@ TEST(LinuxNetworkPath, RoutesAndLinksMakeTheFlags)
             { "IPv6 alone",
                 [&] { network.addDefaultRoute({ .links = { "eth0" }, .metric = 1024, .family = AF_INET6 }); },
                 { reachable, direct } },
+            { "and none, if all else fails",
+                [&] {
+                    network.addDefaultRoute(
+                        { .metric = UINT32_MAX, .family = AF_INET6, .type = RTN_UNREACHABLE });
+                },
+                { reachable, direct } },
             { "a modem's route in a table of its own",
                 [&] {
                     network.setUp("wwp0s20", true);
@@ -87,6 +101,30 @@ TEST(LinuxNetworkPath, RoutesAndLinksMakeTheFlags)
                 },
                 { reachable, direct } },
             { "both, one of them down", [&] { network.setUp("eth0", false); }, { cellular, 0 } },
+            { "IPv6 over the other",
+                [&] {
+                    network.setUp("eth0", true);
+                    network.addDefaultRoute(
+                        { .links = { "eth0" }, .metric = 1024, .family = AF_INET6, .prefix = 3 });
+                },
+                { reachable, direct } },
+            { "the modem alone", [&] { network.setUp("eth0", false); }, { cellular, 0 } },
+            { "half of all addresses by the cable",
+                [&] {
+                    network.setUp("eth0", true);
+                    network.addDefaultRoute({ .links = { "eth0" }, .metric = 900, .prefix = 1 });
+                },
+                { reachable, direct } },
+            { "a bridge", [&] { network.addBridge("docker0", "eth0"); }, { reachable, 0 } },
+            { "nothing but a route that hides its link",
+                [&] {
+                    network.setUp("eth0", false);
+                    network.setUp("docker0", false);
+                    network.setUp("wwp0s20", false);
+                    network.addLink("eth1");
+                    network.addHiddenDefaultRoute("eth1", 20);
+                },
+                { reachable, direct } },
         };
         for (const auto& step : steps) {
             step.change();
@@ -148,6 +186,100 @@ TEST(LinuxNetworkPath, OutlivesMoreNoticesThanTheKernelKeeps)
         isReleased.notify_all();
         EXPECT_TRUE(soon([&] { return path->flags() == 0; }));
     });
+}
+
+/// The numbers below a folder of /proc.
+std::set<int> numbersIn(const char* folder)
+{
+    std::set<int> numbers;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+        numbers.insert(std::stoi(entry.path().filename()));
+    return numbers;
+}
+
+TEST(LinuxNetworkPath, RecoversFromAHostThatClosesWhatItDidNotOpen)
+{
+    OwnNetwork::run([](OwnNetwork& network) {
+        network.addLink("eth0");
+        const auto before = numbersIn("/proc/self/fd");
+        auto path = makeLinuxNetworkPath();
+        std::atomic<bool> isTold { false };
+        const auto listener = path->addListener([&] { isTold = true; });
+        // Each is closed and, at once, the host's own.
+        std::set<int> taken;
+        for (const int file : numbersIn("/proc/self/fd")) {
+            if (!before.contains(file) && dup2(STDIN_FILENO, file) == file)
+                taken.insert(file);
+        }
+        EXPECT_GE(taken.size(), 3u);
+        network.addDefaultRoute({ .links = { "eth0" } });
+        EXPECT_TRUE(soon([&] { return path->flags() == reachable && isTold; }));
+        path.reset();
+        for (const int file : taken)
+            EXPECT_EQ(close(file), 0) << "is the host's";
+    });
+}
+
+TEST(LinuxNetworkPath, WithoutADescriptorItSupposesTheBestAndTriesAgain)
+{
+    OwnNetwork::run([](OwnNetwork&) {
+        // Known to the sanitizers before, which look at a new type through descriptors.
+        makeLinuxNetworkPath()->flags();
+        const auto path = makeLinuxNetworkPath();
+        rlimit former {};
+        getrlimit(RLIMIT_NOFILE, &former);
+        rlimit none { 0, former.rlim_max };
+        setrlimit(RLIMIT_NOFILE, &none);
+        EXPECT_EQ(path->flags(), reachable);
+        EXPECT_EQ(path->linkLocalFlags(), direct);
+        setrlimit(RLIMIT_NOFILE, &former);
+        EXPECT_EQ(path->flags(), 0u);
+        const size_t before = numbersIn("/proc/self/task").size();
+        EXPECT_TRUE(soon([&] { return path->flags() == 0 && numbersIn("/proc/self/task").size() > before; }));
+    });
+}
+
+TEST(LinuxNetworkPath, AForksChildLeavesTheWatcherAlone)
+{
+    OwnNetwork::run([](OwnNetwork& network) {
+        network.addLink("eth0");
+        auto path = makeLinuxNetworkPath();
+        EXPECT_EQ(path->flags(), 0u);
+        const pid_t child = fork();
+        if (child == 0) {
+            network.addDefaultRoute({ .links = { "eth0" }, .metric = 1 });
+            const bool isRead = soon([&] { return path->flags() == reachable; });
+            path.reset();
+            _exit(isRead ? 0 : 1);
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0);
+        EXPECT_TRUE(soon([&] { return path->flags() == reachable; }));
+        network.setUp("eth0", false);
+        EXPECT_TRUE(soon([&] { return path->flags() == 0; })) << "the watcher goes on";
+    });
+}
+
+TEST(LinuxNetworkPath, ThreadsLeaveSignalsToTheHost)
+{
+    const auto before = numbersIn("/proc/self/task");
+    test::TemporaryFolder home;
+    Process process { { .home = home.path } };
+    Process::Scope scope(process);
+    TDDeviceInformation::getConnectionType();
+    for (const int thread : numbersIn("/proc/self/task")) {
+        if (before.contains(thread))
+            continue;
+        std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/status");
+        for (std::string line; std::getline(status, line);) {
+            if (line.starts_with("SigBlk:"))
+                EXPECT_TRUE(std::stoull(line.substr(7), nullptr, 16) & (1U << (SIGTERM - 1))) << thread;
+        }
+    }
+    sigset_t mine;
+    pthread_sigmask(SIG_BLOCK, nullptr, &mine);
+    EXPECT_FALSE(sigismember(&mine, SIGTERM));
 }
 
 /// From now on this process gets no netlink socket.

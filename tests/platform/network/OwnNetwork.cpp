@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <libmnl/libmnl.h>
 #include <linux/if_link.h>
+#include <linux/nexthop.h>
 #include <linux/rtnetlink.h>
 #include <linux/veth.h>
 #include <net/if.h>
@@ -43,6 +44,10 @@ public:
     void put(int type, const std::string& text)
     {
         mnl_attr_put_strz(m_message, static_cast<uint16_t>(type), text.c_str());
+    }
+    void put(int type, const std::array<uint8_t, 16>& bytes)
+    {
+        mnl_attr_put(m_message, static_cast<uint16_t>(type), bytes.size(), bytes.data());
     }
     template <typename F> void nest(int type, const F& inside)
     {
@@ -187,6 +192,40 @@ void OwnNetwork::addLink(const std::string& link) const
 void OwnNetwork::setUp(const std::string& link, bool up) const { change(*m_socket, link, up); }
 void OwnNetwork::plug(const std::string& link, bool in) const { change(*m_farSocket, link, in); }
 
+void OwnNetwork::addBridge(const std::string& bridge, const std::string& port) const
+{
+    Change made(RTM_NEWLINK, NLM_F_CREATE | NLM_F_EXCL);
+    made.header<ifinfomsg>();
+    made.put(IFLA_IFNAME, bridge);
+    made.nest(IFLA_LINKINFO, [&] { made.put(IFLA_INFO_KIND, "bridge"); });
+    made.send(*m_socket);
+    Change joined(RTM_NEWLINK, 0);
+    joined.header<ifinfomsg>();
+    joined.put(IFLA_IFNAME, port);
+    joined.put(IFLA_MASTER, if_nametoindex(bridge.c_str()));
+    joined.send(*m_socket);
+    setUp(bridge, true);
+}
+
+void OwnNetwork::addHiddenDefaultRoute(const std::string& link, uint32_t metric) const
+{
+    writeText("/proc/sys/net/ipv4/nexthop_compat_mode", "0");
+    Change hop(RTM_NEWNEXTHOP, NLM_F_CREATE | NLM_F_EXCL);
+    hop.header<nhmsg>().nh_family = AF_INET;
+    hop.put(NHA_ID, metric);
+    hop.put(NHA_OIF, if_nametoindex(link.c_str()));
+    hop.send(*m_socket);
+    Change route(RTM_NEWROUTE, NLM_F_CREATE | NLM_F_EXCL);
+    auto& header = route.header<rtmsg>();
+    header.rtm_family = AF_INET;
+    header.rtm_type = RTN_UNICAST;
+    header.rtm_table = RT_TABLE_MAIN;
+    header.rtm_protocol = RTPROT_STATIC;
+    route.put(RTA_PRIORITY, metric);
+    route.put(RTA_NH_ID, metric);
+    route.send(*m_socket);
+}
+
 void OwnNetwork::addDefaultRoute(const Route& route) const
 {
     changeRoute(RTM_NEWROUTE, NLM_F_CREATE | NLM_F_EXCL, route);
@@ -203,6 +242,11 @@ void OwnNetwork::changeRoute(uint16_t type, uint16_t flags, const Route& route) 
     header.rtm_protocol = RTPROT_STATIC;
     header.rtm_scope
         = route.family == AF_INET && route.type == RTN_UNICAST ? RT_SCOPE_LINK : RT_SCOPE_UNIVERSE;
+    header.rtm_dst_len = route.prefix;
+    if (route.prefix != 0 && route.family == AF_INET6) {
+        const std::array<uint8_t, 16> destination { 0x20 };
+        change.put(RTA_DST, destination);
+    }
     change.put(RTA_TABLE, route.table);
     change.put(RTA_PRIORITY, route.metric);
     if (route.links.size() == 1)

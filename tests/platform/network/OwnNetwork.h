@@ -24,6 +24,8 @@ public:
     void addLink(const std::string& link) const;
     void setUp(const std::string& link, bool up) const;
     void plug(const std::string& link, bool in) const;
+    /// A bridge that is up, with that link as its only port.
+    void addBridge(const std::string& bridge, const std::string& port) const;
 
     struct Route {
         std::vector<std::string> links;
@@ -31,9 +33,13 @@ public:
         int family { AF_INET };
         uint32_t table { RT_TABLE_MAIN };
         uint8_t type { RTN_UNICAST };
+        /// 0.0.0.0 or 2000:: with that many bits.
+        uint8_t prefix { 0 };
     };
     void addDefaultRoute(const Route& route) const;
     void removeDefaultRoute(const Route& route) const;
+    /// An IPv4 one that names an object of the kernel's instead of the link, where there are such.
+    void addHiddenDefaultRoute(const std::string& link, uint32_t metric) const;
 
 private:
     OwnNetwork();
