@@ -237,6 +237,7 @@ std::string Reachability::currentReachabilityFlags() const
 
 std::string Reachability::description() const
 {
+    // The format's own rule: "%#x" shows the low 32 bits of the identity.
     return stringWithFormat("<%@: %#x (%@)>",
         { object_getClassName(this), static_cast<int64_t>(reinterpret_cast<uintptr_t>(this)),
             currentReachabilityFlags() });

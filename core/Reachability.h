@@ -28,7 +28,7 @@ public:
     /// Null when the platform refuses the name.
     static std::shared_ptr<Reachability> reachabilityWithHostName(std::string_view hostname);
     static std::shared_ptr<Reachability> reachabilityWithHostname(std::string_view hostname);
-    /// From an address in numbers; null when it is none.
+    /// From an IPv4 or IPv6 address in numbers; null when it is none.
     static std::shared_ptr<Reachability> reachabilityWithAddress(std::string_view hostAddress);
     /// Any route to the internet.
     static std::shared_ptr<Reachability> reachabilityForInternetConnection();
@@ -66,7 +66,7 @@ public:
     bool isInterventionRequired() const;
     Status currentReachabilityStatus() const;
     uint32_t reachabilityFlags() const;
-    /// "Cellular", "WiFi" or "No Connection", in the host's language.
+    /// "Cellular", "WiFi" or "No Connection", as the main bundle translates it, if it has texts.
     std::string currentReachabilityString() const;
     /// A picture of the flags: "WR ctiCDld", a hyphen for each that is not set.
     std::string currentReachabilityFlags() const;

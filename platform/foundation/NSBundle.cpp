@@ -2,6 +2,7 @@
 
 #include "platform/foundation/NSFileManager.h"
 #include "platform/foundation/NSJSONSerialization.h"
+#include "platform/process/Lock.h"
 #include "platform/process/ProcessLocal.h"
 
 namespace lumora {
@@ -15,14 +16,29 @@ std::optional<NSDictionary> dictionaryInFile(const std::filesystem::path& path)
     return read && read->dictionary() ? std::optional(*read->dictionary()) : std::nullopt;
 }
 
-/// What the library's folder said when it was first asked.
+/// What the library's folder said when it first said something.
 struct LibraryInfo {
-    std::filesystem::path folder { Process::current().configuration().libraryBundle };
-    std::optional<NSDictionary> read { dictionaryInFile(folder / "Info.json") };
-    std::shared_ptr<const NSDictionary> info { std::make_shared<NSDictionary>(
-        read.value_or(NSDictionary {})) };
+    Lock lock;
+    std::shared_ptr<const NSDictionary> read LUMORA_GUARDED_BY(lock);
 };
 const ProcessLocal<LibraryInfo> s_library;
+
+std::shared_ptr<const NSDictionary> libraryInfo(const std::filesystem::path& folder)
+{
+    LibraryInfo& library = s_library.get();
+    {
+        Locker hold(library.lock);
+        if (library.read)
+            return library.read;
+    }
+    auto read = dictionaryInFile(folder / "Info.json");
+    if (!read)
+        return std::make_shared<NSDictionary>();
+    auto info = std::make_shared<const NSDictionary>(std::move(*read));
+    Locker hold(library.lock);
+    library.read = info;
+    return info;
+}
 
 } // namespace
 
@@ -36,8 +52,9 @@ NSBundle NSBundle::mainBundle()
 
 NSBundle NSBundle::bundleForLibrary()
 {
-    const LibraryInfo& library = s_library.get();
-    return { (*library.info)["CFBundleIdentifier"].stringOrEmpty(), library.info, library.folder };
+    const std::filesystem::path& folder = Process::current().configuration().libraryBundle;
+    auto info = libraryInfo(folder);
+    return { (*info)["CFBundleIdentifier"].stringOrEmpty(), info, folder };
 }
 
 std::optional<NSBundle> NSBundle::bundleWithIdentifier(std::string_view identifier)

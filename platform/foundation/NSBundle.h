@@ -7,8 +7,8 @@
 namespace lumora {
 
 /// A bundle: an information dictionary and, for the library's, a folder of resources. The main bundle has
-/// what the process was configured with and no folder. The library's Info.json is read once per process. A
-/// plain value, any thread.
+/// what the process was configured with and no folder. The library's Info.json is read until it has been
+/// read once, then kept for the process. A plain value, any thread.
 class NSBundle {
 public:
     static NSBundle mainBundle();

@@ -1,11 +1,11 @@
 #include "platform/systemconfiguration/SCNetworkReachability.h"
 
 #include "platform/process/ProcessLocal.h"
+#include "platform/systemconfiguration/HostAddress.h"
 #include "platform/systemconfiguration/NetworkPath.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <map>
 
 namespace lumora {
@@ -206,20 +206,18 @@ SCNetworkReachabilityRef targetOf(Target target)
     return std::make_shared<SCNetworkReachability>(Process::current().configuration().network, target);
 }
 
-/// The four numbers of an IPv4 address.
-std::optional<std::vector<int>> numbersOf(std::string_view address)
+Target targetAt(const HostAddress& address)
 {
-    std::vector<int> numbers;
-    const char* end = address.data() + address.size();
-    for (const char* at = address.data(); at < end; at++) {
-        int number = -1;
-        const auto read = std::from_chars(at, end, number);
-        if (read.ec != std::errc {} || number < 0 || number > 255 || (read.ptr != end && *read.ptr != '.'))
-            return std::nullopt;
-        numbers.push_back(number);
-        at = read.ptr;
+    constexpr HostAddress loopback { 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1 };
+    constexpr std::array<uint8_t, 12> beforeIPv4 { 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF };
+    if (!std::equal(beforeIPv4.begin(), beforeIPv4.end(), address.begin())) {
+        if (address == loopback)
+            return Target::ThisMachine;
+        return address[0] == 0xFE && (address[1] & 0xC0) == 0x80 ? Target::LinkLocal : Target::Internet;
     }
-    return numbers.size() == 4 && !address.ends_with('.') ? std::optional(numbers) : std::nullopt;
+    if (address[12] == 127)
+        return Target::ThisMachine;
+    return address[12] == 169 && address[13] == 254 ? Target::LinkLocal : Target::Internet;
 }
 
 } // namespace
@@ -241,16 +239,8 @@ SCNetworkReachabilityRef SCNetworkReachabilityCreateWithName(std::string_view no
 
 SCNetworkReachabilityRef SCNetworkReachabilityCreateWithAddress(std::string_view address)
 {
-    if (address == "::")
-        return targetOf(Target::Internet);
-    if (address == "::1")
-        return targetOf(Target::ThisMachine);
-    const auto numbers = numbersOf(address);
-    if (!numbers)
-        return nullptr;
-    if ((*numbers)[0] == 127)
-        return targetOf(Target::ThisMachine);
-    return targetOf((*numbers)[0] == 169 && (*numbers)[1] == 254 ? Target::LinkLocal : Target::Internet);
+    const auto numbers = hostAddressFromText(address);
+    return numbers ? targetOf(targetAt(*numbers)) : nullptr;
 }
 
 std::optional<uint32_t> SCNetworkReachabilityGetFlags(const SCNetworkReachabilityRef& target)
@@ -271,7 +261,7 @@ bool SCNetworkReachabilitySetDispatchQueue(
 {
     try {
         return target && s_watchers.get().watchers->set(target, std::move(queue));
-    } catch (const std::bad_alloc&) {
+    } catch (const std::exception&) {
         return false;
     }
 }

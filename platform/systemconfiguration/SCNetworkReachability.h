@@ -18,8 +18,9 @@ using SCNetworkReachabilityCallBack
 /// Null when the name cannot be a host's: empty, longer than 253, or with characters no name has. The name is
 /// not looked up: it is as reachable as the internet, except for this machine's own.
 SCNetworkReachabilityRef SCNetworkReachabilityCreateWithName(std::string_view nodename);
-/// From an address in numbers: "0.0.0.0" is any route to the internet, "169.254.0.0" the link-local network,
-/// which is there when a link that is not cellular is up. Null when it is no address.
+/// From an IPv4 or IPv6 address in numbers: "0.0.0.0" is any route to the internet, "169.254.0.0" and
+/// "fe80::" the link-local network, which is there when a link that is not cellular is up. Null when it is no
+/// address.
 SCNetworkReachabilityRef SCNetworkReachabilityCreateWithAddress(std::string_view address);
 
 /// The flags at this moment; nothing for a null target.

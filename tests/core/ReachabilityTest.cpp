@@ -186,9 +186,13 @@ TEST_F(NotifierTest, TellsItsBlocksAndThenTheWorld)
     EXPECT_EQ(hearer->senders, std::set<const Object*> { reachability.get() });
     reachability->stopNotifier();
     reachability->stopNotifier();
+    EXPECT_FALSE(reachability->reachabilityObject());
     EXPECT_EQ(after(Radio::Link::WiFi), "");
     EXPECT_TRUE(reachability->startNotifier());
     EXPECT_EQ(after(Radio::Link::None), "flags=0 posted ") << "once, though started for the second time";
+    after(Radio::Link::Cellular);
+    EXPECT_FALSE(reachability->isReachable());
+    EXPECT_EQ(TDDeviceInformation::getConnectionType(), "mobile internet") << "asks an object of its own";
 }
 
 TEST_F(NotifierTest, HearsEveryChangeInOrder)
@@ -218,6 +222,22 @@ TEST_F(NotifierTest, LivesUntilItIsStopped)
     weakly.lock()->setReachableBlock([](const auto& self) { self->stopNotifier(); });
     EXPECT_EQ(after(Radio::Link::WiFi), "flags=2 posted ") << "what had begun ends";
     EXPECT_TRUE(weakly.expired());
+}
+
+TEST_F(NotifierTest, DoesNotStartWhileTheProcessGoes)
+{
+    std::optional<bool> hasStarted;
+    std::shared_ptr<void> last { nullptr, [&hasStarted](void*) {
+                                    const auto late = Reachability::reachabilityForInternetConnection();
+                                    hasStarted = late->startNotifier() || late->reachabilityObject();
+                                } };
+    reachability->setReachabilityBlock([held = std::move(last)](const auto&, uint32_t) {});
+    reachability->startNotifier();
+    reachability.reset();
+    EXPECT_FALSE(hasStarted);
+    hearer.reset();
+    phone.kill();
+    EXPECT_EQ(hasStarted, false);
 }
 
 TEST_F(NotifierTest, EveryAskedConnectionTypeIsToldUntilTheProcessEnds)

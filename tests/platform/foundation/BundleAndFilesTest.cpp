@@ -45,6 +45,10 @@ TEST(NSBundle, IsNothingWithoutItsFolder)
     EXPECT_EQ(NSBundle::bundleForLibrary().bundleIdentifier(), "");
     EXPECT_FALSE(NSBundle::bundleForLibrary().pathForResource("Info", "json"));
     EXPECT_FALSE(NSBundle::mainBundle().pathForResource("Info", "json"));
+    writeToFile(home.path / "missing/Info.json", R"({"CFBundleIdentifier":"com.lumora.framework"})");
+    EXPECT_TRUE(NSBundle::bundleWithIdentifier("com.lumora.framework")) << "a failure is not kept";
+    removeFile(home.path / "missing/Info.json");
+    EXPECT_TRUE(NSBundle::bundleWithIdentifier("com.lumora.framework")) << "what was read is";
 }
 
 TEST(NSFileManager, AppendsOnlyToWhatExists)

@@ -86,6 +86,20 @@ TEST_F(NotificationCenter, ForgetsTheDeadAndTheRemoved)
     EXPECT_EQ(log, "b:changed b:rang ");
 }
 
+TEST_F(NotificationCenter, AThrowingObserverRobsNobody)
+{
+    auto a = listener("a:");
+    auto b = listener("b:");
+    a->onHeard = [] { throw std::runtime_error("of the host"); };
+    for (const auto& each : { a, b })
+        center.addObserver(each, "heard:"_sel, "changed", nullptr);
+    center.postNotification("changed", nullptr);
+    a->onHeard = [] { throw 1; };
+    center.postNotification("changed", nullptr);
+    EXPECT_EQ(log, "a:changed b:changed a:changed b:changed ");
+    EXPECT_EQ(process.console->lines().front(), "an observer of changed threw: of the host");
+}
+
 TEST_F(NotificationCenter, WalksWhatStoodWhenThePostingBegan)
 {
     auto a = listener("a:");

@@ -273,8 +273,9 @@ TEST(LinuxNetworkPath, ThreadsLeaveSignalsToTheHost)
             continue;
         std::ifstream status("/proc/self/task/" + std::to_string(thread) + "/status");
         for (std::string line; std::getline(status, line);) {
-            if (line.starts_with("SigBlk:"))
+            if (line.starts_with("SigBlk:")) {
                 EXPECT_TRUE(std::stoull(line.substr(7), nullptr, 16) & (1U << (SIGTERM - 1))) << thread;
+            }
         }
     }
     sigset_t mine;
