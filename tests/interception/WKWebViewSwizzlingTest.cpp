@@ -1,7 +1,6 @@
 #include "interception/WKWebViewSwizzling.h"
 
 #include "core/TDActivationManager.h"
-#include "interception/TDMetaclass_MoPub.h"
 #include "interception/TDMetadataClassesFactory.h"
 #include "platform/dispatch/Executor.h"
 #include "processing/ProxyDelegate.h"
@@ -405,7 +404,7 @@ TEST_F(WKWebViewSwizzlingTest, TheDelegatesOfSomeNetworksBringAButton)
             ClassBuilder(std::string { "Sub" } + kind, standInClass(kind, classOf<NSObject>())).build());
         EXPECT_EQ(TDMetadataClassesFactory::getMetadataClassForObject(nullptr, child.get()), nullptr);
         if (metaclass)
-            ClassBuilder(metaclass, classOf<TDMetaclass_MoPub_banner>());
+            ClassBuilder(metaclass, NSClassFromString("TDMetaclass_MoPub_banner"));
         const auto view = creativeView("<h1>Ad</h1>", { 300, 250 });
         world.phone.content().addSubview(view);
         EXPECT_EQ(set(view, child), object_getClassName(child.get()));
