@@ -153,6 +153,8 @@ std::optional<Value> callAccessor(id receiver, Method method)
         return Value { call(static_cast<int64_t*>(nullptr)) };
     if (is(methodEncoding<int>()))
         return Value { call(static_cast<int*>(nullptr)) };
+    if (is(methodEncoding<float>()))
+        return Value { call(static_cast<float*>(nullptr)) };
     if (is(methodEncoding<double>()))
         return Value { call(static_cast<double*>(nullptr)) };
     return std::nullopt;
