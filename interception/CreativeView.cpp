@@ -18,8 +18,8 @@ std::shared_ptr<UIView> viewOf(const std::shared_ptr<Object>& object)
 {
     if (auto view = as<UIView>(object))
         return view;
-    if (const auto controller = as<UIViewController>(object))
-        return controller->isViewLoaded() ? retain(controller->view()) : nullptr;
+    if (as<UIViewController>(object))
+        return viewOfController(object.get());
     return as<UIView>(getValueFromObject(object.get(), "view").object());
 }
 
@@ -48,6 +48,17 @@ std::shared_ptr<UIView> presentedView()
     return top && top->presentingViewController() ? creativeViewIn(retain(top)) : nullptr;
 }
 
+/// The nearest view above that fills the window.
+std::shared_ptr<UIView> fullScreenContainer(UIView& view)
+{
+    UIWindow* window = view.window();
+    for (UIView* above = view.superview(); window && above && above != window; above = above->superview()) {
+        if (above->bounds().size == window->bounds().size)
+            return retain(above);
+    }
+    return nullptr;
+}
+
 std::shared_ptr<UIView> viewOfAd(const std::shared_ptr<Object>& ad, AdMoment moment)
 {
     const std::shared_ptr<UIView> own = viewOf(ad);
@@ -61,6 +72,24 @@ std::shared_ptr<UIView> viewOfAd(const std::shared_ptr<Object>& ad, AdMoment mom
 }
 
 } // namespace
+
+std::shared_ptr<UIView> findView(
+    const std::shared_ptr<UIView>& root, const std::function<bool(UIView&)>& isGood)
+{
+    if (!root || isGood(*root))
+        return root;
+    for (const auto& subview : root->subviews()) {
+        if (auto found = findView(subview, isGood))
+            return found;
+    }
+    return nullptr;
+}
+
+std::shared_ptr<UIView> viewOfController(id controller)
+{
+    auto* loaded = as<UIViewController>(controller);
+    return loaded && loaded->isViewLoaded() ? retain(loaded->view()) : nullptr;
+}
 
 std::shared_ptr<UIView> creativeViewIn(const std::shared_ptr<Object>& viewOrOwner)
 {
@@ -97,15 +126,13 @@ std::shared_ptr<Object> screenshotViewOf(id adView)
     const auto view = retain(as<UIView>(adView));
     if (!view)
         return nullptr;
-    std::shared_ptr<UIView> container;
-    UIWindow* window = view->window();
-    for (UIView* above = view->superview(); above && above != window; above = above->superview()) {
-        if (window && above->bounds().size == window->bounds().size) {
-            container = retain(above);
-            break;
-        }
-    }
-    return container;
+    const std::shared_ptr<UIView> container = fullScreenContainer(*view);
+    UIView& searched = container ? *container : *view;
+    const std::shared_ptr<UIView> picture = getVideoScreenshotView(searched);
+    if (picture.get() == &searched)
+        return container;
+    picture->setFrame({ {}, view->bounds().size });
+    return picture;
 }
 
 } // namespace lumora

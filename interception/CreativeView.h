@@ -2,6 +2,7 @@
 
 #include "platform/uikit/UIView.h"
 
+#include <functional>
 #include <memory>
 
 namespace lumora {
@@ -12,6 +13,13 @@ namespace lumora {
 /// The first web view below a view, or the view itself; the same for the view of a controller, or of any
 /// object that answers `view`. Null for anything else. Main thread.
 std::shared_ptr<UIView> creativeViewIn(const std::shared_ptr<Object>& viewOrOwner);
+
+/// The first view that is good, from a view downwards, itself included, depth first. Null when none is. Main
+/// thread.
+std::shared_ptr<UIView> findView(
+    const std::shared_ptr<UIView>& root, const std::function<bool(UIView&)>& isGood);
+/// The view of a controller, once it is loaded. Main thread.
+std::shared_ptr<UIView> viewOfController(id controller);
 
 /// Puts the report button on a view, with the metadata class of that name and, where there is one, the
 /// network's ad object. Nothing happens for what is no view.

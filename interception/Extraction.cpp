@@ -46,6 +46,11 @@ Value getValueFromObject(const Object* object, const KeyPaths& keyPathes)
     return {};
 }
 
+Value readKeyPath(const Value& root, const std::string& keyPath)
+{
+    return readGuarded([&] { return valueForKeyPath(root, keyPath); });
+}
+
 std::string textOf(const Value& value, Numbers numbers)
 {
     if (numbers == Numbers::AreNoText || !value.isNumber())
@@ -78,22 +83,29 @@ id superviewOf(id adView)
     return view ? view->superview() : nullptr;
 }
 
+ReadFromView from(id (*start)(id adView), KeyPaths keyPathes, Numbers numbers)
+{
+    return [=](id adView) { return textFromObject(start(adView), keyPathes, numbers); };
+}
+
 ReadFromView fromView(KeyPaths keyPathes, Numbers numbers)
 {
-    return [=](id adView) { return textFromObject(adView, keyPathes, numbers); };
+    return from([](id adView) { return adView; }, std::move(keyPathes), numbers);
 }
 
 ReadFromView fromSuperview(KeyPaths keyPathes, Numbers numbers)
 {
-    return [=](id adView) { return textFromObject(superviewOf(adView), keyPathes, numbers); };
+    return from(&superviewOf, std::move(keyPathes), numbers);
 }
 
 ReadFromView fromNextResponder(KeyPaths keyPathes)
 {
-    return [=](id adView) {
-        auto* responder = as<UIResponder>(adView);
-        return textFromObject(responder ? send(responder, sel::nextResponder) : nullptr, keyPathes);
-    };
+    return from(
+        [](id adView) -> id {
+            auto* view = as<UIResponder>(adView);
+            return view ? send(view, sel::nextResponder) : nullptr;
+        },
+        std::move(keyPathes));
 }
 
 ReadFromBoth fromSupportObject(KeyPaths keyPathes, Numbers numbers)

@@ -25,6 +25,9 @@ inline Value getValueFromObject(const Object* object, const char* keyPath)
     return getValueFromObject(object, KeyPaths { keyPath });
 }
 
+/// The same from any value, such as parsed JSON.
+Value readKeyPath(const Value& root, const std::string& keyPath);
+
 /// What a number becomes where text is expected.
 enum class Numbers {
     /// Nothing: an empty text, like everything else that is no text.
@@ -62,6 +65,9 @@ struct Version {
 using ReadFromView = std::function<std::string(id adView)>;
 using ReadFromBoth = std::function<std::string(id adView, id supportObject)>;
 
+/// Reads below what a function finds from the ad view, or below the ad view itself, the view above it, or the
+/// responder after it.
+ReadFromView from(id (*start)(id adView), KeyPaths keyPathes, Numbers numbers = Numbers::AreNoText);
 ReadFromView fromView(KeyPaths keyPathes, Numbers numbers = Numbers::AreNoText);
 ReadFromView fromSuperview(KeyPaths keyPathes, Numbers numbers = Numbers::AreNoText);
 ReadFromView fromNextResponder(KeyPaths keyPathes);

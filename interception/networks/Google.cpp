@@ -34,15 +34,14 @@ bool isAdMob(const Object* receiver)
     return object_getClassName(receiver).find("GAD") != std::string::npos;
 }
 
-// What the SDK holds of a banner that was rendered.
-#define LUMORA_GOOGLE_RENDERED "_bannerView._bannerAd._adView._view._view._viewToSwap"
-
 Slot<void(id, SEL, id)> bannerShowIMP;
 void lumora_bannerShowOctagon(id self, SEL _cmd, id ad)
 {
     guardedHook(self, [&] {
-        const Value support = getValueFromObject(self, LUMORA_GOOGLE_RENDERED);
-        const Value webView = getValueFromObject(self, LUMORA_GOOGLE_RENDERED "._webView");
+        const Value support
+            = getValueFromObject(self, "_bannerView._bannerAd._adView._view._view._viewToSwap");
+        const Value webView
+            = getValueFromObject(self, "_bannerView._bannerAd._adView._view._view._viewToSwap._webView");
         attachReportButton(webView.object(),
             isAdMob(self) ? "TDMetaclass_AdMobV42_banner" : "TDMetaclass_DFPV42_banner", support.object());
     });

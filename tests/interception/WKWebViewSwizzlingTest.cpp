@@ -402,9 +402,8 @@ TEST_F(WKWebViewSwizzlingTest, TheDelegatesOfSomeNetworksBringAButton)
     for (const auto& [kind, metaclass] : rows) {
         const auto child = alloc<Object>(
             ClassBuilder(std::string { "Sub" } + kind, standInClass(kind, classOf<NSObject>())).build());
-        EXPECT_EQ(TDMetadataClassesFactory::getMetadataClassForObject(nullptr, child.get()), nullptr);
-        if (metaclass)
-            ClassBuilder(metaclass, NSClassFromString("TDMetaclass_MoPub_banner"));
+        EXPECT_EQ(TDMetadataClassesFactory::getMetadataClassForObject(nullptr, child.get()),
+            metaclass ? NSClassFromString(metaclass) : nullptr);
         const auto view = creativeView("<h1>Ad</h1>", { 300, 250 });
         world.phone.content().addSubview(view);
         EXPECT_EQ(set(view, child), object_getClassName(child.get()));
