@@ -3,6 +3,7 @@
 #include "interception/Extraction.h"
 #include "lumora/LMReportButtonHelper.h"
 #include "platform/dispatch/Executor.h"
+#include "platform/process/Process.h"
 #include "platform/uikit/UIViewController.h"
 #include "platform/uikit/UIWindow.h"
 #include "platform/webkit/WKWebView.h"
@@ -42,10 +43,12 @@ std::shared_ptr<UIView> privateWebView(const std::shared_ptr<Object>& ad)
     return nullptr;
 }
 
-std::shared_ptr<UIView> presentedView()
+/// What is in the controller on top, if it is presented by another and not the one that was on top before.
+std::shared_ptr<UIView> presentedView(const UIViewController* before)
 {
     UIViewController* top = currentViewController();
-    return top && top->presentingViewController() ? creativeViewIn(retain(top)) : nullptr;
+    const bool isPresented = top && top != before && top->presentingViewController();
+    return isPresented ? creativeViewIn(retain(top)) : nullptr;
 }
 
 /// The nearest view above that fills the window.
@@ -59,16 +62,17 @@ std::shared_ptr<UIView> fullScreenContainer(UIView& view)
     return nullptr;
 }
 
-std::shared_ptr<UIView> viewOfAd(const std::shared_ptr<Object>& ad, AdMoment moment)
+/// `presented` is what the ad has put over the host, or null.
+std::shared_ptr<UIView> viewOfAd(const std::shared_ptr<Object>& ad, const std::shared_ptr<UIView>& presented)
 {
     const std::shared_ptr<UIView> own = viewOf(ad);
-    if (auto webView = own ? creativeViewIn(own) : nullptr; webView && webView != own)
-        return webView;
-    if (auto webView = own && own->window() ? nullptr : privateWebView(ad))
-        return webView;
-    if (auto presented = moment == AdMoment::Shown && !(own && own->window()) ? presentedView() : nullptr)
+    const std::shared_ptr<UIView> inside = creativeViewIn(own);
+    if (inside && (inside != own || own->window()))
+        return inside;
+    if (presented)
         return presented;
-    return own;
+    const std::shared_ptr<UIView> hidden = privateWebView(ad);
+    return hidden ? hidden : own;
 }
 
 } // namespace
@@ -115,9 +119,15 @@ void attachReportButton(const std::shared_ptr<Object>& adView, const char* metad
 void attachReportButtonToAd(
     id ad, AdMoment moment, const char* metadataClass, const std::shared_ptr<Object>& supportObject)
 {
-    dispatch_get_main_queue().async([ad = weakly(ad), moment, metadataClass, supportObject] {
-        if (const auto alive = ad.lock())
-            attachReportButton(viewOfAd(alive, moment), metadataClass, supportObject);
+    // Controllers are looked at on the main thread only; off it, what is on top now counts as the ad's.
+    const bool compares = moment == AdMoment::WillShow && Process::current().executor().isMainThread();
+    const auto before = compares ? weakly(currentViewController()) : std::weak_ptr<UIViewController> {};
+    dispatch_get_main_queue().async([ad = weakly(ad), moment, before, metadataClass, supportObject] {
+        const auto alive = ad.lock();
+        if (!alive)
+            return;
+        const auto presented = moment == AdMoment::Loaded ? nullptr : presentedView(before.lock().get());
+        attachReportButton(viewOfAd(alive, presented), metadataClass, supportObject);
     });
 }
 

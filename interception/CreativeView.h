@@ -31,13 +31,13 @@ inline void attachReportButton(
     attachReportButton(retain(adView), metadataClass, supportObject);
 }
 
-/// Whether an ad that has no view of its own yet may be looked for among what is presented over the host.
-enum class AdMoment { Loaded, Shown };
+/// Where an ad without a view of its own may be looked for: what it is about to present over the host, what
+/// it has presented, or nowhere but in itself.
+enum class AdMoment { Loaded, WillShow, DidShow };
 
 /// The same for an ad whose view is not handed over: looked for one turn of the main queue later, when the
-/// replaced method has put it where it belongs. First the web view in the ad's own view; else one among the
-/// ad's private objects; else, for an ad that is being shown, what is in the controller presented on top;
-/// else the ad's own view.
+/// replaced method has put it where it belongs. First the web view in the ad's own view; then what is in the
+/// controller it presents; then a web view among its private objects; then its own view.
 void attachReportButtonToAd(id ad, AdMoment moment, const char* metadataClass,
     const std::shared_ptr<Object>& supportObject = nullptr);
 

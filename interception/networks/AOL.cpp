@@ -18,7 +18,8 @@ void lumora_bannerFinishLoadAd(id self, SEL _cmd)
 Slot<void(id, SEL)> interstitialFinishLoadIMP;
 void lumora_interstitialFinishLoadAd(id self, SEL _cmd)
 {
-    guardedHook(self, [&] { attachReportButtonToAd(self, AdMoment::Shown, "TDMetaclass_AOL_interstitial"); });
+    guardedHook(
+        self, [&] { attachReportButtonToAd(self, AdMoment::WillShow, "TDMetaclass_AOL_interstitial"); });
     interstitialFinishLoadIMP(self, _cmd);
 }
 

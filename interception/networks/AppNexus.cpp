@@ -88,7 +88,7 @@ Slot<void(id, SEL, id)> interstitialDisplayIMP;
 void lumora_interstitialDisplayAd(id self, SEL _cmd, id controller)
 {
     guardedHook(
-        self, [&] { attachReportButtonToAd(self, AdMoment::Shown, "TDMetaclass_AppNexus_interstitial"); });
+        self, [&] { attachReportButtonToAd(self, AdMoment::WillShow, "TDMetaclass_AppNexus_interstitial"); });
     interstitialDisplayIMP(self, _cmd, controller);
 }
 

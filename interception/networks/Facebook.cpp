@@ -52,7 +52,7 @@ Slot<void(id, SEL)> interstitialVCLoadIMP;
 void lumora_interstitialVCloadAd2(id self, SEL _cmd)
 {
     guardedHook(
-        self, [&] { attachReportButtonToAd(self, AdMoment::Shown, "TDMetaclass_Facebook_interstitial"); });
+        self, [&] { attachReportButtonToAd(self, AdMoment::DidShow, "TDMetaclass_Facebook_interstitial"); });
     interstitialVCLoadIMP(self, _cmd);
 }
 

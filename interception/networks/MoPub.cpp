@@ -21,14 +21,15 @@ Slot<void(id, SEL, id)> interstitialDidLoadIMP;
 void lumora_interstitial_didLoad(id self, SEL _cmd, id controller)
 {
     guardedHook(
-        self, [&] { attachReportButtonToAd(self, AdMoment::Shown, "TDMetaclass_MoPub_interstitial"); });
+        self, [&] { attachReportButtonToAd(self, AdMoment::WillShow, "TDMetaclass_MoPub_interstitial"); });
     interstitialDidLoadIMP(self, _cmd, controller);
 }
 
 Slot<void(id, SEL, id, id, const std::string&)> rewardedDidLoadIMP;
 void lumora_rewarded_didLoad(id self, SEL _cmd, id controller, id reward, const std::string& customData)
 {
-    guardedHook(self, [&] { attachReportButtonToAd(self, AdMoment::Shown, "TDMetaclass_MoPub_rewarded"); });
+    guardedHook(
+        self, [&] { attachReportButtonToAd(self, AdMoment::WillShow, "TDMetaclass_MoPub_rewarded"); });
     rewardedDidLoadIMP(self, _cmd, controller, reward, customData);
 }
 

@@ -21,7 +21,7 @@ Slot<void(id, SEL)> interstitialDidLoadIMP;
 void lumora_interstitialNewDidLoadAd(id self, SEL _cmd)
 {
     guardedHook(
-        self, [&] { attachReportButtonToAd(self, AdMoment::Shown, "TDMetaclass_OpenX_interstitial"); });
+        self, [&] { attachReportButtonToAd(self, AdMoment::WillShow, "TDMetaclass_OpenX_interstitial"); });
     interstitialDidLoadIMP(self, _cmd);
 }
 

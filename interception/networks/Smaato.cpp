@@ -24,7 +24,7 @@ Slot<void(id, SEL, id)> interstitialShowIMP;
 void lumora_interstitialShowAd(id self, SEL _cmd, id controller)
 {
     guardedHook(
-        self, [&] { attachReportButtonToAd(self, AdMoment::Shown, "TDMetaclass_Smaato_interstitial"); });
+        self, [&] { attachReportButtonToAd(self, AdMoment::WillShow, "TDMetaclass_Smaato_interstitial"); });
     interstitialShowIMP(self, _cmd, controller);
 }
 

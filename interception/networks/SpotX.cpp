@@ -13,7 +13,7 @@ void lumora_spotx_startplay(id self, SEL _cmd)
 {
     guardedHook(self, [&] {
         const bool isInline = isKindOfClassNamed(self, "SpotXInlineAdPlayer");
-        attachReportButtonToAd(self, AdMoment::Shown,
+        attachReportButtonToAd(self, AdMoment::WillShow,
             isInline ? "TDMetaclass_SpotX_native" : "TDMetaclass_SpotX_interstitial", retain(self));
     });
     startPlayIMP(self, _cmd);

@@ -12,7 +12,7 @@ Slot<void(id, SEL, id, double)> interstitialFinishLoadIMP;
 void lumora_teadsInterstitial_didFinishLoad(id self, SEL _cmd, id ad, double adRatio)
 {
     guardedHook(
-        self, [&] { attachReportButtonToAd(self, AdMoment::Shown, "TDMetaclass_Teads_interstitial"); });
+        self, [&] { attachReportButtonToAd(self, AdMoment::WillShow, "TDMetaclass_Teads_interstitial"); });
     interstitialFinishLoadIMP(self, _cmd, ad, adRatio);
 }
 
