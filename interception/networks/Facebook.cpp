@@ -5,11 +5,6 @@
 #include "platform/process/ProcessLocal.h"
 #include "support/Guarded.h"
 
-// Where the event manager keeps the identifier of its session; differs from release to release.
-#ifndef LUMORA_FACEBOOK_SESSION_KEY_PATH
-#define LUMORA_FACEBOOK_SESSION_KEY_PATH "_sessionID"
-#endif
-
 namespace lumora {
 
 namespace {

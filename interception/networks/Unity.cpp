@@ -8,11 +8,6 @@
 #include "platform/process/ProcessLocal.h"
 #include "support/Guarded.h"
 
-// The host whose answers say what won the auction.
-#ifndef LUMORA_UNITY_AUCTION_HOST
-#define LUMORA_UNITY_AUCTION_HOST "auction.unityads.unity3d.com"
-#endif
-
 namespace lumora {
 
 namespace {
