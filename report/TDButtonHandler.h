@@ -29,6 +29,8 @@ public:
     void setDelegate(const std::shared_ptr<Object>& delegate) { m_delegate = delegate; }
     /// Null for a button that was attached without metadata. A class object.
     const std::shared_ptr<Object>& metadataClass() const { return m_metadataClass; }
+    /// What the metadata class says; empty without one, and when a private property of the network raises.
+    std::string metadataText(const TypedSelector<std::string()>& question) const;
     std::shared_ptr<Object> supportObject() const { return m_supportObject.lock(); }
     const std::string& userReport() const { return m_userReport; }
     /// What was left of the metadata when the two reserved keys were taken out; read by nobody.

@@ -144,8 +144,9 @@ TEST_F(ReportFlowTest, CancellingTheOverlayTakesTheButtonForGood)
     world.phone.wait(0.5);
     const auto overlay = tests::find<LMReportAdView>(*banner);
     overlay->setup();
-    EXPECT_EQ(overlay->subviews().back()->gestureRecognizers().size(), 1u) << "set up twice, one recognizer";
-    world.phone.tap(*overlay->subviews().back());
+    const auto close = as<UIView>(overlay->valueForKey("buttonClose").object());
+    EXPECT_EQ(close->gestureRecognizers().size(), 1u) << "set up twice, one recognizer";
+    world.phone.tap(*close);
     world.phone.wait(0.29);
     EXPECT_TRUE(tests::find<LMReportAdView>(*banner));
     world.phone.wait(0.02);
