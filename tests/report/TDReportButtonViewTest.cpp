@@ -1,13 +1,12 @@
 #include "report/TDReportButtonView.h"
 
-#include "interception/TDMetadataClassProtocol.h"
 #include "lumora/LMReportButtonHelper.h"
 #include "platform/dispatch/VirtualExecutor.h"
 #include "platform/quartzcore/CAShapeLayer.h"
 #include "platform/uikit/NSLayoutConstraint.h"
 #include "report/TDButtonManager.h"
 #include "report/TDReportButtonPlacement.h"
-#include "tests/world/World.h"
+#include "tests/report/FullScreenAd.h"
 
 #include <gtest/gtest.h>
 
@@ -17,21 +16,6 @@ namespace {
 using State = TDReportButtonView::State;
 using Form = TDReportButtonView::Form;
 using tests::World;
-
-class FullScreenAd final : public NSObject {
-public:
-    static const ClassDescription& classDescription()
-    {
-        static const ClassDescription description
-            = ClassDescription::of<FullScreenAd, NSObject>("TestFullScreenAd")
-                  .classMethod<&name>(sel::getSDKName)
-                  .classMethod<&name>(sel::getVersion)
-                  .classMethod<&type>(sel::adType);
-        return description;
-    }
-    static std::string name() { return "TestNet"; }
-    static std::string type() { return "interstitial"; }
-};
 
 class TDReportButtonViewTest : public testing::Test {
 protected:
@@ -45,8 +29,8 @@ protected:
         view = make<UIView>();
         view->setFrame(frame);
         world.phone.content().addSubview(view);
-        LMReportButtonHelper::addReportButtonToView(view.get(), nullptr,
-            fullScreen ? NSDictionary { { "metaclass", retain(classOf<FullScreenAd>()) } } : NSDictionary {});
+        LMReportButtonHelper::addReportButtonToView(
+            view.get(), nullptr, fullScreen ? tests::fullScreenMetadata() : NSDictionary {});
         world.phone.wait(1);
         return tests::find<TDReportButtonView>(*view);
     }
@@ -130,8 +114,7 @@ TEST_F(TDReportButtonViewTest, AnIconOpensForTheConfiguredNumberOfTaps)
         const auto ad = make<UIView>();
         ad->setFrame(CGRectMake(0, 0, 375, 812));
         fresh.phone.content().addSubview(ad);
-        LMReportButtonHelper::addReportButtonToView(
-            ad.get(), nullptr, { { "metaclass", retain(classOf<FullScreenAd>()) } });
+        LMReportButtonHelper::addReportButtonToView(ad.get(), nullptr, tests::fullScreenMetadata());
         fresh.phone.wait(1.5);
         const auto button = tests::find<TDReportButtonView>(*ad);
         const auto icon = tests::find<UIImageView>(*button);
