@@ -3,7 +3,7 @@
 #include "platform/foundation/NSRegularExpression.h"
 #include "platform/foundation/NSString.h"
 #include "platform/objc/Message.h"
-#include "platform/objc/NSException.h"
+#include "platform/uikit/UIView.h"
 
 namespace lumora {
 
@@ -27,11 +27,6 @@ Value answerOf(Object* receiver, std::string_view selector)
         : Value {};
 }
 
-std::string textOr(const Value& value, const char* fallback)
-{
-    return value.isString() ? *value.string() : fallback;
-}
-
 } // namespace
 
 bool isKindOfClassNamed(const Object* object, std::string_view name)
@@ -39,7 +34,7 @@ bool isKindOfClassNamed(const Object* object, std::string_view name)
     return isKindOfClass(object, NSClassFromString(name));
 }
 
-Value getValueFromObject(const Object* object, std::initializer_list<const char*> keyPathes)
+Value getValueFromObject(const Object* object, const KeyPaths& keyPathes)
 {
     if (!object)
         return {};
@@ -51,39 +46,95 @@ Value getValueFromObject(const Object* object, std::initializer_list<const char*
     return {};
 }
 
-std::string textFromObject(const Object* object, std::initializer_list<const char*> keyPathes)
+Value readKeyPath(const Value& root, const std::string& keyPath)
 {
-    return getValueFromObject(object, keyPathes).stringOrEmpty();
+    return readGuarded([&] { return valueForKeyPath(root, keyPath); });
 }
 
-std::string versionFromClass(
-    std::initializer_list<const char*> classNames, std::string_view selector, const char* fallback)
+std::string textOf(const Value& value, Numbers numbers)
 {
-    for (const char* name : classNames) {
-        if (Class cls = NSClassFromString(name))
-            return textOr(answerOf(cls, selector), fallback);
+    if (numbers == Numbers::AreNoText || !value.isNumber())
+        return value.stringOrEmpty();
+    return numbers == Numbers::AsInteger ? std::to_string(value.integerValue()) : value.description();
+}
+
+std::string textFromObject(const Object* object, const KeyPaths& keyPathes, Numbers numbers)
+{
+    return textOf(getValueFromObject(object, keyPathes), numbers);
+}
+
+std::string Version::read() const
+{
+    for (const char* name : classes) {
+        Class cls = NSClassFromString(name);
+        if (!cls)
+            continue;
+        const Value made = *instance ? answerOf(cls, instance) : Value {};
+        const std::shared_ptr<Object> object = made.object();
+        const Value answer = answerOf(*instance ? object.get() : cls, selector);
+        return answer.isString() ? *answer.string() : fallback;
     }
     return fallback;
 }
 
-std::string versionFromInstance(
-    const char* className, std::string_view instanceSelector, std::string_view selector, const char* fallback)
+id superviewOf(id adView)
 {
-    const Value instance = answerOf(NSClassFromString(className), instanceSelector);
-    return textOr(answerOf(instance.object().get(), selector), fallback);
+    const auto* view = as<UIView>(adView);
+    return view ? view->superview() : nullptr;
 }
 
-std::optional<std::string> digitsAfterPrefix(
-    std::string_view text, std::initializer_list<const char*> prefixes)
+ReadFromView from(id (*start)(id adView), KeyPaths keyPathes, Numbers numbers)
 {
-    for (const char* prefix : prefixes) {
-        const auto pattern
-            = NSRegularExpression::regularExpressionWithPattern(stringWithFormat("%@\\d+", { prefix }), true);
-        const auto match = pattern ? pattern->firstMatchInString(text) : std::nullopt;
-        if (match)
-            return match->text.substr(std::string_view(prefix).size());
+    return [=](id adView) { return textFromObject(start(adView), keyPathes, numbers); };
+}
+
+ReadFromView fromView(KeyPaths keyPathes, Numbers numbers)
+{
+    return from([](id adView) { return adView; }, std::move(keyPathes), numbers);
+}
+
+ReadFromView fromSuperview(KeyPaths keyPathes, Numbers numbers)
+{
+    return from(&superviewOf, std::move(keyPathes), numbers);
+}
+
+ReadFromView fromNextResponder(KeyPaths keyPathes)
+{
+    return from(
+        [](id adView) -> id {
+            auto* view = as<UIResponder>(adView);
+            return view ? send(view, sel::nextResponder) : nullptr;
+        },
+        std::move(keyPathes));
+}
+
+ReadFromBoth fromSupportObject(KeyPaths keyPathes, Numbers numbers)
+{
+    return [=](id, id supportObject) { return textFromObject(supportObject, keyPathes, numbers); };
+}
+
+std::optional<std::string> firstMatch(std::string_view text, std::string_view pattern, bool caseInsensitive)
+{
+    const auto compiled = NSRegularExpression::regularExpressionWithPattern(pattern, caseInsensitive);
+    const auto match = compiled ? compiled->firstMatchInString(text) : std::nullopt;
+    return match ? std::optional(match->text) : std::nullopt;
+}
+
+std::optional<std::string> textAfterPrefix(
+    std::string_view text, const std::vector<std::string>& prefixes, std::string_view rest)
+{
+    for (const std::string& prefix : prefixes) {
+        // The match may differ from the prefix in letter case, hence in bytes: its length is counted in
+        // units.
+        if (const auto match = firstMatch(text, prefix + std::string { rest }))
+            return match->substr(prefixOfUTF16Length(*match, utf16Length(prefix)).size());
     }
     return std::nullopt;
+}
+
+std::optional<std::string> digitsAfterPrefix(std::string_view text, const std::vector<std::string>& prefixes)
+{
+    return textAfterPrefix(text, prefixes, "\\d+");
 }
 
 } // namespace lumora

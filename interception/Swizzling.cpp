@@ -98,11 +98,19 @@ const RegisteredCategory registered { &NSObject::classDescription, &swizzlingCat
 
 } // namespace
 
-void installHooks(std::initializer_list<Hook> hooks)
+void installHooks(const std::vector<Hook>& hooks)
 {
-    for (const Hook& hook : hooks)
-        send(NSClassFromString(hook.className), sel::swizzle, sel_registerName(hook.selector),
-            hook.replacement, hook.store);
+    bool installed = false;
+    for (const Hook& hook : hooks) {
+        using Kind = Hook::Kind;
+        const bool isOtherwise
+            = hook.kind == Kind::MethodOtherwise || hook.kind == Kind::ClassMethodOtherwise;
+        if (isOtherwise && installed)
+            continue;
+        const bool isClassMethod = hook.kind == Kind::ClassMethod || hook.kind == Kind::ClassMethodOtherwise;
+        installed = send(NSClassFromString(hook.className), isClassMethod ? sel::classSwizzle : sel::swizzle,
+            sel_registerName(hook.selector), hook.replacement, hook.store);
+    }
 }
 
 } // namespace lumora

@@ -15,13 +15,21 @@ inline constinit const TypedSelector<void()> load { "load" };
 
 /// One hook: which method of which class, and what stands in for it.
 struct Hook {
+    enum class Kind {
+        Method,
+        ClassMethod,
+        /// Only installed when the hook before it could not be: another name of the same moment.
+        MethodOtherwise,
+        ClassMethodOtherwise,
+    };
     const char* className;
     const char* selector;
     IMP replacement;
     SlotBase* store;
+    Kind kind { Kind::Method };
 };
 
 /// Installs hooks in order. A class that is absent, or lacks the method, is passed over in silence.
-void installHooks(std::initializer_list<Hook> hooks);
+void installHooks(const std::vector<Hook>& hooks);
 
 } // namespace lumora

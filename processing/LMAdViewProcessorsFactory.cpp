@@ -87,7 +87,7 @@ const char* matchForMoPub(const Object* delegate)
 {
     if (!isKindOfClassNamed(delegate, "MPWebView"))
         return nullptr;
-    switch (integerOf(getValueFromObject(delegate, { "_delegate._configuration._adType" }))) {
+    switch (integerOf(getValueFromObject(delegate, "_delegate._configuration._adType"))) {
     case 0:
         return "LMMoPubBannerProcessor";
     case 1:
@@ -99,7 +99,7 @@ const char* matchForMoPub(const Object* delegate)
 
 std::string classNameAt(const Object* object, const char* keyPath)
 {
-    return object_getClassName(getValueFromObject(object, { keyPath }).object().get());
+    return object_getClassName(getValueFromObject(object, keyPath).object().get());
 }
 
 // A Google web view sits inside the banner or interstitial that decides; one that stands alone is told by its

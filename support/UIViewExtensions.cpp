@@ -1,7 +1,9 @@
 #include "support/UIViewExtensions.h"
 
+#include "platform/avfoundation/AVPlayerLayer.h"
 #include "platform/uikit/UIApplication.h"
 #include "platform/uikit/UIColor.h"
+#include "platform/uikit/UIImageView.h"
 #include "platform/uikit/UINavigationController.h"
 #include "platform/uikit/UIScreen.h"
 #include "platform/uikit/UISplitViewController.h"
@@ -11,6 +13,7 @@
 #include "platform/uikit/UIViewDrawing.h"
 #include "platform/uikit/UIWindow.h"
 #include "platform/webkit/WKWebView.h"
+#include "support/UIImageExtensions.h"
 
 namespace lumora {
 
@@ -19,7 +22,30 @@ UIImage takeScreenshot(UIView& view)
     return takeImageOfView(view, view.bounds().size, UIScreen::mainScreen().scale());
 }
 
-std::shared_ptr<UIView> getVideoScreenshotView(UIView& view) { return retain(&view); }
+static UIImage frameOfPlayingVideo(CALayer& layer)
+{
+    const auto* const video = as<AVPlayerLayer>(&layer);
+    if (video && video->player() && video->player()->currentItem())
+        return imageWithAVPlayerItem(video->player()->currentItem());
+    for (const std::shared_ptr<CALayer>& sublayer : layer.sublayers()) {
+        UIImage frame = frameOfPlayingVideo(*sublayer);
+        if (!frame.isNull())
+            return frame;
+    }
+    return {};
+}
+
+std::shared_ptr<UIView> getVideoScreenshotView(UIView& view)
+{
+    UIImage frame = frameOfPlayingVideo(view.layer());
+    // A video that has shown nothing yet leaves the view itself, which is more than no picture.
+    if (frame.isNull())
+        return retain(&view);
+    auto imageView = make<UIImageView>();
+    imageView->setFrame({ {}, frame.size() });
+    imageView->setImage(std::move(frame));
+    return imageView;
+}
 
 std::shared_ptr<WKWebView> getWebView(UIView& view)
 {

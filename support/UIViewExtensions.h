@@ -19,7 +19,8 @@ struct UIColor;
 
 /// The view's hierarchy as it will look after pending updates, at the size of its bounds.
 UIImage takeScreenshot(UIView& view);
-/// The view to photograph for a report.
+/// The view to photograph for a report: for a view that plays a video, anywhere in its tree of layers, a new
+/// image view of the picture the video is at; else the view itself.
 std::shared_ptr<UIView> getVideoScreenshotView(UIView& view);
 
 /// The first web view below, depth first; null when there is none.

@@ -30,11 +30,22 @@ public:
         ClassDescription description;
         description.m_name = std::move(name);
         if constexpr (!std::is_void_v<Super>)
-            description.m_super = &Super::classDescription;
+            description.m_super = &Super::classDescription();
         if constexpr (std::is_default_constructible_v<T> && !std::is_abstract_v<T>)
             // Two allocations: weak tables outlive objects, and must not keep their memory.
             description.m_instantiate
                 = [] { return std::static_pointer_cast<Object>(std::shared_ptr<T>(new T)); };
+        return description;
+    }
+
+    /// The description of a class without C++ of its own, under a described one that outlives it: its objects
+    /// are of the superclass's C++ type.
+    static ClassDescription named(std::string name, const ClassDescription& super)
+    {
+        ClassDescription description;
+        description.m_name = std::move(name);
+        description.m_super = &super;
+        description.m_instantiate = super.m_instantiate;
         return description;
     }
 
@@ -44,6 +55,7 @@ public:
     template <auto Function> ClassDescription& classMethod(SEL selector);
     /// Adds an implementation that is already erased.
     ClassDescription& method(SEL selector, const IMP& implementation);
+    ClassDescription& classMethod(SEL selector, const IMP& implementation);
     ClassDescription& protocol(std::string name);
     /// Declares a variable for key-value coding: a data member holding text, numbers, `Value`, or a shared or
     /// weak pointer.
@@ -51,7 +63,7 @@ public:
     ClassDescription& variable(std::string name, Getter get, Setter set = nullptr);
 
     const std::string& name() const { return m_name; }
-    const ClassDescription* superDescription() const { return m_super ? &m_super() : nullptr; }
+    const ClassDescription* superDescription() const { return m_super; }
     Instantiate instantiate() const { return m_instantiate; }
     const std::vector<Entry>& methods() const { return m_methods; }
     const std::vector<Entry>& classMethods() const { return m_classMethods; }
@@ -60,7 +72,7 @@ public:
 
 private:
     std::string m_name;
-    const ClassDescription& (*m_super)() { nullptr };
+    const ClassDescription* m_super { nullptr };
     Instantiate m_instantiate { nullptr };
     std::vector<Entry> m_methods;
     std::vector<Entry> m_classMethods;
@@ -71,6 +83,12 @@ private:
 /// Makes a described class findable by name. One static object beside each class's description.
 struct RegisteredClass {
     explicit RegisteredClass(const ClassDescription& (*description)());
+};
+
+/// The same for descriptions that are made from a table when the first process looks a class up. They are
+/// never destroyed.
+struct RegisteredClasses {
+    explicit RegisteredClasses(std::function<std::vector<const ClassDescription*>()> descriptions);
 };
 
 /// Methods that another module adds to a described class, as a category does: they stand before the class's

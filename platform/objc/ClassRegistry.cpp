@@ -13,6 +13,7 @@ using DescriptionFunction = const ClassDescription& (*)();
 // What the program's static objects declared; complete before any process looks.
 struct Declarations {
     std::vector<DescriptionFunction> classes;
+    std::vector<std::function<std::vector<const ClassDescription*>()>> tables;
     std::vector<std::pair<DescriptionFunction, ClassDescription (*)()>> categories;
 };
 Declarations& declarations()
@@ -27,6 +28,10 @@ const std::unordered_map<std::string_view, const ClassDescription*>& describedCl
         auto* table = new std::unordered_map<std::string_view, const ClassDescription*>;
         for (DescriptionFunction describe : declarations().classes)
             table->emplace(describe().name(), &describe());
+        for (const auto& describeAll : declarations().tables) {
+            for (const ClassDescription* description : describeAll())
+                table->emplace(description->name(), description);
+        }
         return table;
     }();
     return byName;
@@ -50,6 +55,11 @@ RegisteredClass::RegisteredClass(DescriptionFunction description)
     declarations().classes.push_back(description);
 }
 
+RegisteredClasses::RegisteredClasses(std::function<std::vector<const ClassDescription*>()> descriptions)
+{
+    declarations().tables.push_back(std::move(descriptions));
+}
+
 RegisteredCategory::RegisteredCategory(DescriptionFunction extended, ClassDescription (*additions)())
 {
     declarations().categories.emplace_back(extended, additions);
@@ -58,6 +68,12 @@ RegisteredCategory::RegisteredCategory(DescriptionFunction extended, ClassDescri
 ClassDescription& ClassDescription::method(SEL selector, const IMP& implementation)
 {
     m_methods.push_back({ selector, implementation });
+    return *this;
+}
+
+ClassDescription& ClassDescription::classMethod(SEL selector, const IMP& implementation)
+{
+    m_classMethods.push_back({ selector, implementation });
     return *this;
 }
 

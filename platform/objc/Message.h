@@ -86,6 +86,7 @@ auto sendSuper(Class current, Object* receiver, const TypedSelector<F>& selector
 
 namespace sel {
 inline constinit const TypedSelector<id()> init { "init" };
+inline constinit const TypedSelector<std::shared_ptr<Object>()> newInstance { "new" };
 inline constinit const TypedSelector<Value(std::string)> valueForUndefinedKey { "valueForUndefinedKey:" };
 } // namespace sel
 

@@ -32,10 +32,19 @@ SideTable& sideTable(Object& object)
 
 Object::~Object() { delete m_sideTable.load(std::memory_order_acquire); }
 
+std::shared_ptr<Object> NSObject::newInstance(Class self)
+{
+    auto object = class_createInstance(self);
+    send(object, sel::init);
+    return object;
+}
+
 const ClassDescription& NSObject::classDescription()
 {
-    static const auto& description = *new ClassDescription(
-        ClassDescription::of<NSObject, void>("NSObject").method<&NSObject::init>(sel::init));
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<NSObject, void>("NSObject")
+                                    .method<&NSObject::init>(sel::init)
+                                    .classMethod<&NSObject::newInstance>(sel::newInstance));
     return description;
 }
 static const RegisteredClass registeredNSObject { &NSObject::classDescription };
@@ -68,6 +77,17 @@ static std::optional<Value> runTimeVariable(const Object& object, std::string_vi
 Value object_getInstanceVariable(const Object& object, std::string_view name)
 {
     return runTimeVariable(object, name).value_or(Value {});
+}
+
+std::vector<Value> object_copyInstanceVariables(const Object& object)
+{
+    std::vector<Value> values;
+    if (SideTable* table = existingSideTable(object)) {
+        Locker hold(table->lock);
+        for (const auto& [name, value] : table->variables)
+            values.push_back(value);
+    }
+    return values;
 }
 
 void objc_setAssociatedObject(Object& object, const void* key, Value value)
@@ -133,6 +153,8 @@ std::optional<Value> callAccessor(id receiver, Method method)
         return Value { call(static_cast<int64_t*>(nullptr)) };
     if (is(methodEncoding<int>()))
         return Value { call(static_cast<int*>(nullptr)) };
+    if (is(methodEncoding<float>()))
+        return Value { call(static_cast<float*>(nullptr)) };
     if (is(methodEncoding<double>()))
         return Value { call(static_cast<double*>(nullptr)) };
     return std::nullopt;

@@ -68,6 +68,8 @@ public:
     static const ClassDescription& classDescription();
     /// The designated initialiser of the root: answers the receiver.
     id init() { return this; }
+    /// `new`: allocates an instance of the receiver and sends `init`.
+    static std::shared_ptr<Object> newInstance(Class self);
 };
 
 /// The root class of stand-ins that forward what they do not answer.
@@ -81,6 +83,9 @@ public:
 void object_setInstanceVariable(Object& object, std::string_view name, Value value);
 /// The variable, or nothing.
 Value object_getInstanceVariable(const Object& object, std::string_view name);
+
+/// The values of all variables added at run time, in the order of their names.
+std::vector<Value> object_copyInstanceVariables(const Object& object);
 
 /// Ties a value to an object under the address of a static; `Value {}` removes it. Released with the object.
 void objc_setAssociatedObject(Object& object, const void* key, Value value);

@@ -55,6 +55,12 @@ void CALayer::setBounds(const CGRect& bounds)
     m_boundsOrigin = bounds.origin;
 }
 
+void CALayer::drawInContext(CGContext& context, CGSize size) const
+{
+    if (!m_contents.isNull())
+        context.drawImage(m_contents, { {}, size });
+}
+
 UIView* CALayer::view() const { return m_view.lock().get(); }
 
 std::vector<std::shared_ptr<CALayer>> CALayer::sublayersInDrawingOrder() const

@@ -8,6 +8,7 @@
 
 namespace lumora {
 
+class CGContext;
 class UIView;
 
 /// A rectangle that is drawn: what a view shows, or a part of it. Frames are in points of the layer above. A
@@ -45,6 +46,8 @@ public:
     /// Only what lies inside the mask's path, or its frame when it has none, is drawn.
     const std::shared_ptr<CALayer>& mask() const { return m_mask; }
     void setMask(std::shared_ptr<CALayer> mask) { m_mask = std::move(mask); }
+    /// Draws the layer's own content over its background, at the size it shows at; the origin is its corner.
+    virtual void drawInContext(CGContext& context, CGSize size) const;
 
     /// In order of insertion, those of subviews included.
     std::vector<std::shared_ptr<CALayer>> sublayers() const { return m_sublayers; }

@@ -79,8 +79,7 @@ private:
             = m_presentation ? layer.presentationBackgroundColor() : layer.backgroundColor();
         if (background && background->alpha > 0)
             m_context.fillPath(outline, *background);
-        if (!layer.contents().isNull())
-            m_context.drawImage(layer.contents(), { {}, size });
+        layer.drawInContext(m_context, size);
         if (const auto* const shape = as<CAShapeLayer>(&layer))
             m_context.fillPath(pathOf(*shape), shape->fillColor());
         const auto view = retain(layer.view());

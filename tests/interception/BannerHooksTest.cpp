@@ -1,5 +1,3 @@
-#include "interception/TDMetaclass_AdMobV42.h"
-#include "interception/TDMetaclass_MoPub.h"
 #include "interception/TDMetadataClassProtocol.h"
 #include "platform/webkit/WKWebView.h"
 #include "simulator/networks/StandIn.h"
@@ -87,8 +85,8 @@ std::string googleCreativeId(const std::string& debugText)
     auto protection = standInObject("P", { { "_debugDialogString", debugText } });
     auto delegate = standInObject("D", { { "_clickProtection", protection } });
     auto support = standInObject("S", { { "_delegate", delegate } });
-    return send(classOf<TDMetaclass_AdMobV42_banner>(), sel::getCreativeIDWithObject_withSupportObject,
-        static_cast<id>(nullptr), support);
+    return send(NSClassFromString("TDMetaclass_AdMobV42_banner"),
+        sel::getCreativeIDWithObject_withSupportObject, static_cast<id>(nullptr), support);
 }
 
 TEST(GoogleMetadataTest, CreativeIdsOutOfTheDebugText)
@@ -104,15 +102,16 @@ TEST(GoogleMetadataTest, CreativeIdsOutOfTheDebugText)
     };
     for (const auto& [text, creativeId] : rows)
         EXPECT_EQ(googleCreativeId(text), creativeId) << text;
-    EXPECT_EQ(send(classOf<TDMetaclass_AdMobV42_banner>(), sel::getCreativeIDWithObject_withSupportObject,
-                  static_cast<id>(nullptr), static_cast<id>(nullptr)),
+    EXPECT_EQ(
+        send(NSClassFromString("TDMetaclass_AdMobV42_banner"), sel::getCreativeIDWithObject_withSupportObject,
+            static_cast<id>(nullptr), static_cast<id>(nullptr)),
         "");
 }
 
 TEST(GoogleMetadataTest, VersionsWithAndWithoutTheirClasses)
 {
     Phone phone { {} };
-    const Class metaclass = classOf<TDMetaclass_AdMobV42_banner>();
+    const Class metaclass = NSClassFromString("TDMetaclass_AdMobV42_banner");
     EXPECT_EQ(send(metaclass, sel::getVersion), "version param is not available");
     static const auto seven = +[](id, SEL) { return std::string { "7.0" }; };
     static const auto eight = +[](id, SEL) { return std::string { "8.0" }; };
@@ -120,7 +119,8 @@ TEST(GoogleMetadataTest, VersionsWithAndWithoutTheirClasses)
     EXPECT_EQ(send(metaclass, sel::getVersion), "7.0");
     ClassBuilder("GADORequest", classOf<NSObject>()).classMethod("sdkVersion"_sel, eight);
     EXPECT_EQ(send(metaclass, sel::getVersion), "8.0");
-    EXPECT_EQ(send(classOf<TDMetaclass_MoPub_banner>(), sel::getVersion), "version param is not available");
+    EXPECT_EQ(send(NSClassFromString("TDMetaclass_MoPub_banner"), sel::getVersion),
+        "version param is not available");
 }
 
 TEST(GoogleMetadataTest, AmazonsBidIsKnownByAllItsKeys)
@@ -131,12 +131,13 @@ TEST(GoogleMetadataTest, AmazonsBidIsKnownByAllItsKeys)
     const auto infoFor = [](const NSDictionary& entries) {
         const auto view = standInObject(
             "V", { { "_lastRequest", standInObject("R", { { "_customTargeting", entries } }) } });
-        return send(classOf<TDMetaclass_DFPV42_banner>(), sel::getOtherInfoForView, view);
+        return send(NSClassFromString("TDMetaclass_DFPV42_banner"), sel::getOtherInfoForView, view);
     };
     EXPECT_EQ(infoFor(targeting), (Value { NSDictionary { { "DTB(Amazon)", "" } } }));
     targeting.remove("dc");
     EXPECT_TRUE(infoFor(targeting).isNothing());
-    EXPECT_TRUE(send(classOf<TDMetaclass_DFPV42_banner>(), sel::getOtherInfoForView, static_cast<id>(nullptr))
+    EXPECT_TRUE(send(
+        NSClassFromString("TDMetaclass_DFPV42_banner"), sel::getOtherInfoForView, static_cast<id>(nullptr))
                     .isNothing());
 }
 

@@ -1,7 +1,6 @@
 #include "interception/WKWebViewSwizzling.h"
 
 #include "core/TDActivationManager.h"
-#include "interception/TDMetaclass_MoPub.h"
 #include "interception/TDMetadataClassesFactory.h"
 #include "platform/dispatch/Executor.h"
 #include "processing/ProxyDelegate.h"
@@ -403,9 +402,8 @@ TEST_F(WKWebViewSwizzlingTest, TheDelegatesOfSomeNetworksBringAButton)
     for (const auto& [kind, metaclass] : rows) {
         const auto child = alloc<Object>(
             ClassBuilder(std::string { "Sub" } + kind, standInClass(kind, classOf<NSObject>())).build());
-        EXPECT_EQ(TDMetadataClassesFactory::getMetadataClassForObject(nullptr, child.get()), nullptr);
-        if (metaclass)
-            ClassBuilder(metaclass, classOf<TDMetaclass_MoPub_banner>());
+        EXPECT_EQ(TDMetadataClassesFactory::getMetadataClassForObject(nullptr, child.get()),
+            metaclass ? NSClassFromString(metaclass) : nullptr);
         const auto view = creativeView("<h1>Ad</h1>", { 300, 250 });
         world.phone.content().addSubview(view);
         EXPECT_EQ(set(view, child), object_getClassName(child.get()));

@@ -1,5 +1,4 @@
 #include "core/TDActivationManager.h"
-#include "interception/TDMetaclass_MoPub.h"
 #include "interception/TDMetadataClassProtocol.h"
 #include "lumora/LMReportButtonHelper.h"
 #include "lumora/ReportButtonDelegate.h"

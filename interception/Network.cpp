@@ -1,0 +1,128 @@
+#include "interception/Network.h"
+
+#include <unordered_map>
+
+namespace lumora {
+
+namespace {
+
+// By the name of the class. Filled while the descriptions are made, before any process has one of the
+// classes.
+std::unordered_map<std::string_view, const MetadataClass*>& rows()
+{
+    static auto& all = *new std::unordered_map<std::string_view, const MetadataClass*>;
+    return all;
+}
+std::unordered_map<std::string_view, const Network*>& networks()
+{
+    static auto& all = *new std::unordered_map<std::string_view, const Network*>;
+    return all;
+}
+
+bool isSet(const char* text) { return text; }
+template <typename T> bool isSet(const std::optional<T>& value) { return value.has_value(); }
+template <typename... T> bool isSet(const std::variant<T...>& value) { return value.index() != 0; }
+template <typename R> bool isSet(R (*function)(id)) { return function; }
+
+/// The row that answers an operation of a class: its own, or that of the nearest class above which has one.
+template <auto Field> const auto& answering(Class self)
+{
+    for (Class cls = self; cls; cls = cls->superclass()) {
+        const auto row = rows().find(cls->name());
+        if (row != rows().end() && isSet(row->second->*Field))
+            return row->second->*Field;
+    }
+    throw NSException(NSInvalidArgumentException, NSStringFromClass(self) + " has no such answer");
+}
+
+std::string sdkName(Class self) { return answering<&MetadataClass::sdkName>(self); }
+std::string version(Class self) { return answering<&MetadataClass::version>(self)->read(); }
+std::string adType(Class self) { return answering<&MetadataClass::adType>(self); }
+int64_t adFormatId(Class self) { return *answering<&MetadataClass::adFormatId>(self); }
+std::shared_ptr<Object> screenshotView(Class self, id adView)
+{
+    return answering<&MetadataClass::screenshotView>(self)(adView);
+}
+template <auto Field> auto fromAdView(Class self, id adView)
+{
+    return std::get<1>(answering<Field>(self))(adView);
+}
+template <auto Field> auto fromAdViewAndObject(Class self, id adView, id supportObject)
+{
+    return std::get<2>(answering<Field>(self))(adView, supportObject);
+}
+
+/// Adds the operation of the form that a row gives a reader for.
+template <auto Field, typename Plain, typename Both>
+void addReader(ClassDescription& description, const MetadataClass& row, const Plain& plain, const Both& both)
+{
+    if ((row.*Field).index() == 1)
+        description.classMethod<&fromAdView<Field>>(plain);
+    else if ((row.*Field).index() == 2)
+        description.classMethod<&fromAdViewAndObject<Field>>(both);
+}
+
+ClassDescription describe(const MetadataClass& row, const ClassDescription& base)
+{
+    ClassDescription description = ClassDescription::named(row.name, base);
+    if (row.sdkName)
+        description.classMethod<&sdkName>(sel::getSDKName);
+    if (row.version)
+        description.classMethod<&version>(sel::getVersion);
+    if (row.adType)
+        description.classMethod<&adType>(sel::adType);
+    addReader<&MetadataClass::creativeId>(
+        description, row, sel::getCreativeIDWithObject, sel::getCreativeIDWithObject_withSupportObject);
+    addReader<&MetadataClass::placementId>(
+        description, row, sel::getPlacementIDWithObject, sel::getPlacementIDWithObject_withSupportObject);
+    addReader<&MetadataClass::otherInfo>(
+        description, row, sel::getOtherInfoForView, sel::getOtherInfoForView_andForSupportObject);
+    if (row.screenshotView)
+        description.classMethod<&screenshotView>(sel::getOtherViewForScreenshotWithView);
+    if (row.adFormatId)
+        description.classMethod<&adFormatId>(sel::getAdFormatId);
+    description.protocol(TDMetadataClassProtocol);
+    for (const char* protocol : row.protocols)
+        description.protocol(protocol);
+    for (const auto& [selector, implementation] : row.operations)
+        description.classMethod(selector, implementation);
+    return description;
+}
+
+void swizzleMethods(Class self)
+{
+    const auto network = networks().find(self->name());
+    if (network != networks().end())
+        installHooks(network->second->hooks);
+}
+
+std::vector<const ClassDescription*> describe(const Network& network)
+{
+    std::vector<const ClassDescription*> descriptions;
+    std::unordered_map<std::string_view, const ClassDescription*> byName;
+    for (const MetadataClass& row : network.metadataClasses) {
+        const ClassDescription& base = row.base ? *byName.at(row.base) : NSObject::classDescription();
+        descriptions.push_back(new ClassDescription(describe(row, base)));
+        byName.emplace(row.name, descriptions.back());
+        rows().emplace(row.name, &row);
+    }
+    if (network.swizzler) {
+        auto* swizzler
+            = new ClassDescription(ClassDescription::named(network.swizzler, NSObject::classDescription())
+                                       .classMethod<&swizzleMethods>(sel::swizzleMethods));
+        for (const auto& [selector, implementation] : network.operations)
+            swizzler->classMethod(selector, implementation);
+        descriptions.push_back(swizzler);
+        networks().emplace(network.swizzler, &network);
+    }
+    return descriptions;
+}
+
+} // namespace
+
+RegisteredNetwork::RegisteredNetwork(const Network& (*network)())
+{
+    const RegisteredClasses registered { [network] { return describe(network()); } };
+}
+
+} // namespace lumora

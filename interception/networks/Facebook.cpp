@@ -1,0 +1,113 @@
+// Facebook Audience Network: banners (met by their web view's delegate), interstitials and native ads.
+
+#include "interception/CreativeView.h"
+#include "interception/Network.h"
+#include "platform/process/ProcessLocal.h"
+#include "support/Guarded.h"
+
+// Where the event manager keeps the identifier of its session; differs from release to release.
+#ifndef LUMORA_FACEBOOK_SESSION_KEY_PATH
+#define LUMORA_FACEBOOK_SESSION_KEY_PATH "_sessionID"
+#endif
+
+namespace lumora {
+
+namespace {
+
+/// The network tells no creative ID; the session stands in for it. Written on the network's own thread.
+struct Session {
+    Lock lock;
+    Value id LUMORA_GUARDED_BY(lock);
+};
+ProcessLocal<Session> s_session;
+
+void setSessionId(id, SEL, const Value& sessionId)
+{
+    Session& session = s_session.get();
+    Value stored = sessionId;
+    Locker hold(session.lock);
+    std::swap(session.id, stored);
+}
+
+Value getSessionId(id, SEL)
+{
+    Session& session = s_session.get();
+    Locker hold(session.lock);
+    return session.id;
+}
+
+std::string creativeId(id) { return textOf(getSessionId(nullptr, nullptr)); }
+
+Slot<void(id, SEL)> beforeSessionIdIMP;
+void lumora_beforeSessionId(id self, SEL _cmd)
+{
+    guardedHook(self, [&] {
+        send<void>(NSClassFromString("TDMetaclass_Facebook_banner"), "setSessionId:"_sel,
+            getValueFromObject(self, LUMORA_FACEBOOK_SESSION_KEY_PATH));
+    });
+    beforeSessionIdIMP(self, _cmd);
+}
+
+Slot<void(id, SEL)> interstitialVCLoadIMP;
+void lumora_interstitialVCloadAd2(id self, SEL _cmd)
+{
+    guardedHook(
+        self, [&] { attachReportButtonToAd(self, AdMoment::Shown, "TDMetaclass_Facebook_interstitial"); });
+    interstitialVCLoadIMP(self, _cmd);
+}
+
+Slot<void(id, SEL, id)> nativeDidLoadIMP;
+void lumora_fbnative_didload(id self, SEL _cmd, id nativeAdView)
+{
+    guardedHook(self, [&] { attachReportButton(nativeAdView, "TDMetaclass_Facebook_native", retain(self)); });
+    nativeDidLoadIMP(self, _cmd, nativeAdView);
+}
+
+const Network& network()
+{
+    static const auto& facebook = *new Network {
+        .swizzler = "TDFacebookSwizzler",
+        .hooks = {
+            { "FBAdEventManager", "dispatchEventsImmediately", &lumora_beforeSessionId, &beforeSessionIdIMP },
+            { "FBDisplayAdController", "notifyAdViewPresented", &lumora_interstitialVCloadAd2,
+                &interstitialVCLoadIMP },
+            { "FBNativeAdBase", "setNativeAdView:", &lumora_fbnative_didload, &nativeDidLoadIMP },
+        },
+        .metadataClasses = {
+            {
+                .name = "TDMetaclass_Facebook_banner",
+                .sdkName = "Facebook",
+                .adType = "banner",
+                .version = Version { .classes = { "FBAudienceNetwork" }, .selector = "FB_AD_SDK_VERSION" },
+                .creativeId = &creativeId,
+                .placementId = fromSuperview({
+                    "_delegate._delegate._placementID",
+                    "_delegate._placementID",
+                    "_delegate._delegate._delegate._delegate._placementID",
+                }),
+                .operations = {
+                    { "setSessionId:"_sel, &setSessionId },
+                    { "getSessionId"_sel, &getSessionId },
+                },
+            },
+            {
+                .name = "TDMetaclass_Facebook_interstitial",
+                .base = "TDMetaclass_Facebook_banner",
+                .adType = "interstitial",
+                .placementId = fromView({ "_delegate._delegate._placementID" }),
+            },
+            {
+                .name = "TDMetaclass_Facebook_native",
+                .base = "TDMetaclass_Facebook_banner",
+                .adType = "native",
+                .placementId = fromSupportObject({ "_placementID" }),
+            },
+        },
+    };
+    return facebook;
+}
+const RegisteredNetwork registered { &network };
+
+} // namespace
+
+} // namespace lumora

@@ -1,0 +1,216 @@
+// AdMob and Google Ad Manager ("DFP"): banners, interstitials and native ads.
+
+#include "interception/CreativeView.h"
+#include "interception/Network.h"
+#include "platform/foundation/NSString.h"
+#include "platform/process/ProcessLocal.h"
+#include "support/Guarded.h"
+
+#include <algorithm>
+
+namespace lumora {
+
+namespace {
+
+/// The headers of the last answer to a request for native ads: which creatives it brought. Written on the
+/// network's own queue.
+struct LastNativeAnswer {
+    Lock lock;
+    NSDictionary ad LUMORA_GUARDED_BY(lock);
+};
+ProcessLocal<LastNativeAnswer> s_lastNativeAnswer;
+
+Value getAd()
+{
+    LastNativeAnswer& last = s_lastNativeAnswer.get();
+    Locker hold(last.lock);
+    return last.ad.empty() ? Value {} : Value { last.ad };
+}
+
+// AdMob's own classes carry its prefix; Ad Manager's subclasses do not. A test on the name, kept: a subclass
+// of the host's own counts as Ad Manager.
+bool isAdMob(const Object* receiver)
+{
+    return object_getClassName(receiver).find("GAD") != std::string::npos;
+}
+
+Slot<void(id, SEL, id)> bannerShowIMP;
+void lumora_bannerShowOctagon(id self, SEL _cmd, id ad)
+{
+    guardedHook(self, [&] {
+        const Value support
+            = getValueFromObject(self, "_bannerView._bannerAd._adView._view._view._viewToSwap");
+        const Value webView
+            = getValueFromObject(self, "_bannerView._bannerAd._adView._view._view._viewToSwap._webView");
+        attachReportButton(webView.object(),
+            isAdMob(self) ? "TDMetaclass_AdMobV42_banner" : "TDMetaclass_DFPV42_banner", support.object());
+    });
+    bannerShowIMP(self, _cmd, ad);
+}
+
+Slot<void(id, SEL, id)> interstitialLoadIMP;
+void lumora_interstitialAdLoadFailedWithErrorOctagon(id self, SEL _cmd, id error)
+{
+    guardedHook(self, [&] {
+        attachReportButtonToAd(self, AdMoment::Loaded,
+            isAdMob(self) ? "TDMetaclass_AdMobV42_interstitial" : "TDMetaclass_DFPV42_interstitial",
+            retain(self));
+    });
+    interstitialLoadIMP(self, _cmd, error);
+}
+
+std::string adUnitIdOf(id nativeAd)
+{
+    const Value monitors = getValueFromObject(nativeAd, "_internalNativeAd._monitors");
+    for (const Value& monitor : monitors.array() ? *monitors.array() : NSArray {}) {
+        const auto object = monitor.object();
+        if (isKindOfClassNamed(object.get(), "GADAdExposureMonitor"))
+            return textFromObject(object.get(), { "_adUnitID" });
+    }
+    return "";
+}
+
+Slot<void(id, SEL, id)> setNativeAdIMP;
+void lumora_nativeWillPresent(id self, SEL _cmd, id nativeAd)
+{
+    guardedHook(self, [&] {
+        const Value webView = getValueFromObject(
+            nativeAd, "_internalNativeAd._nativeAdContext._context._webViewController._webView");
+        const bool isAdMobUnit = adUnitIdOf(nativeAd).find("ca-app-pub") != std::string::npos;
+        attachReportButton(
+            webView.object(), isAdMobUnit ? "TDMetaclass_AdMobV42_native" : "TDMetaclass_DFPV42_native");
+    });
+    setNativeAdIMP(self, _cmd, nativeAd);
+}
+
+bool holdsNative(const Value& adTypes)
+{
+    if (const NSArray* types = adTypes.array())
+        return std::any_of(types->begin(), types->end(), &holdsNative);
+    return adTypes.stringOrEmpty().find("native") != std::string::npos;
+}
+
+// Of the headers, "x-afma-debug-dialog" and "x-afma-auto-protection-configuration" name the creatives.
+Slot<void(id, SEL, id, id, id, const std::function<void(int64_t)>&)> transactionReceivedIMP;
+void lumora_transactionRecievedData(id self, SEL _cmd, id session, id dataTask, id response,
+    const std::function<void(int64_t)>& completionHandler)
+{
+    guardedHook(self, [&] {
+        const auto transactions = getValueFromObject(self, "_transactionsByTask").object();
+        const auto transaction
+            = send<std::shared_ptr<Object>>(transactions.get(), "objectForKey:"_sel, dataTask);
+        if (!holdsNative(getValueFromObject(transaction.get(), "_context._parent.userInfo.ad_types")))
+            return;
+        NSDictionary ad { { "_responseHeaders", getValueFromObject(response, "allHeaderFields") } };
+        LastNativeAnswer& last = s_lastNativeAnswer.get();
+        Locker hold(last.lock);
+        std::swap(last.ad, ad);
+    });
+    transactionReceivedIMP(self, _cmd, session, dataTask, response, completionHandler);
+}
+
+std::string debugCreativeId(id, id supportObject)
+{
+    const std::string debugText
+        = textFromObject(supportObject, { "_delegate._clickProtection._debugDialogString" });
+    return digitsAfterPrefix(debugText, { "0=", "crid:" }).value_or("");
+}
+
+std::string nativeCreativeId(id)
+{
+    const Value ad = getAd();
+    const Value headers = valueForKeyPath(ad, "_responseHeaders");
+    if (!headers.dictionary())
+        return "";
+    for (const char* header : { "x-afma-debug-dialog", "x-afma-auto-protection-configuration" }) {
+        for (const auto& [name, value] : *headers.dictionary()) {
+            if (!equalIgnoringCase(name, header))
+                continue;
+            if (auto digits = digitsAfterPrefix(
+                    value.stringOrEmpty(), { "creatives=crid0:", "creatives%3Dcrid0%3A", "crid0:" }))
+                return *digits;
+        }
+    }
+    return "";
+}
+
+/// What Amazon's header bidder won: {"DTB(Amazon)": its version}, or nothing.
+Value checkObjectForAmazon(id adView)
+{
+    constexpr const char* bidKeys[] = { "amzn_b", "amzn_h", "amznp", "amznrdr", "amznslots", "dc" };
+    const Value targeting = getValueFromObject(adView,
+        KeyPaths { "_slot._loadingRequest._customTargeting", "_lastRequest._customTargeting",
+            "_refreshTargeting._customTargeting" });
+    const NSDictionary* entries = targeting.dictionary();
+    if (!entries || !std::all_of(std::begin(bidKeys), std::end(bidKeys), [&](const char* key) {
+            return entries->find(key);
+        }))
+        return {};
+    const Version amazon { .classes = { "DTBAds" }, .selector = "version", .fallback = "" };
+    return NSDictionary { { "DTB(Amazon)", amazon.read() } };
+}
+
+const Network& network()
+{
+    static const auto& google = *new Network {
+        .swizzler = "TDGoogleV42Swizzler",
+        .hooks = {
+            { "GADBannerView", "adViewDidReceiveAd:", &lumora_bannerShowOctagon, &bannerShowIMP },
+            { "GADInterstitial", "adLoadCompletedWithError:", &lumora_interstitialAdLoadFailedWithErrorOctagon,
+                &interstitialLoadIMP },
+            { "GADUnifiedNativeAdView", "setNativeAd:", &lumora_nativeWillPresent, &setNativeAdIMP },
+            { "GADURLSessionTransactionMonitor", "URLSession:dataTask:didReceiveResponse:completionHandler:",
+                &lumora_transactionRecievedData, &transactionReceivedIMP },
+        },
+        .metadataClasses = {
+            {
+                .name = "TDMetaclass_AdMobV42_banner",
+                .sdkName = "AdMob",
+                .adType = "banner",
+                .version = Version { .classes = { "GADORequest", "GADRequest" }, .selector = "sdkVersion" },
+                .creativeId = &debugCreativeId,
+                .otherInfo = &checkObjectForAmazon,
+                .adFormatId = 0,
+            },
+            {
+                .name = "TDMetaclass_AdMobV42_interstitial",
+                .base = "TDMetaclass_AdMobV42_banner",
+                .adType = "interstitial",
+                .screenshotView = &screenshotViewOf,
+            },
+            {
+                .name = "TDMetaclass_DFPV42_banner",
+                .base = "TDMetaclass_AdMobV42_banner",
+                .sdkName = "DFP",
+                .adType = "banner",
+            },
+            {
+                .name = "TDMetaclass_DFPV42_interstitial",
+                .base = "TDMetaclass_AdMobV42_interstitial",
+                .sdkName = "DFP",
+                .adType = "interstitial",
+            },
+            {
+                .name = "TDMetaclass_AdMobV42_native",
+                .sdkName = "AdMob",
+                .adType = "native",
+                .version = Version {
+                    .classes = { "GADRequest", "GADORequest", "GADNRequest" }, .selector = "sdkVersion" },
+                .creativeId = &nativeCreativeId,
+                .screenshotView = &screenshotViewOf,
+            },
+            {
+                .name = "TDMetaclass_DFPV42_native",
+                .base = "TDMetaclass_AdMobV42_native",
+                .sdkName = "DFP",
+            },
+        },
+        .operations = { { "getAd"_sel, +[](id, SEL) { return getAd(); } } },
+    };
+    return google;
+}
+const RegisteredNetwork registered { &network };
+
+} // namespace
+
+} // namespace lumora

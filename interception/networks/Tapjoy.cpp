@@ -1,0 +1,58 @@
+// Tapjoy: interstitials. What an ad is stands in its markup.
+
+#include "interception/CreativeView.h"
+#include "interception/Network.h"
+#include "support/Guarded.h"
+
+namespace lumora {
+
+namespace {
+
+constexpr const char* markup = "_htmlString";
+
+Slot<void(id, SEL, id)> setPlacementViewDelegateIMP;
+void lumora_sesionTestPlacement2(id self, SEL _cmd, id delegate)
+{
+    guardedHook(self, [&] {
+        const auto marked = findView(
+            viewOfController(self), [](UIView& view) { return !textFromObject(&view, { markup }).empty(); });
+        attachReportButton(marked ? marked : creativeViewIn(retain(self)), "TDMetaclass_Tapjoy_interstitial");
+    });
+    setPlacementViewDelegateIMP(self, _cmd, delegate);
+}
+
+ReadFromView markupValue(std::string key)
+{
+    // As it stands in JSON, up to the opening quote of the value.
+    return [prefix = "\"" + key + "\":\""](id adView) {
+        return textAfterPrefix(textFromObject(adView, { markup }), { prefix }, "[0-9a-zA-Z-]*").value_or("");
+    };
+}
+
+const Network& network()
+{
+    static const auto& tapjoy = *new Network {
+        .swizzler = "TDTapjoySwizzler",
+        .hooks = {
+            { "TJCViewController", "setPlacementViewDelegate:", &lumora_sesionTestPlacement2,
+                &setPlacementViewDelegateIMP },
+        },
+        .metadataClasses = {
+            {
+                .name = "TDMetaclass_Tapjoy_interstitial",
+                .sdkName = "Tapjoy",
+                .adType = "interstitial",
+                .version = Version { .classes = { "Tapjoy" }, .selector = "getVersion" },
+                .creativeId = markupValue("entity_id"),
+                .placementId = markupValue("placement_id"),
+                .screenshotView = &screenshotViewOf,
+            },
+        },
+    };
+    return tapjoy;
+}
+const RegisteredNetwork registered { &network };
+
+} // namespace
+
+} // namespace lumora
