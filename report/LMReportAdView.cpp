@@ -82,11 +82,14 @@ std::shared_ptr<Object> LMReportAdView::delegateFor(SEL selector) const
     return listens ? delegate : nullptr;
 }
 
+// A delegate that does not conform hears nothing and the overlay stays: kept, it is its owner's to remove.
 void LMReportAdView::onButtonClose()
 {
     send(delegateFor(sel::reportAdViewDidCanceled), sel::reportAdViewDidCanceled, static_cast<id>(this));
 }
 
+// Two different reasons in quick succession both arrive: kept, each button is single-shot, the overlay is
+// not.
 void LMReportAdView::reportButtonDidTouched(Object*, const std::string& userDescription)
 {
     send(delegateFor(sel::reportAdViewDidTouchReportButton), sel::reportAdViewDidTouchReportButton,

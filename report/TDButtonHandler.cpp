@@ -310,6 +310,8 @@ void TDButtonHandler::reportThisAd()
         });
 }
 
+// The host is told before delivery and whatever comes of it: kept, it may act on the report at once. With the
+// gate closed there is no outcome, and the button stays hidden: kept, an inactive library shows nothing.
 void TDButtonHandler::sendEvent(const std::shared_ptr<TDEventModel>& event)
 {
     if (const auto report = event->getEventAsMutableDictionary())

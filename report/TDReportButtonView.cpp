@@ -178,6 +178,8 @@ void TDReportButtonView::configureGestureRecognizersDependOnFormButton()
         tap->setDelegate(m_buttonHandler);
         return tap;
     };
+    // A single tap waits until it cannot become a double one, also where one is configured: kept, a double
+    // tap must never open twice.
     m_doubleTapGesture = recognizer(2);
     m_singleTapGesture = recognizer(1);
     m_singleTapGesture->requireGestureRecognizerToFail(m_doubleTapGesture);
@@ -446,6 +448,7 @@ void TDReportButtonView::setupPulseViewWithSuperView(const std::shared_ptr<UIVie
     NSLayoutConstraint::activateConstraints(
         { constraint(Attribute::Width, nullptr), constraint(Attribute::Height, nullptr),
             constraint(Attribute::CenterX, icon), constraint(Attribute::CenterY, this) });
+    adView->layoutIfNeeded();
     m_pulseView->startAnimation();
 }
 

@@ -38,6 +38,14 @@ public:
     static std::string type() { return "interstitial"; }
 };
 
+UIImage cut(const UIImage& whole, const CGRect& part)
+{
+    const auto context = makeBitmapContext(part.size, whole.scale());
+    context->fillPath(UIBezierPath::bezierPathWithRect({ {}, part.size }), paper);
+    context->drawImage(whole, { { -part.minX(), -part.minY() }, whole.size() });
+    return context->makeImage();
+}
+
 /// A phone with an ad on its screen and the service in reach.
 class Stage {
 public:
@@ -48,6 +56,7 @@ public:
         m_service.setRecord(R"({"active": true, "ttlConfig": 3600, "buttonTap": "single"})");
         Lumora::initiateTrackerWithKey(hostKey);
         wait(0.1);
+        m_phone.content().setBackgroundColor(UIColor { 0.8, 0.83, 0.88, 1 });
         if (!firstLaunch)
             static_cast<void>(LMFirstTimeLaunchDetector::sharedInstance().isFirstLaunch());
     }
@@ -63,8 +72,9 @@ public:
         words->setFont({ "Roboto-Bold", 16 });
         words->setTextAlignment(NSTextAlignment::Center);
         words->setTextColor({ 0.5, 0.3, 0, 1 });
-        words->setFrame(
-            { {}, { std::min(frame.size.width, m_phone.content().bounds().size.width), frame.size.height } });
+        const double lower = frame.size.height > 400 ? frame.size.height / 4 : 0;
+        words->setFrame(CGRectMake(0, lower,
+            std::min(frame.size.width, m_phone.content().bounds().size.width), frame.size.height - lower));
         m_ad->addSubview(words);
         m_phone.content().addSubview(m_ad);
         LMReportButtonHelper::addReportButtonToView(m_ad.get(), nullptr,
@@ -75,27 +85,15 @@ public:
 
     void wait(double seconds) { m_phone.wait(seconds); }
     void tap(UIView& view) { m_phone.tap(view); }
-    UIView& ad() { return *m_ad; }
     UIView& window() { return m_phone.window(); }
-    UIImage screen() { return m_phone.screen(); }
-    /// The same, cut to a rectangle.
-    UIImage screen(const CGRect& part)
-    {
-        const UIImage whole = screen();
-        const auto context = makeBitmapContext(part.size, whole.scale());
-        context->drawImage(whole, { { -part.minX(), -part.minY() }, whole.size() });
-        return context->makeImage();
-    }
+    UIImage screen(const CGRect& part) { return cut(m_phone.screen(), part); }
 
 private:
     static Phone::Options optionsFor(CGSize screen, ConfigurationService& service)
     {
         Phone::Options options;
-        const bool notched
-            = std::max(screen.width, screen.height) >= 780 && std::min(screen.width, screen.height) < 500;
-        const bool upright = screen.height > screen.width;
-        options.screen = { screen.width, screen.height, 2,
-            notched ? (upright ? 44.0 : 0) : (upright ? 20.0 : 0), notched ? (upright ? 34.0 : 21.0) : 0 };
+        const bool notched = screen.height > 2 * screen.width;
+        options.screen = { screen.width, screen.height, 2, notched ? 44.0 : 0, notched ? 34.0 : 0 };
         options.makeTransport = [&service] {
             return std::make_shared<DirectTransport>(
                 service, TDAPI::getURLWithType(TDAPI::EndpointType::Configuration));
@@ -115,22 +113,36 @@ public:
     Board(double width, double factor)
         : m_width(width)
         , m_factor(factor)
+        , m_context(makeBitmapContext({ width, tallest }, 1))
     {
     }
 
-    void heading(const std::string& text) { m_items.push_back({ text, {} }); }
-    void add(const std::string& caption, UIImage picture)
+    void heading(const std::string& words)
     {
-        m_items.push_back({ caption, std::move(picture) });
+        endRow();
+        const TextStyle style { .font = { "Roboto-Bold", 15 }, .color = ink };
+        m_context->drawText(words, style, { { m_x, m_y }, { m_width, 22 } });
+        m_y += 30;
+    }
+
+    void add(const std::string& caption, const UIImage& picture)
+    {
+        const TextStyle style { .font = { "Roboto-Regular", 12 }, .color = ink };
+        const CGSize size { picture.size().width * m_factor, picture.size().height * m_factor };
+        const double needed = std::max(size.width, measureText(caption, style, 0).width);
+        if (m_x > gap && m_x + needed > m_width - gap)
+            endRow();
+        m_context->drawImage(picture, { { m_x, m_y }, size });
+        m_context->drawText(caption, style, { { m_x, m_y + size.height + 3 }, { needed, 18 } });
+        m_x += needed + gap;
+        m_rowHeight = std::max(m_rowHeight, size.height + 2.2 * gap);
     }
 
     void write(const std::filesystem::path& file)
     {
-        const double height = draw(nullptr);
-        const auto context = makeBitmapContext({ m_width, height }, 1);
-        context->fillPath(UIBezierPath::bezierPathWithRect({ {}, { m_width, height } }), paper);
-        draw(context.get());
-        const NSData png = UIImagePNGRepresentation(context->makeImage());
+        endRow();
+        const NSData png
+            = UIImagePNGRepresentation(cut(m_context->makeImage(), CGRectMake(0, 0, m_width, m_y)));
         std::ofstream stream(file, std::ios::binary);
         stream.write(
             reinterpret_cast<const char*>(png.bytes.data()), static_cast<std::streamsize>(png.bytes.size()));
@@ -139,55 +151,21 @@ public:
     }
 
 private:
-    struct Item {
-        std::string caption;
-        UIImage picture;
-    };
+    static constexpr double tallest = 4000;
     static constexpr double gap = 16;
-    static constexpr double captionHeight = 18;
 
-    /// The height it takes; draws when there is something to draw into.
-    double draw(CGContext* context)
+    void endRow()
     {
-        double x = gap, y = gap, rowHeight = 0;
-        auto endRow = [&] {
-            y += rowHeight;
-            x = gap;
-            rowHeight = 0;
-        };
-        for (const Item& item : m_items) {
-            if (item.picture.isNull()) {
-                endRow();
-                text(context, item.caption, "Roboto-Bold", 15, { { x, y }, { m_width - 2 * gap, 22 } });
-                y += 22 + gap / 2;
-                continue;
-            }
-            const CGSize size { item.picture.size().width * m_factor, item.picture.size().height * m_factor };
-            const double needed = std::max(
-                size.width, measureText(item.caption, { .font = { "Roboto-Regular", 12 } }, 0).width);
-            if (x > gap && x + needed > m_width - gap)
-                endRow();
-            if (context)
-                context->drawImage(item.picture, { { x, y }, size });
-            text(context, item.caption, "Roboto-Regular", 12,
-                { { x, y + size.height + 3 }, { needed, captionHeight } });
-            x += needed + gap;
-            rowHeight = std::max(rowHeight, size.height + captionHeight + gap);
-        }
-        endRow();
-        return y;
-    }
-
-    static void text(
-        CGContext* context, const std::string& text, const char* font, double size, const CGRect& rect)
-    {
-        if (context)
-            context->drawText(text, { .font = { font, size }, .color = ink }, rect);
+        m_y += std::exchange(m_rowHeight, 0);
+        m_x = gap;
     }
 
     double m_width;
     double m_factor;
-    std::vector<Item> m_items;
+    std::unique_ptr<CGBitmapContext> m_context;
+    double m_x { gap };
+    double m_y { gap };
+    double m_rowHeight { 0 };
 };
 
 void buttonStates(const std::filesystem::path& file)
@@ -234,20 +212,39 @@ void buttonStates(const std::filesystem::path& file)
 
 constexpr CGSize upright { 375, 812 };
 
-/// The sheet over an interstitial that fills the screen; with a reason, a moment after that was chosen.
+/// What a tap on the open button shows; with a reason, a moment after that was chosen.
+UIImage report(Stage& stage, TDReportButtonView& button, const char* reason, const CGRect& part)
+{
+    stage.wait(1);
+    stage.tap(button);
+    stage.wait(1);
+    if (reason)
+        stage.tap(*reasonOn(stage.window(), reason));
+    stage.wait(0.5);
+    return stage.screen(part);
+}
+
+/// The sheet over an interstitial that fills the screen.
 UIImage sheet(CGSize screen, const char* reason = nullptr)
 {
     Stage stage(screen, false);
     const auto button = stage.show({ {}, screen }, true);
     stage.wait(0.3);
     button->animateFromIconToFull();
-    stage.wait(1);
-    stage.tap(*button);
-    stage.wait(1);
-    if (reason)
-        stage.tap(*reasonOn(stage.window(), reason));
-    stage.wait(0.5);
-    return stage.screen();
+    return report(stage, *button, reason, { {}, screen });
+}
+
+/// The overlay in an ad of that size.
+UIImage overlay(CGSize screen, CGSize ad, const char* reason = nullptr)
+{
+    constexpr double margin = 12;
+    Stage stage(screen, false);
+    const double left = std::max(0.0, (screen.width - ad.width) / 2);
+    const auto button = stage.show({ { left, 60 }, ad }, false);
+    const double seenFrom = std::max(0.0, left - margin);
+    const double seenTo = std::min(screen.width, left + ad.width + margin);
+    return report(
+        stage, *button, reason, CGRectMake(seenFrom, 60 - margin, seenTo - seenFrom, ad.height + 2 * margin));
 }
 
 /// The tutorial over an interstitial, so many seconds after it began to come.
@@ -256,28 +253,7 @@ UIImage tutorial(CGSize screen, double seconds)
     Stage stage(screen, true);
     stage.show({ {}, screen }, true);
     stage.wait(2 + seconds);
-    return stage.screen();
-}
-
-/// The overlay in an ad, the same with a reason chosen.
-UIImage overlay(CGSize screen, const CGRect& frame, const char* reason = nullptr)
-{
-    Stage stage(screen, false);
-    const auto button = stage.show(frame, false);
-    stage.wait(0.1);
-    stage.tap(*button);
-    stage.wait(1);
-    if (reason)
-        stage.tap(*reasonOn(stage.ad(), reason));
-    stage.wait(0.5);
-    constexpr double margin = 12;
-    const CGRect around = frame.insetBy(-margin, -margin);
-    return stage.screen(around);
-}
-
-CGRect adOn(CGSize screen, double width, double height)
-{
-    return CGRectMake(std::max(0.0, (screen.width - width) / 2), 60, width, height);
+    return stage.screen({ {}, screen });
 }
 
 void screens(const std::filesystem::path& file)
@@ -294,16 +270,15 @@ void screens(const std::filesystem::path& file)
     board.heading("The overlay, in banners and native ads");
     for (const char* reason : { static_cast<const char*>(nullptr), "repetitive" }) {
         for (const CGSize size : { CGSize { 320, 50 }, CGSize { 300, 250 } })
-            board.add(reason ? "a reason lights up" : "opened",
-                overlay(upright, adOn(upright, size.width, size.height), reason));
+            board.add(reason ? "a reason lights up" : "opened", overlay(upright, size, reason));
     }
     board.write(file);
 }
 
 void screenSizes(const std::filesystem::path& file)
 {
-    constexpr CGSize sizes[] { { 320, 568 }, { 375, 667 }, { 430, 932 }, { 844, 390 }, { 667, 375 },
-        { 568, 320 }, { 768, 1024 } };
+    constexpr CGSize sizes[] { { 320, 568 }, { 375, 667 }, { 430, 932 }, { 768, 1024 }, { 844, 390 },
+        { 667, 375 }, { 568, 320 } };
     Board board(1000, 0.4);
     auto name = [](CGSize size) {
         return std::to_string(static_cast<int>(size.width)) + " x "
@@ -317,10 +292,10 @@ void screenSizes(const std::filesystem::path& file)
         board.add(name(size), tutorial(size, 0.7 + 0.5));
     board.heading("The overlay, by the ad's size");
     for (const CGSize ad : { CGSize { 320, 50 }, { 320, 100 }, { 300, 250 }, { 320, 480 }, { 160, 600 } })
-        board.add(name(ad), overlay({ 320, 700 }, adOn({ 320, 700 }, ad.width, ad.height)));
+        board.add(name(ad), overlay({ 320, 700 }, ad));
     for (const CGSize ad : { CGSize { 728, 90 }, { 468, 60 }, { 500, 250 } }) {
-        board.add(name(ad), overlay({ 768, 1024 }, adOn({ 768, 1024 }, ad.width, ad.height)));
-        board.add(name(ad) + " on 375", overlay(upright, adOn(upright, ad.width, ad.height)));
+        board.add(name(ad), overlay({ 768, 1024 }, ad));
+        board.add(name(ad) + " on 375", overlay(upright, ad));
     }
     board.write(file);
 }

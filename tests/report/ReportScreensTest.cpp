@@ -30,12 +30,13 @@ TEST(LMFontsLoaderTest, RegistersWhatIsAFontWhenTheProcessStarts)
     EXPECT_EQ(started.console->lines().size(), 1u) << "once per process";
 }
 
-/// What a user sees or touches, in points of the screen.
-struct Element {
-    std::string name;
-    UIView* view;
-    CGRect place;
-};
+using Flaws = std::vector<std::string>;
+
+bool holds(const CGRect& outer, const CGRect& inner)
+{
+    return outer.minX() - 0.5 <= inner.minX() && outer.minY() - 0.5 <= inner.minY()
+        && inner.maxX() <= outer.maxX() + 0.5 && inner.maxY() <= outer.maxY() + 0.5;
+}
 
 /// Looks at a report screen the way a designer would.
 class Inspector {
@@ -45,52 +46,42 @@ public:
     {
     }
 
-    std::vector<std::string> flawsOf(UIView& screen)
+    Flaws flawsOf(UIView& screen)
     {
-        collect(screen);
-        for (const Element& element : m_elements) {
-            check(m_window.bounds().insetBy(-0.5, -0.5), element.place, element.name + " is off the screen");
-            for (const Element& other : m_elements) {
-                if (&element < &other && !related(*element.view, *other.view)
-                    && overlap(element.place, other.place))
-                    m_flaws.push_back(element.name + " and " + other.name + " overlap");
+        inspect(screen);
+        for (size_t i = 0; i < m_elements.size(); i++) {
+            const auto& [name, view, place] = m_elements[i];
+            if (!holds(m_window.bounds(), place))
+                m_flaws.push_back(name + " is off the screen");
+            for (size_t j = 0; j < i; j++) {
+                const auto& [otherName, otherView, other] = m_elements[j];
+                if (!view->isDescendantOfView(otherView) && place.minX() < other.maxX()
+                    && other.minX() < place.maxX() && place.minY() < other.maxY()
+                    && other.minY() < place.maxY())
+                    m_flaws.push_back(name + " overlaps " + otherName);
             }
         }
         return m_flaws;
     }
 
 private:
-    void check(const CGRect& outer, const CGRect& inner, const std::string& flaw)
-    {
-        if (inner.minX() < outer.minX() || inner.minY() < outer.minY() || inner.maxX() > outer.maxX()
-            || inner.maxY() > outer.maxY())
-            m_flaws.push_back(flaw);
-    }
-    static bool overlap(const CGRect& one, const CGRect& other)
-    {
-        return one.minX() < other.maxX() && other.minX() < one.maxX() && one.minY() < other.maxY()
-            && other.minY() < one.maxY();
-    }
-    static bool related(UIView& one, UIView& other)
-    {
-        return one.isDescendantOfView(&other) || other.isDescendantOfView(&one);
-    }
-
-    void collect(UIView& view)
+    // Depth first, so that what lies in another element comes after it.
+    void inspect(UIView& view)
     {
         for (const auto& child : view.subviews()) {
-            const std::string name = nameOf(*child);
-            check(view.bounds().insetBy(-0.5, -0.5), child->frame(), name + " leaves its parent");
-            CGRect place = child->convertRectToView(child->bounds(), &m_window);
-            if (auto* const label = as<UILabel>(child.get()))
-                place = textOf(*label, place, name);
-            const bool touched = as<UIButton>(child) || !child->gestureRecognizers().empty();
-            const bool backdrop = touched && child->subviews().empty();
-            if (!backdrop && (touched || as<UILabel>(child) || as<UIImageView>(child)))
-                m_elements.push_back({ name, child.get(), place });
-            if (touched && !backdrop)
+            auto* const label = as<UILabel>(child.get());
+            auto* const button = as<UIButton>(child.get());
+            const std::string name = label ? label->text() : button ? button->title() : "a view";
+            if (!holds(view.bounds(), child->frame()))
+                m_flaws.push_back(name + " leaves its parent");
+            const CGRect place = child->convertRectToView(child->bounds(), &m_window);
+            // What can be touched and holds nothing is the dimmed area around a sheet.
+            const bool target = !child->gestureRecognizers().empty() && !child->subviews().empty();
+            if (target)
                 checkTarget(*child, place, name);
-            collect(*child);
+            if (target || label || as<UIImageView>(child))
+                m_elements.emplace_back(name, child.get(), label ? wordsOf(*label, place) : place);
+            inspect(*child);
         }
     }
 
@@ -99,38 +90,29 @@ private:
         constexpr double smallestTarget = 36;
         if (std::min(place.size.width, place.size.height) < smallestTarget)
             m_flaws.push_back(name + " is too small to touch");
-        if (!as<UIView>(m_window.hitTest({ place.midX(), place.midY() }, nullptr))->isDescendantOfView(&view))
+        id hit = m_window.hitTest({ place.midX(), place.midY() }, nullptr);
+        if (!hit || !as<UIView>(hit)->isDescendantOfView(&view))
             m_flaws.push_back(name + " is covered");
     }
 
     /// Where the words are; a flaw when they are cut or shrunk beyond reading.
-    CGRect textOf(UILabel& label, const CGRect& place, const std::string& name)
+    CGRect wordsOf(UILabel& label, const CGRect& place)
     {
         constexpr double smallestFactor = 0.7;
-        TextStyle style { .font = label.font(), .numberOfLines = label.numberOfLines() };
+        const TextStyle style { .font = label.font(), .numberOfLines = label.numberOfLines() };
         CGSize needed = measureText(label.text(), style, style.numberOfLines == 1 ? 0 : place.size.width);
         if (label.adjustsFontSizeToFitWidth() && needed.width > place.size.width)
             needed.width = std::max(place.size.width, needed.width * smallestFactor);
-        if (needed.width > place.size.width + 0.5 || needed.height > place.size.height + 0.5)
-            m_flaws.push_back(name + " is cut");
-        return CGRectMake(
-            place.midX() - needed.width / 2, place.midY() - needed.height / 2, needed.width, needed.height);
-    }
-
-    static std::string nameOf(UIView& view)
-    {
-        if (const auto* label = as<UILabel>(&view))
-            return "\"" + label->text() + "\"";
-        auto* const button = as<UIButton>(&view);
-        return button ? "button " + button->title() : object_getClassName(&view);
+        const CGRect words { { place.midX() - needed.width / 2, place.midY() - needed.height / 2 }, needed };
+        if (!holds(place, words))
+            m_flaws.push_back(label.text() + " is cut");
+        return words;
     }
 
     UIView& m_window;
-    std::vector<Element> m_elements;
-    std::vector<std::string> m_flaws;
+    std::vector<std::tuple<std::string, UIView*, CGRect>> m_elements;
+    Flaws m_flaws;
 };
-
-using Flaws = std::vector<std::string>;
 
 /// A phone with such a screen and an ad on it whose button has come.
 struct Scene {
