@@ -259,8 +259,17 @@ UIImage tutorial(CGSize screen, double seconds)
 void screens(const std::filesystem::path& file)
 {
     Board board(840, 0.5);
-    board.heading("The sheet, over interstitials");
-    board.add("opened", sheet(upright));
+    board.heading("The button and the sheet, over interstitials");
+    {
+        Stage stage(upright, false);
+        const auto button = stage.show({ {}, upright }, true);
+        stage.wait(1);
+        board.add("the icon", stage.screen({ {}, upright }));
+        button->animateFromIconToFull();
+        stage.wait(1);
+        board.add("opened by a tap", stage.screen({ {}, upright }));
+    }
+    board.add("the sheet", sheet(upright));
     board.add("a reason lights up for a second", sheet(upright, "fraud"));
     board.heading("The tutorial, at the first launch: 2 s after the button");
     for (const auto& [words, seconds] :

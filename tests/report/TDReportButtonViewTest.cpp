@@ -174,10 +174,15 @@ TEST_F(TDReportButtonViewTest, TheReportedStateIsFinal)
     button->adWasReported();
     world.phone.wait(0.5);
     EXPECT_EQ(button->buttonState(), State::Reported) << "an interrupted slide's end does not overwrite it";
-    button->animateFromFullToIcon();
-    EXPECT_EQ(button->buttonState(), State::Reported);
-    world.phone.wait(3.5);
-    EXPECT_FALSE(button->superview());
+    using Button = TDReportButtonView;
+    for (const auto slide : { &Button::animateFromHiddenToFull, &Button::animateFromHiddenToIcon,
+             &Button::animateFromFullToIcon, &Button::animateFromFullToHidden }) {
+        (button.get()->*slide)();
+        EXPECT_EQ(button->buttonState(), State::Reported);
+        world.phone.wait(0.25);
+        EXPECT_EQ(button->buttonState(), State::Reported);
+    }
+    EXPECT_FALSE(button->superview()) << "slid out, it goes";
 }
 
 TEST_F(TDReportButtonViewTest, TheConfirmationFitsItsWords)
