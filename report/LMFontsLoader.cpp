@@ -1,6 +1,7 @@
 #include "report/LMFontsLoader.h"
 
 #include "platform/coregraphics/CGContext.h"
+#include "platform/dispatch/Executor.h"
 #include "platform/foundation/Console.h"
 #include "platform/foundation/NSBundle.h"
 #include "platform/foundation/NSFileManager.h"
@@ -10,6 +11,10 @@
 namespace lumora {
 
 static ProcessOnce s_fontsLoaded;
+// In the background: a host's start does not wait for font files.
+static const LoadHook s_loadHook { []() noexcept {
+    dispatch_get_global_queue().async(&LMFontsLoader::load);
+} };
 
 void LMFontsLoader::load()
 {

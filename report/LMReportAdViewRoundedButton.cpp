@@ -19,6 +19,8 @@ const ClassDescription& LMReportAdViewRoundedButton::classDescription()
             .method<&LMReportAdViewRoundedButton::initWithFrame>(sel::initWithFrame)
             .method<&LMReportAdViewRoundedButton::initWithCoder>(sel::initWithCoder)
             .method<&LMReportAdViewRoundedButton::layoutSubviews>(sel::layoutSubviews)
+            .method<&LMReportAdViewRoundedButton::prepareForInterfaceBuilder>(sel::prepareForInterfaceBuilder)
+            .method<&LMReportAdViewRoundedButton::setNeedsLayout>(sel::setNeedsLayout)
             .method<&LMReportAdViewRoundedButton::didTouchUpInside>(didTouchUpInsideSelector));
     return description;
 }
@@ -60,6 +62,17 @@ void LMReportAdViewRoundedButton::layoutSubviews()
     layer().setCornerRadius(frame().size.height / 2);
 }
 
+// Both are the platform's alone: kept, a host may look for them on this class.
+void LMReportAdViewRoundedButton::prepareForInterfaceBuilder()
+{
+    sendSuper(classOf<LMReportAdViewRoundedButton>(), this, sel::prepareForInterfaceBuilder);
+}
+
+void LMReportAdViewRoundedButton::setNeedsLayout()
+{
+    sendSuper(classOf<LMReportAdViewRoundedButton>(), this, sel::setNeedsLayout);
+}
+
 void LMReportAdViewRoundedButton::didTouchUpInside()
 {
     if (m_didSelected)
@@ -84,6 +97,7 @@ void LMReportAdViewRoundedButton::makeActive()
     setBackgroundColor(brandColor());
 }
 
+// The resting look. Called by nobody: kept, a chosen button stays lit until its screen goes.
 void LMReportAdViewRoundedButton::makeInactive()
 {
     setTitleColor(brandColor());

@@ -21,6 +21,8 @@ public:
     void makeInactive();
     void didTouchUpInside();
     void layoutSubviews();
+    void prepareForInterfaceBuilder();
+    void setNeedsLayout();
 
     bool didSelected() const { return m_didSelected; }
     void setDelegate(const std::shared_ptr<Object>& delegate) { m_delegate = delegate; }

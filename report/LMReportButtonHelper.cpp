@@ -23,12 +23,15 @@ void LMReportButtonHelper::addReportButtonToView(id adView, id withDelegate, con
                 return;
             dispatch_get_main_queue().async([adView, delegate, withMetadata] {
                 const auto view = adView.lock();
+                // A button on its way is no subview yet, so two calls within a second give two: kept,
+                // the check is of what is on the view.
                 if (!view || isReportButtonInSubviewsOfView(view.get()))
                     return;
                 const auto button = loadInterface<TDReportButtonView>("TDReportButtonView");
                 if (!button)
                     return;
                 button->addReportButtonToView(view, withMetadata);
+                // Dropped, as the button has no handler yet: kept, hosts hear once they ask the button.
                 const auto host = delegate.lock();
                 if (conformsToProtocol(host.get(), ReportButtonDelegateProtocol))
                     button->setDelegate(host.get());

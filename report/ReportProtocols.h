@@ -14,6 +14,7 @@ inline constexpr const char* LMReportAdViewRoundedButtonDelegate = "LMReportAdVi
 inline constexpr const char* LMReportAdViewDelegate = "LMReportAdViewDelegate";
 inline constexpr const char* LMSwipableReportViewControllerDelegate
     = "LMSwipableReportViewControllerDelegate";
+inline constexpr const char* TutorialDelegate = "TutorialDelegate";
 
 namespace sel {
 inline constinit const TypedSelector<void(id, NSDictionary)> reportButtonWasClickedInView {
@@ -35,6 +36,7 @@ inline constinit const TypedSelector<void(Value)> swipableReportViewControllerDi
 inline constinit const TypedSelector<void()> swipableReportViewControllerDidCanceled {
     "swipableReportViewControllerDidCanceled"
 };
+inline constinit const TypedSelector<void()> continueButtonWasPressed { "continueButtonWasPressed" };
 inline constinit const TypedSelector<void(id)> handleButtonTapAction { "handleButtonTapAction:" };
 }
 

@@ -78,7 +78,7 @@ void TDButtonHandler::handleButtonTapAction(Object* recognizer)
         if (m_vcState != FlowState::Idle)
             return;
         m_vcState = FlowState::ScreenShown;
-        if (send(m_metadataClass, sel::adType) == "interstitial")
+        if (metadataText(sel::adType) == "interstitial")
             presentReportForIntersitialAdType();
         else
             presentReportAdForBannersAndNativeAdType();
@@ -205,13 +205,29 @@ bool TDButtonHandler::metadataClassResponds(SEL selector) const
     return respondsToSelector(m_metadataClass.get(), selector);
 }
 
+// A network that renamed or broke a private property costs the report that one field.
+template <typename... A, typename... P>
+static std::string textFrom(
+    Object* metadataClass, const TypedSelector<std::string(A...)>& question, P&&... about)
+{
+    std::string text;
+    guarded([&] { text = send(metadataClass, question, std::forward<P>(about)...); });
+    return text;
+}
+
+std::string TDButtonHandler::metadataText(const TypedSelector<std::string()>& question) const
+{
+    return textFrom(m_metadataClass.get(), question);
+}
+
 std::string TDButtonHandler::getCreativeId() const
 {
     const auto adView = m_adView.lock();
     if (metadataClassResponds(sel::getCreativeIDWithObject_withSupportObject))
-        return send(m_metadataClass, sel::getCreativeIDWithObject_withSupportObject, adView, supportObject());
+        return textFrom(m_metadataClass.get(), sel::getCreativeIDWithObject_withSupportObject, adView.get(),
+            supportObject().get());
     if (metadataClassResponds(sel::getCreativeIDWithObject))
-        return send(m_metadataClass, sel::getCreativeIDWithObject, adView);
+        return textFrom(m_metadataClass.get(), sel::getCreativeIDWithObject, adView.get());
     return "";
 }
 
@@ -219,10 +235,10 @@ std::string TDButtonHandler::getPlacementId() const
 {
     const auto adView = m_adView.lock();
     if (metadataClassResponds(sel::getPlacementIDWithObject_withSupportObject))
-        return send(
-            m_metadataClass, sel::getPlacementIDWithObject_withSupportObject, adView, supportObject());
+        return textFrom(m_metadataClass.get(), sel::getPlacementIDWithObject_withSupportObject, adView.get(),
+            supportObject().get());
     if (metadataClassResponds(sel::getPlacementIDWithObject))
-        return send(m_metadataClass, sel::getPlacementIDWithObject, adView);
+        return textFrom(m_metadataClass.get(), sel::getPlacementIDWithObject, adView.get());
     return "";
 }
 
@@ -232,8 +248,11 @@ std::string TDButtonHandler::screenshotOfAd() const
     if (!adView)
         return "";
     std::shared_ptr<UIView> photographed;
-    if (metadataClassResponds(sel::getOtherViewForScreenshotWithView))
-        photographed = as<UIView>(send(m_metadataClass, sel::getOtherViewForScreenshotWithView, adView));
+    if (metadataClassResponds(sel::getOtherViewForScreenshotWithView)) {
+        guarded([&] {
+            photographed = as<UIView>(send(m_metadataClass, sel::getOtherViewForScreenshotWithView, adView));
+        });
+    }
     if (!photographed)
         photographed = getVideoScreenshotView(*adView);
     return base64Encoded(UIImagePNGRepresentation(takeScreenshot(*photographed)));
@@ -242,17 +261,19 @@ std::string TDButtonHandler::screenshotOfAd() const
 void TDButtonHandler::addMetadataTo(TDEventModel& event) const
 {
     const auto adView = m_adView.lock();
-    event.setSdk(send(m_metadataClass, sel::getSDKName));
-    event.setSdkVersion(send(m_metadataClass, sel::getVersion));
+    event.setSdk(metadataText(sel::getSDKName));
+    event.setSdkVersion(metadataText(sel::getVersion));
     event.setCreativeId(getCreativeId());
     event.setPlacementId(getPlacementId());
-    event.setAdFormat(send(m_metadataClass, sel::adType));
+    event.setAdFormat(metadataText(sel::adType));
     Value further;
-    if (metadataClassResponds(sel::getOtherInfoForView))
-        further = send(m_metadataClass, sel::getOtherInfoForView, adView);
-    else if (metadataClassResponds(sel::getOtherInfoForView_andForSupportObject))
-        further
-            = send(m_metadataClass, sel::getOtherInfoForView_andForSupportObject, adView, supportObject());
+    guarded([&] {
+        if (metadataClassResponds(sel::getOtherInfoForView))
+            further = send(m_metadataClass, sel::getOtherInfoForView, adView);
+        else if (metadataClassResponds(sel::getOtherInfoForView_andForSupportObject))
+            further = send(
+                m_metadataClass, sel::getOtherInfoForView_andForSupportObject, adView, supportObject());
+    });
     if (const NSDictionary* entries = further.dictionary())
         event.addAdditionalInfo(*entries);
 }
@@ -260,9 +281,11 @@ void TDButtonHandler::addMetadataTo(TDEventModel& event) const
 void TDButtonHandler::reportThisAd()
 {
     m_vcState = FlowState::Sending;
-    if (conformsToProtocol(m_metadataClass.get(), TDMetadataClassPlayerManipulateSupportProtocol)
-        && send(m_metadataClass, sel::havePlayer))
-        send(m_metadataClass, sel::playPlayer);
+    guarded([&] {
+        if (conformsToProtocol(m_metadataClass.get(), TDMetadataClassPlayerManipulateSupportProtocol)
+            && send(m_metadataClass, sel::havePlayer))
+            send(m_metadataClass, sel::playPlayer);
+    });
     auto event = make<TDEventModel>();
     const auto button = m_buttonView.lock();
     event->setAdId(button ? button->adLocalId() : "");
@@ -287,6 +310,8 @@ void TDButtonHandler::reportThisAd()
         });
 }
 
+// The host is told before delivery and whatever comes of it: kept, it may act on the report at once. With the
+// gate closed there is no outcome, and the button stays hidden: kept, an inactive library shows nothing.
 void TDButtonHandler::sendEvent(const std::shared_ptr<TDEventModel>& event)
 {
     if (const auto report = event->getEventAsMutableDictionary())

@@ -22,13 +22,17 @@ public:
     enum class FlowState : int64_t { Idle = 0, ScreenShown = 1, Sending = 2 };
 
     FlowState vcState() const { return m_vcState; }
+    std::shared_ptr<TDReportButtonView> buttonView() const { return m_buttonView.lock(); }
     void setButtonView(const std::shared_ptr<TDReportButtonView>& button) { m_buttonView = button; }
     std::shared_ptr<UIView> adView() const { return m_adView.lock(); }
     void setAdView(const std::shared_ptr<UIView>& adView) { m_adView = adView; }
+    std::shared_ptr<Object> delegate() const { return m_delegate.lock(); }
     /// The host's listener, told of every report.
     void setDelegate(const std::shared_ptr<Object>& delegate) { m_delegate = delegate; }
     /// Null for a button that was attached without metadata. A class object.
     const std::shared_ptr<Object>& metadataClass() const { return m_metadataClass; }
+    /// What the metadata class says; empty without one, and when a private property of the network raises.
+    std::string metadataText(const TypedSelector<std::string()>& question) const;
     std::shared_ptr<Object> supportObject() const { return m_supportObject.lock(); }
     const std::string& userReport() const { return m_userReport; }
     /// What was left of the metadata when the two reserved keys were taken out; read by nobody.
@@ -45,13 +49,15 @@ public:
     /// Gathers identifier, screenshot and markup and sends nothing: kept, the round of the ad monitor ends
     /// here.
     void getAdInfo();
-    /// Assembles the report and hands it to the event pipeline.
+    /// Assembles the report and hands it to the event pipeline. The state stays Sending: kept, only a report
+    /// screen ends it, so after a report of the host's own a tap opens nothing.
     void reportThisAd();
     std::string getCreativeId() const;
     /// Reports with a text of the host's own; nothing is ignored.
     void sendReportWithInfo(const Value& info);
 
-    // What the report screens tell. A screen that was closed without a reason leaves the button as it is.
+    // What the report screens tell. Closed with nothing at all, a sheet leaves the button hidden: kept, only
+    // a cancelled one brings it back.
     void swipableReportViewControllerDidClosed(const Value& userInfo);
     void swipableReportViewControllerDidCanceled();
     void reportAdViewDidCanceled(Object* overlay);

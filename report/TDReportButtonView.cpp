@@ -9,11 +9,14 @@
 #include "platform/uikit/UIDevice.h"
 #include "platform/uikit/UILayoutGuide.h"
 #include "platform/uikit/UIScreen.h"
+#include "report/BrandColor.h"
 #include "report/InterfaceFiles.h"
+#include "report/LMInterstitialTutorialView.h"
+#include "report/LMPulseAnimationView.h"
 #include "report/ReportProtocols.h"
 #include "report/TDButtonManager.h"
+#include "service/LMFirstTimeLaunchDetector.h"
 #include "service/TDAPI.h"
-#include "support/Guarded.h"
 
 #include <algorithm>
 
@@ -25,6 +28,8 @@ constexpr double attachDelay = 1.0;
 constexpr double stayTime = 3.0;
 constexpr double fullFormSlideTime = 0.25;
 constexpr double otherFormSlideTime = 0.01;
+constexpr double tutorialDelay = 2.0;
+constexpr double tutorialFadeTime = 0.7;
 constexpr double topFraction = 0.12;
 constexpr double shortFormWidthCorrection = 14.0;
 constexpr double captionPadding = 14.0;
@@ -42,17 +47,25 @@ const ClassDescription& TDReportButtonView::classDescription()
 {
     static const auto& description = *new ClassDescription(
         ClassDescription::of<TDReportButtonView, UIView>("TDReportButtonView")
+            .protocol(TutorialDelegate)
             .method<&TDReportButtonView::initWithCoder>(sel::initWithCoder)
             .method<&TDReportButtonView::layoutSubviews>(sel::layoutSubviews)
             .method<&TDReportButtonView::intrinsicContentSize>(sel::intrinsicContentSize)
             .method<&TDReportButtonView::setDelegate>(sel::setDelegate)
             .method<&TDReportButtonView::sendReportWithInfo>(sel::sendReportWithInfo)
+            .method<&TDReportButtonView::continueButtonWasPressed>(sel::continueButtonWasPressed)
+            .method<&TDReportButtonView::didMoveToSuperview>(sel::didMoveToSuperview)
             .variable<&TDReportButtonView::m_buttonHandler>("buttonHandler")
             .variable<&TDReportButtonView::m_iconView>("iconView")
             .variable<&TDReportButtonView::m_textLabel>("textLabel")
             .variable<&TDReportButtonView::m_closeView>("closeView")
             .variable<&TDReportButtonView::m_buttonBackground>("buttonBackground")
-            .variable<&TDReportButtonView::m_xWidthConstraint>("xWidthConstraint"));
+            .variable<&TDReportButtonView::m_xWidthConstraint>("xWidthConstraint")
+            .variable<&TDReportButtonView::m_openGR>("openGR")
+            .variable<&TDReportButtonView::m_closeGR>("closeGR")
+            .variable<&TDReportButtonView::m_openShortGR>("openShortGR")
+            .variable<&TDReportButtonView::m_pulseView>("pulseView")
+            .variable<&TDReportButtonView::m_tutorialView>("tutorialView"));
     return description;
 }
 static const RegisteredClass registered { &TDReportButtonView::classDescription };
@@ -91,11 +104,9 @@ void TDReportButtonView::attach(const std::shared_ptr<UIView>& adView, const NSD
     const std::shared_ptr<TDConfig> config = TDActivationManager::sharedInstance().getConfig();
     if (config && config->sdks() && m_buttonHandler->metadataClass()) {
         // Looks the network up in the list and changes nothing by it: kept, the list does not gate buttons.
-        guarded([&] {
-            const std::string name = send(m_buttonHandler->metadataClass(), sel::getSDKName);
-            static_cast<void>(std::any_of(config->sdks()->begin(), config->sdks()->end(),
-                [&](const std::string& listed) { return equalIgnoringCase(listed, name); }));
-        });
+        const std::string name = m_buttonHandler->metadataText(sel::getSDKName);
+        static_cast<void>(std::any_of(config->sdks()->begin(), config->sdks()->end(),
+            [&](const std::string& listed) { return equalIgnoringCase(listed, name); }));
     }
     checkAndUpdateButtonForm();
     configureGestureRecognizersDependOnFormButton();
@@ -103,18 +114,19 @@ void TDReportButtonView::attach(const std::shared_ptr<UIView>& adView, const NSD
     TDButtonManager::sharedInstance().addButton(self());
     if (config && config->hideButton().boolValue())
         setHidden(true);
+    else
+        addTutorialViewOnView(adView);
     recordImpression();
 }
 
 void TDReportButtonView::recordImpression() const
 {
-    const auto& metadataClass = m_buttonHandler->metadataClass();
-    if (!metadataClass)
+    if (!m_buttonHandler->metadataClass())
         return TDAPI::recordImpression({ { "sdk", "user_defined" } });
     TDAPI::recordImpression({
-        { "sdk", send(metadataClass, sel::getSDKName) },
-        { "sdkVersion", send(metadataClass, sel::getVersion) },
-        { "adType", send(metadataClass, sel::adType) },
+        { "sdk", m_buttonHandler->metadataText(sel::getSDKName) },
+        { "sdkVersion", m_buttonHandler->metadataText(sel::getVersion) },
+        { "adType", m_buttonHandler->metadataText(sel::adType) },
         { "creativeId", m_buttonHandler->getCreativeId() },
     });
 }
@@ -128,8 +140,7 @@ void TDReportButtonView::configureHandlerWithView(const std::shared_ptr<UIView>&
 
 void TDReportButtonView::checkAndUpdateButtonForm()
 {
-    m_buttonForm
-        = send(m_buttonHandler->metadataClass(), sel::adType) == "interstitial" ? Form::Full : Form::Short;
+    m_buttonForm = m_buttonHandler->metadataText(sel::adType) == "interstitial" ? Form::Full : Form::Short;
     updateButtonForm();
 }
 
@@ -167,6 +178,8 @@ void TDReportButtonView::configureGestureRecognizersDependOnFormButton()
         tap->setDelegate(m_buttonHandler);
         return tap;
     };
+    // A single tap waits until it cannot become a double one, also where one is configured: kept, a double
+    // tap must never open twice.
     m_doubleTapGesture = recognizer(2);
     m_singleTapGesture = recognizer(1);
     m_singleTapGesture->requireGestureRecognizerToFail(m_doubleTapGesture);
@@ -202,6 +215,8 @@ void TDReportButtonView::addReportButtonToView(const std::shared_ptr<UIView>& ad
         NSLayoutConstraint::constraintWithItem(
             this, Attribute::Height, nullptr, Attribute::NotAnAttribute, 1, this->frame().size.height),
     });
+    // The slide starts from the hidden place, and goes sideways only.
+    adView->layoutIfNeeded();
     showButton();
 }
 
@@ -363,6 +378,105 @@ void TDReportButtonView::sendReportWithInfo(const Value& info)
 {
     if (m_buttonHandler)
         m_buttonHandler->sendReportWithInfo(info);
+}
+
+// The first launch is asked for last: the question uses it up.
+void TDReportButtonView::addTutorialViewOnView(const std::shared_ptr<UIView>& adView)
+{
+    if (!adView || m_buttonHandler->metadataText(sel::adType) != "interstitial"
+        || !LMFirstTimeLaunchDetector::sharedInstance().isFirstLaunch())
+        return;
+    if (m_openGR)
+        m_openGR->setEnabled(false);
+    dispatch_get_main_queue().asyncAfter(
+        tutorialDelay, [weakButton = std::weak_ptr(self()), weakAd = std::weak_ptr(adView)] {
+            const auto button = weakButton.lock();
+            const auto ad = weakAd.lock();
+            if (button && ad && button->superview() == ad.get())
+                button->showTutorialOn(*ad);
+        });
+}
+
+void TDReportButtonView::showTutorialOn(UIView& adView)
+{
+    m_tutorialView = as<LMInterstitialTutorialView>(loadInterface("LMInterstitialTutorialView", this));
+    if (!m_tutorialView)
+        return;
+    m_tutorialView->setDelegate(self());
+    m_tutorialView->setTranslatesAutoresizingMaskIntoConstraints(false);
+    adView.addSubview(m_tutorialView);
+    using Attribute = NSLayoutAttribute;
+    for (const Attribute edge :
+        { Attribute::Top, Attribute::Trailing, Attribute::Bottom, Attribute::Leading })
+        NSLayoutConstraint::constraintWithItem(m_tutorialView.get(), edge, &adView, edge, 1, 0)
+            ->setActive(true);
+    adView.layoutIfNeeded();
+    m_tutorialView->setAlpha(0);
+    UIView::animateWithDuration(
+        tutorialFadeTime, [&] { m_tutorialView->setAlpha(1); },
+        [weakButton = std::weak_ptr(self()), weakAd = weakly(&adView)](bool finished) {
+            // Dismissed or removed while it came, it needs no pulse that nobody would end.
+            const auto button = weakButton.lock();
+            if (const auto ad = weakAd.lock(); finished && button && ad)
+                button->setupPulseViewWithSuperView(ad);
+        });
+}
+
+void TDReportButtonView::setupPulseViewWithSuperView(const std::shared_ptr<UIView>& adView)
+{
+    if (!adView || superview() != adView.get())
+        return;
+    m_pulseView = make<LMPulseAnimationView>();
+    m_pulseView->setTrackedView(adView);
+    m_pulseView->setPulseColor(brandColor());
+    m_pulseView->setSmallLayer_size(50);
+    m_pulseView->setSmallLayer_expandingValue(10);
+    m_pulseView->setBigLayer_expandingSize(200);
+    m_pulseView->setSmallLayer_expandingTime(0.35);
+    m_pulseView->setSmallLayer_silenceTimeAfterExpanding(0.2);
+    m_pulseView->setSmallLayer_backingToNormalTime(0.35);
+    m_pulseView->setSmallLayer_silenceTimeAfterBackingToNormal(0.55);
+    m_pulseView->setBigLayer_blowingTime(0.7);
+    m_pulseView->setTranslatesAutoresizingMaskIntoConstraints(false);
+    adView->insertSubviewAboveSubview(m_pulseView, m_tutorialView.get());
+    using Attribute = NSLayoutAttribute;
+    UIView* const icon = m_iconView ? m_iconView.get() : static_cast<UIView*>(this);
+    auto constraint = [&](Attribute attribute, UIView* other) {
+        return NSLayoutConstraint::constraintWithItem(
+            m_pulseView.get(), attribute, other, other ? attribute : Attribute::NotAnAttribute, 1, 0);
+    };
+    NSLayoutConstraint::activateConstraints(
+        { constraint(Attribute::Width, nullptr), constraint(Attribute::Height, nullptr),
+            constraint(Attribute::CenterX, icon), constraint(Attribute::CenterY, this) });
+    adView->layoutIfNeeded();
+    m_pulseView->startAnimation();
+}
+
+void TDReportButtonView::continueButtonWasPressed()
+{
+    if (m_openGR)
+        m_openGR->setEnabled(true);
+    UIView::animateWithDuration(
+        tutorialFadeTime,
+        [&] {
+            if (m_pulseView)
+                m_pulseView->setAlpha(0);
+        },
+        [weakButton = std::weak_ptr(self())](bool) {
+            const auto button = weakButton.lock();
+            if (const auto pulse = button ? std::exchange(button->m_pulseView, nullptr) : nullptr)
+                send(pulse, sel::removeFromSuperview);
+        });
+}
+
+void TDReportButtonView::didMoveToSuperview()
+{
+    sendSuper(classOf<TDReportButtonView>(), this, sel::didMoveToSuperview);
+    // Without a button there is no icon to pulse around.
+    if (!superview()) {
+        if (const auto pulse = std::exchange(m_pulseView, nullptr))
+            send(pulse, sel::removeFromSuperview);
+    }
 }
 
 CGSize TDReportButtonView::intrinsicContentSize()

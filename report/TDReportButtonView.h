@@ -10,12 +10,14 @@
 
 namespace lumora {
 
+class LMInterstitialTutorialView;
+class LMPulseAnimationView;
 class NSLayoutConstraint;
 
 /// The small control on an ad's top right corner: slides in from the right edge, opens on taps, and says "Ad
-/// Reported" for a few seconds before it goes. Made from its interface file; a subview of the ad view, which
-/// owns it. It owns its handler. Main thread, except `adWasReported`, which moves itself there. Delays and
-/// animations hold it weakly.
+/// Reported" for a few seconds before it goes. At the first launch it explains itself over an interstitial.
+/// Made from its interface file; a subview of the ad view, which owns it. It owns its handler. Main thread,
+/// except `adWasReported`, which moves itself there. Delays and animations hold it weakly.
 class TDReportButtonView final : public UIView {
 public:
     static const ClassDescription& classDescription();
@@ -85,6 +87,12 @@ public:
     /// Handed on to the handler; nothing happens while there is none.
     void sendReportWithInfo(const Value& info);
 
+    /// At the first launch, over an interstitial, after 2.0 s.
+    void addTutorialViewOnView(const std::shared_ptr<UIView>& adView);
+    void setupPulseViewWithSuperView(const std::shared_ptr<UIView>& adView);
+    void continueButtonWasPressed();
+
+    void didMoveToSuperview();
     void layoutSubviews();
     CGSize intrinsicContentSize();
     UIBezierPath getBezierPathFor(int64_t placement) const;
@@ -92,6 +100,7 @@ public:
 private:
     void attach(const std::shared_ptr<UIView>& adView, const NSDictionary& metadata);
     void recordImpression() const;
+    void showTutorialOn(UIView& adView);
     void slideTo(double trailingConstant, std::function<void(TDReportButtonView&, bool finished)> completion);
     void afterDelay(double seconds, void (TDReportButtonView::*action)());
     double iconTrailingConstant();
@@ -113,6 +122,13 @@ private:
     std::shared_ptr<UIView> m_buttonBackground;
     std::shared_ptr<UITapGestureRecognizer> m_singleTapGesture;
     std::shared_ptr<UITapGestureRecognizer> m_doubleTapGesture;
+    // Assigned by nothing: kept, the tutorial's switching of the first has no effect.
+    std::shared_ptr<UIGestureRecognizer> m_openGR;
+    std::shared_ptr<UIGestureRecognizer> m_closeGR;
+    std::shared_ptr<UIGestureRecognizer> m_openShortGR;
+    // There while the tutorial's pulse runs.
+    std::shared_ptr<LMPulseAnimationView> m_pulseView;
+    std::shared_ptr<LMInterstitialTutorialView> m_tutorialView;
 };
 
 }

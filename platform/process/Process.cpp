@@ -17,6 +17,12 @@ Process& defaultProcess()
     static Process& process = *new Process({});
     return process;
 }
+
+std::vector<void (*)() noexcept>& loadHooks()
+{
+    static auto& hooks = *new std::vector<void (*)() noexcept>;
+    return hooks;
+}
 } // namespace
 
 Process::Process(ProcessConfiguration configuration)
@@ -24,6 +30,9 @@ Process::Process(ProcessConfiguration configuration)
     , m_classes(std::make_unique<ClassRegistry>(*this))
     , m_executor(m_configuration.makeExecutor(*this))
 {
+    Scope scope(*this);
+    for (const auto hook : loadHooks())
+        hook();
 }
 
 Process::~Process()
@@ -55,6 +64,8 @@ void Process::stop()
 }
 
 Process& Process::current() { return t_current ? *t_current : defaultProcess(); }
+
+LoadHook::LoadHook(void (*hook)() noexcept) { loadHooks().push_back(hook); }
 
 Process::Scope::Scope(Process& process)
     : m_previous(t_current)

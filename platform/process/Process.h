@@ -92,4 +92,10 @@ private:
     std::unique_ptr<Executor> m_executor;
 };
 
+/// What a class does when it is loaded: called in every process as soon as that stands, on the thread that
+/// makes it, in no stated order. One static object beside the class.
+struct LoadHook {
+    explicit LoadHook(void (*hook)() noexcept);
+};
+
 } // namespace lumora

@@ -86,7 +86,8 @@ std::optional<double> CAAnimation::cycleTime(double time) const
     const double local = time - m_beginTime;
     if (local < 0)
         return backwards ? std::optional(0.0) : std::nullopt;
-    if (local >= activeDuration())
+    // A duration of nothing, or of no number, is over at once.
+    if (!(local < activeDuration()))
         return forwards ? std::optional(m_duration) : std::nullopt;
     return std::fmod(local, m_duration);
 }

@@ -131,6 +131,9 @@ void CALayer::addAnimation(std::shared_ptr<CAAnimation> animation, const std::op
     if (key)
         removeAnimationForKey(*key);
     dropFinishedAnimations();
+    constexpr double defaultDuration = 0.25;
+    if (!(animation->duration() > 0))
+        animation->setDuration(defaultDuration);
     m_animations.push_back({ std::move(animation), key, CACurrentMediaTime() });
 }
 

@@ -59,6 +59,7 @@ public:
     void removeFromSuperlayer();
 
     /// Starts an animation now. One of the same key is taken off first; without a key it stays until its end.
+    /// One without a duration is given 0.25 s.
     void addAnimation(
         std::shared_ptr<CAAnimation> animation, const std::optional<std::string>& key = std::nullopt);
     std::shared_ptr<CAAnimation> animationForKey(std::string_view key) const;

@@ -4,6 +4,23 @@
 
 namespace lumora {
 
+namespace {
+/// Sends a button's actions in the button's name.
+class UIButtonActionRecognizer final : public UITapGestureRecognizer {
+public:
+    static const ClassDescription& classDescription()
+    {
+        static const auto& description
+            = *new ClassDescription(ClassDescription::of<UIButtonActionRecognizer, UITapGestureRecognizer>(
+                "UIButtonActionRecognizer"));
+        return description;
+    }
+
+protected:
+    Object* sender() override { return view(); }
+};
+} // namespace
+
 const ClassDescription& UIButton::classDescription()
 {
     static const auto& description = *new ClassDescription(
@@ -35,7 +52,7 @@ void UIButton::addTarget(std::weak_ptr<Object> target, SEL action)
 {
     auto recognizer = m_actionRecognizer.lock();
     if (!recognizer) {
-        recognizer = make<UITapGestureRecognizer>();
+        recognizer = make<UIButtonActionRecognizer>();
         recognizer->setDelegate(weakly(this));
         addGestureRecognizer(recognizer);
         m_actionRecognizer = recognizer;

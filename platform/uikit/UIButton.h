@@ -19,8 +19,8 @@ public:
     void setHighlighted(bool highlighted) { m_highlighted = highlighted; }
     bool isSelected() const { return m_selected; }
     void setSelected(bool selected) { m_selected = selected; }
-    /// Sends the action after a tap, whatever other recognizers of the button make of it. The target is held
-    /// weakly.
+    /// Sends the action after a tap, with the button if the selector ends in a colon, whatever other
+    /// recognizers of the button make of it. The target is held weakly.
     void addTarget(std::weak_ptr<Object> target, SEL action);
 
     void layoutSubviews();

@@ -119,7 +119,7 @@ void UIGestureRecognizer::sendActions()
             continue;
         try {
             if (target.action->name().ends_with(':'))
-                send<void>(object.get(), target.action, static_cast<id>(this));
+                send<void>(object.get(), target.action, static_cast<id>(sender()));
             else
                 send<void>(object.get(), target.action);
         } catch (const NSException& exception) {

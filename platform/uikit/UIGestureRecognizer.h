@@ -55,6 +55,8 @@ protected:
     virtual bool awaitsAnotherTouch() const { return false; }
     /// How many taps make the gesture; more go first.
     virtual int taps() const { return 0; }
+    /// What the actions are sent with.
+    virtual Object* sender() { return this; }
 
 private:
     friend class GestureArena;

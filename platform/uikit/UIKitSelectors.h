@@ -30,6 +30,7 @@ namespace sel {
 // Making
 inline constinit const TypedSelector<id(CGRect)> initWithFrame { "initWithFrame:" };
 inline constinit const TypedSelector<void()> awakeFromNib { "awakeFromNib" };
+inline constinit const TypedSelector<void()> prepareForInterfaceBuilder { "prepareForInterfaceBuilder" };
 // Responders
 inline constinit const TypedSelector<id()> nextResponder { "nextResponder" };
 /// The touches are an array of UITouch; the event may be nil.

@@ -8,7 +8,7 @@ class ScheduledTimer;
 
 /// A number of short touches by a number of fingers. Between two taps 0.35 s may pass and the finger may move
 /// 45 points; while it is down, 10. Main thread only.
-class UITapGestureRecognizer final : public UIGestureRecognizer {
+class UITapGestureRecognizer : public UIGestureRecognizer {
 public:
     static const ClassDescription& classDescription();
     static constexpr double maximumInterval = 0.35;

@@ -25,6 +25,8 @@ public:
     id initWithFrame(CGRect frame);
     id initWithCoder(Object* coder);
     void awakeFromNib() { }
+    /// For a design tool, which shows views without running them.
+    void prepareForInterfaceBuilder() { }
     /// The class of the layer this kind of view is shown by.
     static Class layerClass() { return classOf<CALayer>(); }
     CALayer& layer();

@@ -47,16 +47,33 @@ public:
                   .classMethod<&version>(sel::getVersion)
                   .classMethod<&type>(sel::adType)
                   .classMethod<&creative>(sel::getCreativeIDWithObject_withSupportObject)
-                  .classMethod<&placement>(sel::getPlacementIDWithObject)
-                  .classMethod<&info>(sel::getOtherInfoForView_andForSupportObject);
+                  .classMethod<&plain>(sel::getCreativeIDWithObject)
+                  .classMethod<&placement>(sel::getPlacementIDWithObject_withSupportObject)
+                  .classMethod<&plain>(sel::getPlacementIDWithObject)
+                  .classMethod<&info>(sel::getOtherInfoForView)
+                  .classMethod<&supportInfo>(sel::getOtherInfoForView_andForSupportObject)
+                  .classMethod<&photographed>(sel::getOtherViewForScreenshotWithView)
+                  .classMethod<&havePlayer>(sel::havePlayer)
+                  .classMethod<&playPlayer>(sel::playPlayer)
+                  .protocol(TDMetadataClassPlayerManipulateSupportProtocol);
         return description;
     }
     static std::string name() { return "TestNet"; }
     static std::string version() { return "1"; }
     static std::string type() { return "interstitial"; }
     static std::string creative(id adView, id support) { return adView && support ? "both" : "missing"; }
-    static std::string placement(id) { return "place"; }
-    static Value info(id, id) { return NSDictionary { { "extra", "yes" } }; }
+    static std::string plain(id) { return "plain"; }
+    static std::string placement(id adView, id support) { return adView && support ? "place" : "missing"; }
+    static Value info(id) { return NSDictionary { { "extra", "yes" } }; }
+    static Value supportInfo(id, id) { return "not asked"; }
+    static std::shared_ptr<Object> photographed(id)
+    {
+        throw NSException(NSUndefinedKeyException, "a renamed property");
+    }
+    static bool havePlayer() { return player != Player::None; }
+    static void playPlayer() { player = Player::Playing; }
+    enum class Player { None, Paused, Playing };
+    static inline Player player { Player::None };
 };
 
 class ReportFlowTest : public testing::Test {
@@ -127,8 +144,12 @@ TEST_F(ReportFlowTest, AReportedButtonStaysThreeSeconds)
     const auto button = buttonOn(*banner);
     button->adWasReported();
     EXPECT_EQ(button->buttonForm(), Form::Reported);
-    EXPECT_EQ(tests::find<UILabel>(*button)->text(), "Ad Reported");
-    world.phone.wait(0.01 + 3.0);
+    const auto caption = tests::find<UILabel>(*button);
+    EXPECT_EQ(caption->text(), "Ad Reported");
+    world.phone.wait(0.01);
+    EXPECT_GE(caption->frame().size.width, caption->intrinsicContentSize().width) << "the words fit";
+    EXPECT_DOUBLE_EQ(button->frame().maxX(), 300);
+    world.phone.wait(3.0);
     EXPECT_EQ(button->trailingConstant(), button->getButtonWidthWithDiff()) << "slides out";
     EXPECT_TRUE(button->superview());
     world.phone.wait(0.01);
@@ -143,8 +164,9 @@ TEST_F(ReportFlowTest, CancellingTheOverlayTakesTheButtonForGood)
     world.phone.wait(0.5);
     const auto overlay = tests::find<LMReportAdView>(*banner);
     overlay->setup();
-    EXPECT_EQ(overlay->subviews().back()->gestureRecognizers().size(), 1u) << "set up twice, one recognizer";
-    world.phone.tap(*overlay->subviews().back());
+    const auto close = as<UIView>(overlay->valueForKey("buttonClose").object());
+    EXPECT_EQ(close->gestureRecognizers().size(), 1u) << "set up twice, one recognizer";
+    world.phone.tap(*close);
     world.phone.wait(0.29);
     EXPECT_TRUE(tests::find<LMReportAdView>(*banner));
     world.phone.wait(0.02);
@@ -224,19 +246,6 @@ TEST_F(ReportFlowTest, WithoutAControllerTheFlowStaysWhereItIs)
     EXPECT_FALSE(tests::find<LMReportAdView>(*banner)) << "and further taps do nothing";
 }
 
-TEST_F(ReportFlowTest, TwoFastTapsSendOneReason)
-{
-    const auto banner = world.showMoPub();
-    world.phone.tap(*buttonOn(*banner));
-    world.phone.wait(0.5);
-    const auto fraud = tests::reasonOn(*banner, "fraud");
-    world.phone.tap(*fraud);
-    world.phone.wait(0.5);
-    world.phone.tap(*fraud);
-    world.phone.wait(5);
-    EXPECT_EQ(world.service.reports().size(), 1u);
-}
-
 TEST_F(ReportFlowTest, AnAdThatDiesMeanwhileTakesEverythingAlong)
 {
     auto banner = world.showMoPub();
@@ -270,8 +279,13 @@ TEST_F(ReportFlowTest, OneButtonDirectlyUnderAView)
     EXPECT_EQ(TDButtonManager::sharedInstance().getButtonsArray().size(), 1u);
     const auto outer = make<UIView>();
     outer->addSubview(view);
+    outer->addSubview(alloc<UIView>(ClassBuilder("HostsButton", classOf<TDReportButtonView>()).build()));
     EXPECT_FALSE(LMReportButtonHelper::isReportButtonInSubviewsOfView(outer.get()))
-        << "deeper ones do not count";
+        << "deeper ones and subclasses do not count";
+    for (int attached = 0; attached < 2; attached++)
+        LMReportButtonHelper::addReportButtonToView(outer.get(), nullptr);
+    world.phone.wait(1);
+    EXPECT_EQ(TDButtonManager::sharedInstance().getButtonsArray().size(), 3u) << "two within one second";
     EXPECT_FALSE(LMReportButtonHelper::isReportButtonInSubviewsOfView(make<NSObject>().get()));
 }
 
@@ -289,16 +303,20 @@ TEST_F(ReportFlowTest, AProcessorGivesMarkupAndType)
         std::string getAdTypeInString() override { return "video"; }
         void getNewHTMLWithPurpose(HTMLPurpose purpose, const HTMLCompletion& completion) override
         {
-            completion(true, purpose == HTMLPurpose::Report ? "<b>ad</b>" : "");
+            answer = [=] { completion(true, purpose == HTMLPurpose::Report ? "<b>ad</b>" : ""); };
         }
+        std::function<void()> answer;
     };
-    const auto view = adView({ 320, 50 });
+    auto view = adView({ 320, 50 });
     const auto inner = make<UIView>();
     view->addSubview(inner);
     const auto processor = make<Processor>();
     processor->setAdObject(inner);
     ProcessorsManager::sharedInstance().addProcessor(processor);
     buttonOn(*view)->buttonHandler()->sendReportWithInfo("x");
+    view->removeFromSuperview();
+    view.reset();
+    std::exchange(processor->answer, nullptr)();
     world.phone.wait(1);
     EXPECT_EQ(world.lastReport()["html"], Value { "<b>ad</b>" });
     EXPECT_EQ(world.lastReport()["adType"], Value { "video" });
@@ -338,10 +356,14 @@ TEST_F(ReportFlowTest, AReasonLightsUpForOneSecond)
     EXPECT_EQ(fraud->layer().borderColor(), (UIColor { 5 / 255.0, 89 / 255.0, 175 / 255.0, 1 }));
     fraud->didTouchUpInside();
     EXPECT_EQ(fraud->backgroundColor(), fraud->layer().borderColor());
-    world.phone.wait(0.999);
+    world.phone.wait(0.5);
+    world.phone.tap(*fraud);
+    world.phone.wait(0.449);
     EXPECT_EQ(tests::find<LMReportAdView>(*banner)->alpha(), 1);
-    world.phone.wait(0.001);
+    world.phone.wait(0.0011);
     EXPECT_EQ(tests::find<LMReportAdView>(*banner)->alpha(), 0) << "told, and fading";
+    world.phone.wait(5);
+    EXPECT_EQ(world.service.reports().size(), 1u) << "two fast taps send one";
 }
 
 TEST_F(ReportFlowTest, ATapOnTheButtonNeverReachesTheAd)
@@ -359,15 +381,49 @@ TEST_F(ReportFlowTest, ATapOnTheButtonNeverReachesTheAd)
         int taps { 0 };
     };
     const auto counter = make<Counter>();
-    const auto view = adView({ 320, 250 });
-    const auto tap = make<UITapGestureRecognizer>();
-    tap->addTarget(counter, "tapped"_sel);
-    view->addGestureRecognizer(tap);
-    world.phone.wait(0.1);
-    world.phone.tap(*buttonOn(*view));
-    world.phone.wait(1);
-    EXPECT_TRUE(tests::find<LMReportAdView>(*view));
-    EXPECT_EQ(counter->taps, 0);
+    struct Row {
+        const char* name;
+        std::function<void(WKWebView&)> prepare;
+    };
+    const Row rows[] = {
+        { "a recognizer of the ad",
+            [&](WKWebView& ad) {
+                const auto tap = make<UITapGestureRecognizer>();
+                tap->addTarget(counter, "tapped"_sel);
+                ad.addGestureRecognizer(tap);
+            } },
+        { "a control under the button",
+            [&](WKWebView& ad) {
+                const auto control = make<UIButton>();
+                control->setFrame(ad.bounds());
+                control->addTarget(counter, "tapped"_sel);
+                ad.insertSubview(control, 0);
+            } },
+        { "a link",
+            [](WKWebView& ad) {
+                ad.loadHTMLString("<a href='https://shop.example/'><h1>MMMMMMMMMMMMMMMMMMM</h1></a>", "");
+            } },
+    };
+    for (const Row& row : rows) {
+        const auto ad = make<WKWebView>();
+        ad->setFrame(CGRectMake(0, 0, 320, 250));
+        world.phone.content().addSubview(ad);
+        auto hears = [&](const std::function<void()>& tap) {
+            row.prepare(*ad);
+            world.phone.wait(0.1);
+            counter->taps = 0;
+            tap();
+            bool heard = false;
+            for (int i = 0; i < 100; i++, world.phone.wait(0.01))
+                heard = heard || ad->isLoading();
+            return heard || counter->taps > 0;
+        };
+        EXPECT_TRUE(hears([&] { world.phone.tapAt({ 300, 61 }); })) << row.name;
+        LMReportButtonHelper::addReportButtonToView(ad.get(), nullptr);
+        world.phone.wait(1.1);
+        EXPECT_FALSE(hears([&] { world.phone.tap(*buttonOn(*ad)); })) << row.name;
+        EXPECT_TRUE(tests::find<LMReportAdView>(*ad)) << row.name;
+    }
 }
 
 TEST_F(ReportFlowTest, CancellingTheSheetBringsTheButtonBack)
@@ -384,6 +440,9 @@ TEST_F(ReportFlowTest, CancellingTheSheetBringsTheButtonBack)
     ASSERT_TRUE(sheet);
     EXPECT_EQ(sheet->modalPresentationStyle(), UIModalPresentationStyle::OverCurrentContext);
     EXPECT_EQ(button->buttonState(), State::Hidden);
+    button->buttonHandler()->swipableReportViewControllerDidClosed({});
+    world.phone.wait(1);
+    EXPECT_EQ(button->buttonState(), State::Hidden) << "closed with nothing, it stays away";
     world.phone.tapAt({ 187, 700 });
     world.phone.wait(0.35 + 0.3 + 0.26);
     EXPECT_EQ(button->buttonState(), State::Icon);
@@ -406,12 +465,15 @@ TEST_F(ReportFlowTest, AnInterstitialIsReportedThroughTheSheet)
     world.phone.wait(0.35 + 0.3 + 0.1);
     UIViewController* sheet = world.phone.window().rootViewController()->presentedViewController();
     ASSERT_TRUE(sheet);
+    Metaclass::player = Metaclass::Player::Paused;
     world.phone.tap(*tests::reasonOn(*sheet->view(), "fraud"));
     world.phone.wait(2);
+    EXPECT_EQ(std::exchange(Metaclass::player, {}), Metaclass::Player::Playing) << "the video goes on";
     EXPECT_FALSE(world.phone.window().rootViewController()->presentedViewController());
     const NSDictionary report = world.lastReport();
     EXPECT_EQ(report["creativeId"], Value { "both" });
     EXPECT_EQ(report["adFormat"], Value { "interstitial" });
+    EXPECT_NE(report["screenshot"], Value { "" }) << "what the metadata class raises costs nothing else";
     EXPECT_EQ((*report["metadata"].dictionary())["placementId"], Value { "place" });
     EXPECT_EQ((*report["metadata"].dictionary())["extra"], Value { "yes" });
 }

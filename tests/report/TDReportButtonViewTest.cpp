@@ -1,13 +1,12 @@
 #include "report/TDReportButtonView.h"
 
-#include "interception/TDMetadataClassProtocol.h"
 #include "lumora/LMReportButtonHelper.h"
 #include "platform/dispatch/VirtualExecutor.h"
 #include "platform/quartzcore/CAShapeLayer.h"
 #include "platform/uikit/NSLayoutConstraint.h"
 #include "report/TDButtonManager.h"
 #include "report/TDReportButtonPlacement.h"
-#include "tests/world/World.h"
+#include "tests/report/FullScreenAd.h"
 
 #include <gtest/gtest.h>
 
@@ -17,21 +16,6 @@ namespace {
 using State = TDReportButtonView::State;
 using Form = TDReportButtonView::Form;
 using tests::World;
-
-class FullScreenAd final : public NSObject {
-public:
-    static const ClassDescription& classDescription()
-    {
-        static const ClassDescription description
-            = ClassDescription::of<FullScreenAd, NSObject>("TestFullScreenAd")
-                  .classMethod<&name>(sel::getSDKName)
-                  .classMethod<&name>(sel::getVersion)
-                  .classMethod<&type>(sel::adType);
-        return description;
-    }
-    static std::string name() { return "TestNet"; }
-    static std::string type() { return "interstitial"; }
-};
 
 class TDReportButtonViewTest : public testing::Test {
 protected:
@@ -45,8 +29,8 @@ protected:
         view = make<UIView>();
         view->setFrame(frame);
         world.phone.content().addSubview(view);
-        LMReportButtonHelper::addReportButtonToView(view.get(), nullptr,
-            fullScreen ? NSDictionary { { "metaclass", retain(classOf<FullScreenAd>()) } } : NSDictionary {});
+        LMReportButtonHelper::addReportButtonToView(
+            view.get(), nullptr, fullScreen ? tests::fullScreenMetadata() : NSDictionary {});
         world.phone.wait(1);
         return tests::find<TDReportButtonView>(*view);
     }
@@ -87,7 +71,7 @@ TEST_F(TDReportButtonViewTest, TheShortFormSlidesInAtOnceAndStays)
     EXPECT_EQ(button->buttonState(), State::Full);
 }
 
-TEST_F(TDReportButtonViewTest, TheFullFormSlidesInAsAnIcon)
+TEST_F(TDReportButtonViewTest, TheFullFormSlidesInAsAnIconRoundedOnTheLeft)
 {
     startWith(R"({"active": true})");
     const auto button = buttonOn(CGRectMake(0, 0, 375, 812), true);
@@ -102,13 +86,6 @@ TEST_F(TDReportButtonViewTest, TheFullFormSlidesInAsAnIcon)
     EXPECT_DOUBLE_EQ(button->frame().origin.x, 375 - captionX) << "only what is left of the caption shows";
     EXPECT_DOUBLE_EQ(button->frame().origin.y, 44 + 812 * 0.12) << "below the safe area";
     EXPECT_DOUBLE_EQ(button->layer().zPosition(), 50);
-}
-
-TEST_F(TDReportButtonViewTest, TheBodyOfTheFullFormIsRoundedOnTheLeft)
-{
-    startWith(R"({"active": true})");
-    const auto button = buttonOn(CGRectMake(0, 0, 375, 812), true);
-    world.phone.wait(1);
     const auto body = button->subviews().front();
     const double radius = body->frame().size.height / 2;
     EXPECT_EQ(button->getBezierPathFor(1), button->getBezierPathFor(4)) << "the placement is ignored";
@@ -130,8 +107,7 @@ TEST_F(TDReportButtonViewTest, AnIconOpensForTheConfiguredNumberOfTaps)
         const auto ad = make<UIView>();
         ad->setFrame(CGRectMake(0, 0, 375, 812));
         fresh.phone.content().addSubview(ad);
-        LMReportButtonHelper::addReportButtonToView(
-            ad.get(), nullptr, { { "metaclass", retain(classOf<FullScreenAd>()) } });
+        LMReportButtonHelper::addReportButtonToView(ad.get(), nullptr, tests::fullScreenMetadata());
         fresh.phone.wait(1.5);
         const auto button = tests::find<TDReportButtonView>(*ad);
         const auto icon = tests::find<UIImageView>(*button);
@@ -156,14 +132,6 @@ TEST_F(TDReportButtonViewTest, AnAdWiderThanTheScreen)
         EXPECT_DOUBLE_EQ(button->widerAdDiff(), diff) << width;
         EXPECT_DOUBLE_EQ(button->frame().maxX(), width + diff) << width;
     }
-}
-
-TEST_F(TDReportButtonViewTest, PlacingAViewWithoutASize)
-{
-    startWith(R"({"active": true})");
-    const auto button = buttonOn(CGRectMake(0, 0, 0, 0), false);
-    ASSERT_TRUE(button) << "its own size keeps the frame from being zero";
-    EXPECT_EQ(button->getFrameForButtonInView(*view).origin, (CGPoint { 0, 0 }));
 }
 
 TEST_F(TDReportButtonViewTest, AHiddenButtonIsThereButNotSeen)
@@ -191,24 +159,15 @@ TEST_F(TDReportButtonViewTest, TheReportedStateIsFinal)
     button->adWasReported();
     world.phone.wait(0.5);
     EXPECT_EQ(button->buttonState(), State::Reported) << "an interrupted slide's end does not overwrite it";
-    button->animateFromFullToIcon();
-    EXPECT_EQ(button->buttonState(), State::Reported);
-    world.phone.wait(3.5);
-    EXPECT_FALSE(button->superview());
-}
-
-TEST_F(TDReportButtonViewTest, TheConfirmationFitsItsWords)
-{
-    startWith(R"({"active": true})");
-    const auto button = buttonOn(CGRectMake(0, 0, 320, 50), false);
-    world.phone.wait(0.1);
-    const double shortWidth = button->frame().size.width;
-    button->adWasReported();
-    world.phone.wait(0.1);
-    const auto caption = tests::find<UILabel>(*button);
-    EXPECT_GE(caption->frame().size.width, send(caption, sel::intrinsicContentSize).width - 0.5);
-    EXPECT_GT(button->frame().size.width, shortWidth + 50);
-    EXPECT_DOUBLE_EQ(button->frame().maxX(), 320);
+    using Button = TDReportButtonView;
+    for (const auto slide : { &Button::animateFromHiddenToFull, &Button::animateFromHiddenToIcon,
+             &Button::animateFromFullToIcon, &Button::animateFromFullToHidden }) {
+        (button.get()->*slide)();
+        EXPECT_EQ(button->buttonState(), State::Reported);
+        world.phone.wait(0.25);
+        EXPECT_EQ(button->buttonState(), State::Reported);
+    }
+    EXPECT_FALSE(button->superview()) << "slid out, it goes";
 }
 
 TEST_F(TDReportButtonViewTest, BeforeVersionElevenThereIsNoSafeArea)

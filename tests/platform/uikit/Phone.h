@@ -30,8 +30,9 @@ public:
     void tapped() { lines.emplace_back("tapped"); }
     void tappedBy(Object* recognizer)
     {
-        lines.push_back(
-            std::to_string(as<UITapGestureRecognizer>(recognizer)->numberOfTapsRequired()) + " taps");
+        const auto* const tap = as<UITapGestureRecognizer>(recognizer);
+        lines.push_back(tap ? std::to_string(tap->numberOfTapsRequired()) + " taps"
+                            : "tapped on a " + object_getClassName(recognizer));
     }
 
     std::vector<std::string> lines;

@@ -329,12 +329,13 @@ TEST(UIButton, SendsItsActionBesideItsOtherRecognizers)
     auto button = phone.add<UIButton>(CGRectMake(0, 0, 100, 40));
     phone.addTap(*button, 1);
     button->addTarget(phone.diary, "tapped"_sel);
+    button->addTarget(phone.diary, "tappedBy:"_sel);
     button->setTitle("Continue");
     phone.window->sendTouch(UITouchPhase::Began, { 50, 20 });
     EXPECT_TRUE(button->isHighlighted());
     phone.window->sendTouch(UITouchPhase::Ended, { 50, 20 });
     EXPECT_FALSE(button->isHighlighted());
-    EXPECT_EQ(phone.diaryLines(), (Lines { "1 taps", "tapped" }));
+    EXPECT_EQ(phone.diaryLines(), (Lines { "1 taps", "tapped", "tapped on a UIButton" }));
 }
 
 TEST(UIApplication, AFingerStaysWithItsWindow)

@@ -164,6 +164,10 @@ TEST(CABasicAnimation, MovesAPathPointByPoint)
     wrong->setToValue(UIColor::whiteColor());
     layer->addAnimation(wrong);
     EXPECT_EQ(layer->presentationOpacity(), 1);
+    // One without a duration takes a quarter of a second.
+    layer->addAnimation(fade(0, 0, 0, 1));
+    phone.advance(0.125);
+    EXPECT_NEAR(layer->presentationOpacity(), 0.5, 1e-5);
 }
 
 } // namespace lumora::test

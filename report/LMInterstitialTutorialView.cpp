@@ -1,0 +1,38 @@
+#include "report/LMInterstitialTutorialView.h"
+
+#include "report/ReportProtocols.h"
+
+namespace lumora {
+
+namespace {
+constinit const TypedSelector<void(id)> continueActionSelector { "continueButtonWasPressed:" };
+constexpr double fadeTime = 0.7;
+} // namespace
+
+const ClassDescription& LMInterstitialTutorialView::classDescription()
+{
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<LMInterstitialTutorialView, UIView>("LMInterstitialTutorialView")
+            .method<&LMInterstitialTutorialView::initWithCoder>(sel::initWithCoder)
+            .method<&LMInterstitialTutorialView::continueButtonWasPressed>(continueActionSelector)
+            .variable<&LMInterstitialTutorialView::m_continueButton>("continueButton"));
+    return description;
+}
+static const RegisteredClass registered { &LMInterstitialTutorialView::classDescription };
+
+id LMInterstitialTutorialView::initWithCoder(Object* coder)
+{
+    return sendSuper(classOf<LMInterstitialTutorialView>(), this, sel::initWithCoder, coder);
+}
+
+void LMInterstitialTutorialView::continueButtonWasPressed(Object*)
+{
+    const auto delegate = m_delegate.lock();
+    if (respondsToSelector(delegate.get(), sel::continueButtonWasPressed))
+        send(delegate, sel::continueButtonWasPressed);
+    UIView::animateWithDuration(
+        fadeTime, [&] { setAlpha(0); },
+        [tutorial = weakly(this)](bool) { send(tutorial.lock(), sel::removeFromSuperview); });
+}
+
+} // namespace lumora
