@@ -38,6 +38,8 @@ Value getValueFromObject(const Object* object, const KeyPaths& keyPathes)
 {
     if (!object)
         return {};
+    // An accessor may let go of the object between two paths.
+    const auto alive = retain(const_cast<Object*>(object));
     for (const char* path : keyPathes) {
         Value value = readGuarded([&] { return const_cast<Object*>(object)->valueForKeyPath(path); });
         if (!value.isNothing())
@@ -85,7 +87,10 @@ id superviewOf(id adView)
 
 ReadFromView from(id (*start)(id adView), KeyPaths keyPathes, Numbers numbers)
 {
-    return [=](id adView) { return textFromObject(start(adView), keyPathes, numbers); };
+    return [=](id adView) {
+        const Value root = readGuarded([&] { return Value { retain(start(adView)) }; });
+        return textFromObject(root.object().get(), keyPathes, numbers);
+    };
 }
 
 ReadFromView fromView(KeyPaths keyPathes, Numbers numbers)

@@ -19,17 +19,25 @@ std::unordered_map<std::string_view, const Network*>& networks()
     return all;
 }
 
-bool isSet(const char* text) { return text; }
-template <typename T> bool isSet(const std::optional<T>& value) { return value.has_value(); }
-template <typename... T> bool isSet(const std::variant<T...>& value) { return value.index() != 0; }
-template <typename R> bool isSet(R (*function)(id)) { return function; }
+/// The forms of a reader.
+constexpr size_t plainForm = 1;
+constexpr size_t supportForm = 2;
 
-/// The row that answers an operation of a class: its own, or that of the nearest class above which has one.
-template <auto Field> const auto& answering(Class self)
+template <size_t> bool isSet(const char* text) { return text; }
+template <size_t, typename T> bool isSet(const std::optional<T>& value) { return value.has_value(); }
+template <size_t Form, typename... T> bool isSet(const std::variant<T...>& value)
+{
+    return value.index() == Form;
+}
+template <size_t, typename R> bool isSet(R (*function)(id)) { return function; }
+
+/// What answers an operation of a class: its own row, or that of the nearest class above which has the field,
+/// and in that form: a row that reads in the other form leaves its base's operation as it is.
+template <auto Field, size_t Form = 0> const auto& answering(Class self)
 {
     for (Class cls = self; cls; cls = cls->superclass()) {
         const auto row = rows().find(cls->name());
-        if (row != rows().end() && isSet(row->second->*Field))
+        if (row != rows().end() && isSet<Form>(row->second->*Field))
             return row->second->*Field;
     }
     throw NSException(NSInvalidArgumentException, NSStringFromClass(self) + " has no such answer");
@@ -45,20 +53,20 @@ std::shared_ptr<Object> screenshotView(Class self, id adView)
 }
 template <auto Field> auto fromAdView(Class self, id adView)
 {
-    return std::get<1>(answering<Field>(self))(adView);
+    return std::get<plainForm>(answering<Field, plainForm>(self))(adView);
 }
 template <auto Field> auto fromAdViewAndObject(Class self, id adView, id supportObject)
 {
-    return std::get<2>(answering<Field>(self))(adView, supportObject);
+    return std::get<supportForm>(answering<Field, supportForm>(self))(adView, supportObject);
 }
 
 /// Adds the operation of the form that a row gives a reader for.
 template <auto Field, typename Plain, typename Both>
 void addReader(ClassDescription& description, const MetadataClass& row, const Plain& plain, const Both& both)
 {
-    if ((row.*Field).index() == 1)
+    if (isSet<plainForm>(row.*Field))
         description.classMethod<&fromAdView<Field>>(plain);
-    else if ((row.*Field).index() == 2)
+    else if (isSet<supportForm>(row.*Field))
         description.classMethod<&fromAdViewAndObject<Field>>(both);
 }
 

@@ -1,6 +1,7 @@
 // Amazon: banners and interstitials. No hooks of its own: its web views are known by their delegates.
 
 #include "interception/Network.h"
+#include "platform/foundation/NSString.h"
 
 namespace lumora {
 
@@ -13,7 +14,7 @@ std::string creativeId(id adView)
         isKindOfClassNamed(superview, "AMAMraidInterstitialAdView")
             ? "_browsingController._adView._delegate._delegate._data"
             : "_displayController._mraidView._delegate._delegate._data");
-    if (!data.data())
+    if (!data.data() || !isValidUTF8(data.data()->view()))
         return "";
     const std::string markup { data.data()->view() };
     for (const char* pattern : { "crId\\D{0,4}\\d+", "cid\\D{0,4}\\d+" }) {

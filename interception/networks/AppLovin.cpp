@@ -48,6 +48,7 @@ const Network& network()
                 .placementId = fromView(zone),
             },
             {
+                // Stands alone: its readers must not answer in the banner's form.
                 .name = "TDMetaclass_AppLovin_interstitial",
                 .sdkName = "AppLovin",
                 .adType = "interstitial",

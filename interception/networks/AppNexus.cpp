@@ -62,9 +62,10 @@ Value getDictionaryByResponseWithDeleting(id, SEL, id response)
     if (found == snapshot.end())
         return {};
     Locker hold(pending.lock);
-    std::erase_if(pending.dicts,
+    const auto erased = std::erase_if(pending.dicts,
         [&](const PendingNative& entry) { return refersTo(entry.response, found->first.get()); });
-    return entryOf(found->second);
+    // None when another thread was faster.
+    return erased ? Value { entryOf(found->second) } : Value {};
 }
 
 Value dicts(id, SEL)
@@ -121,15 +122,19 @@ std::string creativeIdInMarkup(id adView)
     return comment ? firstMatch(*comment, "\\d+").value_or(*comment) : "";
 }
 
-// The support object is the entry as it was kept, or the fetcher alone: the paths go on from there.
+// The support object is the entry as it was kept, or, from our own hook, the fetcher alone: the paths go on
+// from there. Numbers are read as the banner's are; answers and SDK write the same ID in both ways.
 std::string nativePlacementId(id, id supportObject)
 {
-    return textFromObject(supportObject, { "adFetcher._delegate.__placementId", "_delegate.__placementId" });
+    return textFromObject(supportObject, { "adFetcher._delegate.__placementId", "_delegate.__placementId" },
+        Numbers::AsInteger);
 }
 
 /// The first creative of the tag of that ID in an answer.
 std::string creativeIdInAnswer(const Value& data, const std::string& tagId)
 {
+    if (tagId.empty())
+        return "";
     const auto answer
         = data.data() ? JSONObjectWithData(data.data()->view()) : JSONObjectWithData(data.stringOrEmpty());
     const Value tags = answer ? readKeyPath(*answer, "tags") : Value {};
@@ -137,8 +142,8 @@ std::string creativeIdInAnswer(const Value& data, const std::string& tagId)
         if (textOf(readKeyPath(tag, "tag_id"), Numbers::AsText) != tagId)
             continue;
         const Value ads = readKeyPath(tag, "ads");
-        if (ads.array() && !ads.array()->empty())
-            return textOf(readKeyPath(ads.array()->front(), "creative_id"), Numbers::AsText);
+        const bool hasAd = ads.array() && !ads.array()->empty();
+        return hasAd ? textOf(readKeyPath(ads.array()->front(), "creative_id"), Numbers::AsText) : "";
     }
     return "";
 }

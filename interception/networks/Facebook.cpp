@@ -37,8 +37,10 @@ Slot<void(id, SEL)> beforeSessionIdIMP;
 void lumora_beforeSessionId(id self, SEL _cmd)
 {
     guardedHook(self, [&] {
-        send<void>(NSClassFromString("TDMetaclass_Facebook_banner"), "setSessionId:"_sel,
-            getValueFromObject(self, LUMORA_FACEBOOK_SESSION_KEY_PATH));
+        // Replaced, never cleared: a dispatch without a session leaves the last one.
+        const Value sessionId = getValueFromObject(self, LUMORA_FACEBOOK_SESSION_KEY_PATH);
+        if (!sessionId.isNothing())
+            send<void>(NSClassFromString("TDMetaclass_Facebook_banner"), "setSessionId:"_sel, sessionId);
     });
     beforeSessionIdIMP(self, _cmd);
 }

@@ -78,6 +78,7 @@ const Network& network()
                 .adType = "banner",
                 .version = Version { .classes = { "IMSdk" }, .selector = "getVersion" },
                 .creativeId = &bannerCreativeId,
+                // A number here is none, unlike the interstitial's: kept, the services know banners so.
                 .placementId = fromView({ "_bannerView._ad._placementId" }),
             },
             {

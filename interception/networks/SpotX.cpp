@@ -25,7 +25,9 @@ Value videoOf(id, id player)
     if (!ads.array() || ads.array()->empty())
         return {};
     const Value url = readKeyPath(ads.array()->front(), "_url");
-    return url.isNothing() ? Value {} : Value { NSDictionary { { "videoURL", url } } };
+    if (url.url())
+        return NSDictionary { { "videoURL", url.url()->absoluteString } };
+    return url.isString() ? Value { NSDictionary { { "videoURL", url } } } : Value {};
 }
 
 const Network& network()

@@ -12,7 +12,8 @@ namespace lumora {
 
 namespace {
 
-/// What the hooks saw last. Requests are answered on the network's own queue.
+/// What the hooks saw last. Requests are answered on the network's own queue. The player belongs to the ad
+/// and dies with it.
 struct Last {
     Lock lock;
     Value response LUMORA_GUARDED_BY(lock);
@@ -54,7 +55,7 @@ void tellPlayer(SEL selector)
 {
     const auto player = lastPlayingPlayer();
     if (respondsToSelector(player.get(), selector))
-        send<void>(player.get(), selector);
+        guarded([&] { send<void>(player.get(), selector); });
 }
 void enablePlayer(id, SEL) { tellPlayer("play"_sel); }
 void disablePlayer(id, SEL) { tellPlayer("pause"_sel); }
@@ -97,16 +98,20 @@ void lumora_playVideo(id self, SEL _cmd, id callback)
     playIMP(self, _cmd, callback);
 }
 
-// The identifiers are parts of the key path, so one with a dot in it finds nothing: kept.
-std::string placementId(id)
+// The identifiers are parts of the key path, so one with a dot in it finds nothing: kept, the services know
+// these ads without one.
+Value mediaOfPlacement()
 {
-    return textOf(readKeyPath(
-        getResponse(nullptr, nullptr), "placements." + getLastPlacement(nullptr, nullptr).description()));
+    return readKeyPath(
+        getResponse(nullptr, nullptr), "placements." + getLastPlacement(nullptr, nullptr).description());
 }
 
-std::string creativeId(id adView)
+std::string placementId(id) { return textOf(mediaOfPlacement()); }
+
+std::string creativeId(id)
 {
-    return textOf(readKeyPath(getResponse(nullptr, nullptr), "media." + placementId(adView) + ".creativeId"));
+    return textOf(readKeyPath(
+        getResponse(nullptr, nullptr), "media." + mediaOfPlacement().description() + ".creativeId"));
 }
 
 Value otherInfo(id)
@@ -136,7 +141,7 @@ void tellSwizzler(SEL selector)
     if (lastPlayingPlayer())
         send<void>(NSClassFromString("TDUnitySwizzler"), selector);
 }
-// Kept though nobody pauses: a host may.
+// Nobody pauses: kept, the pair belongs to the protocol.
 void pausePlayer(id, SEL) { tellSwizzler("disablePlayer"_sel); }
 void playPlayer(id, SEL) { tellSwizzler("enablePlayer"_sel); }
 

@@ -31,7 +31,7 @@ Value sessionOf(id adView)
 {
     const Value session = getValueFromObject(
         adView, KeyPaths { "_adView._iasSession._avidAdSessionId", "_iasSession._avidAdSessionId" });
-    return session.isNothing() ? Value {} : Value { NSDictionary { { "sessionId", session } } };
+    return session.isString() ? Value { NSDictionary { { "sessionId", session } } } : Value {};
 }
 
 const Network& network()

@@ -35,7 +35,7 @@ const Network& network()
                 .name = "TDMetaclass_Vungle_interstitial",
                 .sdkName = "Vungle",
                 .adType = "interstitial",
-                // Kept: never told.
+                // Kept: the SDK tells none, and the services expect the empty text of it.
                 .version = Version::constant(""),
                 .creativeId = fromNextResponder({ "_placement._uniqueID" }),
                 .placementId = fromNextResponder({ "_placement._referenceID" }),

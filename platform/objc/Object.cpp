@@ -190,7 +190,8 @@ std::optional<Value> variableNamed(Object& object, std::string_view name)
 
 Value Object::valueForKey(std::string_view key)
 {
-    if (Method accessor = isa()->methodFor(sel_registerName(key))) {
+    // An object that was not made by `alloc` has no class, and so no accessors.
+    if (Method accessor = isa() ? isa()->methodFor(sel_registerName(key)) : nullptr) {
         if (std::optional<Value> value = callAccessor(this, accessor))
             return *value;
     }
@@ -199,7 +200,7 @@ Value Object::valueForKey(std::string_view key)
         return *value;
     if (std::optional<Value> value = variableNamed(*this, name))
         return *value;
-    if (isa()->methodFor(sel::valueForUndefinedKey))
+    if (isa() && isa()->methodFor(sel::valueForUndefinedKey))
         return send(this, sel::valueForUndefinedKey, name);
     raiseUndefinedKey(*this, key);
 }
