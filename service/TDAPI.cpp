@@ -117,7 +117,7 @@ NSMutableURLRequest TDAPI::createURLRequestWithURL(const std::string& url, const
 std::optional<std::string> TDAPI::getIntNumbersFromString(std::string_view text)
 {
     static const auto& digits
-        = *new std::optional(NSRegularExpression::regularExpressionWithPattern("\\d+", false));
+        = *new std::shared_ptr(NSRegularExpression::regularExpressionWithPattern("\\d+", false));
     const auto match = digits->firstMatchInString(text);
     return match ? std::optional(match->text) : std::nullopt;
 }

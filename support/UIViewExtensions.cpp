@@ -1,19 +1,14 @@
 #include "support/UIViewExtensions.h"
 
 #include "platform/avfoundation/AVPlayerLayer.h"
-#include "platform/uikit/UIApplication.h"
-#include "platform/uikit/UIColor.h"
 #include "platform/uikit/UIImageView.h"
-#include "platform/uikit/UINavigationController.h"
 #include "platform/uikit/UIScreen.h"
-#include "platform/uikit/UISplitViewController.h"
-#include "platform/uikit/UITabBarController.h"
 #include "platform/uikit/UIView.h"
-#include "platform/uikit/UIViewController.h"
 #include "platform/uikit/UIViewDrawing.h"
-#include "platform/uikit/UIWindow.h"
 #include "platform/webkit/WKWebView.h"
 #include "support/UIImageExtensions.h"
+
+#include <algorithm>
 
 namespace lumora {
 
@@ -47,6 +42,11 @@ std::shared_ptr<UIView> getVideoScreenshotView(UIView& view)
     return imageView;
 }
 
+UIImage getScreenshot(UIView& view)
+{
+    return renderLayer(view.layer(), view.frame().size, UIScreen::mainScreen().scale());
+}
+
 std::shared_ptr<WKWebView> getWebView(UIView& view)
 {
     for (const std::shared_ptr<UIView>& subview : view.subviews()) {
@@ -75,16 +75,6 @@ std::vector<std::shared_ptr<WKWebView>> getWebViews(UIView& view)
     return found;
 }
 
-bool containsSubview(const UIView& view, const UIView& subview)
-{
-    // Upwards from the wanted one: as deep as the tree, not as wide.
-    for (const UIView* at = subview.superview(); at; at = at->superview()) {
-        if (at->isEqual(&view))
-            return true;
-    }
-    return false;
-}
-
 bool isSuperviewHidden(UIView& view)
 {
     const CGRect frame = view.frame();
@@ -95,28 +85,28 @@ bool isSuperviewHidden(UIView& view)
     return superview && isSuperviewHidden(*superview);
 }
 
-UIViewController* findBestViewController(UIViewController* controller)
+static std::shared_ptr<UIView> findSubView(UIView& view, Class wanted)
 {
-    if (!controller)
-        return nullptr;
-    auto inside = [&](UIViewController* next) { return next ? findBestViewController(next) : controller; };
-    if (UIViewController* presented = controller->presentedViewController())
-        return findBestViewController(presented);
-    if (auto* split = as<UISplitViewController>(controller))
-        return inside(split->viewControllers().empty() ? nullptr : split->viewControllers().back().get());
-    if (auto* navigation = as<UINavigationController>(controller))
-        return inside(navigation->topViewController());
-    if (auto* tabs = as<UITabBarController>(controller))
-        return inside(tabs->selectedViewController());
-    return controller;
+    if (isKindOfClass(&view, wanted))
+        return retain(&view);
+    for (const std::shared_ptr<UIView>& subview : view.subviews()) {
+        if (auto found = findSubView(*subview, wanted))
+            return found;
+    }
+    return nullptr;
 }
 
-UIViewController* currentViewController()
+std::shared_ptr<UIView> findSubViewIn(UIView* view, std::string_view withClass)
 {
-    const auto window = UIApplication::sharedApplication().keyWindow();
-    return window ? findBestViewController(window->rootViewController().get()) : nullptr;
+    const Class wanted = NSClassFromString(withClass);
+    return view && wanted ? findSubView(*view, wanted) : nullptr;
 }
 
-UIColor colorWithR(double r, double g, double b, double a) { return { r / 255, g / 255, b / 255, a }; }
+bool containsSubview(const UIView& view, const UIView& subview)
+{
+    const auto subviews = view.subviews();
+    return std::any_of(subviews.begin(), subviews.end(),
+        [&](const auto& at) { return at->isEqual(&subview) || containsSubview(*at, subview); });
+}
 
 } // namespace lumora

@@ -1,8 +1,11 @@
 #include "platform/foundation/NSRegularExpression.h"
 
+#include <algorithm>
 #include <chrono>
 #include <limits>
 #include <unicode/regex.h>
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
 
 namespace lumora {
 
@@ -23,7 +26,7 @@ struct NSRegularExpression::Pattern {
     std::unique_ptr<icu::RegexPattern> compiled;
 };
 
-std::optional<NSRegularExpression> NSRegularExpression::regularExpressionWithPattern(
+std::shared_ptr<const NSRegularExpression> NSRegularExpression::regularExpressionWithPattern(
     std::string_view pattern, bool caseInsensitive)
 {
     UErrorCode status = U_ZERO_ERROR;
@@ -32,14 +35,30 @@ std::optional<NSRegularExpression> NSRegularExpression::regularExpressionWithPat
     made->compiled.reset(icu::RegexPattern::compile(
         unicode(pattern), caseInsensitive ? UREGEX_CASE_INSENSITIVE : 0, where, status));
     if (U_FAILURE(status) || !made->compiled)
-        return std::nullopt;
-    return NSRegularExpression { std::move(made) };
+        return nullptr;
+    const std::shared_ptr<NSRegularExpression> expression(new NSRegularExpression);
+    expression->m_pattern = std::move(made);
+    return expression;
 }
 
-std::vector<NSRegularExpression::Match> NSRegularExpression::search(std::string_view text, size_t limit) const
+size_t NSRegularExpression::lengthOfWordCharacter(std::string_view text)
+{
+    const auto size = static_cast<int32_t>(std::min<size_t>(text.size(), U8_MAX_LENGTH));
+    int32_t length = 0;
+    UChar32 c = U_SENTINEL;
+    if (size > 0)
+        U8_NEXT(text.data(), length, size, c);
+    constexpr uint32_t others = U_GC_M_MASK | U_GC_ND_MASK | U_GC_PC_MASK;
+    const bool isJoiner = c == 0x200C || c == 0x200D;
+    const bool isWord = c >= 0 && (u_isUAlphabetic(c) || isJoiner || (U_MASK(u_charType(c)) & others) != 0);
+    return isWord ? static_cast<size_t>(length) : 0;
+}
+
+std::vector<NSRegularExpression::Match> NSRegularExpression::search(
+    std::string_view text, NSMatchingOptions options, size_t limit) const
 {
     std::vector<Match> matches;
-    if (text.size() > static_cast<size_t>(std::numeric_limits<int32_t>::max()))
+    if (!m_pattern || text.size() > static_cast<size_t>(std::numeric_limits<int32_t>::max()))
         return matches;
     UErrorCode status = U_ZERO_ERROR;
     const icu::UnicodeString source = unicode(text);
@@ -48,7 +67,11 @@ std::vector<NSRegularExpression::Match> NSRegularExpression::search(std::string_
         return matches;
     matcher->setTimeLimit(longestMatch, status);
     const auto end = std::chrono::steady_clock::now() + longestSearch;
-    while (matches.size() < limit && matcher->find(status) && std::chrono::steady_clock::now() < end) {
+    const bool anchored = (options & NSMatchingAnchored) != 0;
+    if (anchored)
+        limit = std::min<size_t>(limit, 1);
+    auto next = [&] { return anchored ? matcher->lookingAt(status) != 0 : matcher->find(status) != 0; };
+    while (matches.size() < limit && next() && std::chrono::steady_clock::now() < end) {
         Match match;
         for (int32_t number = 0; number <= matcher->groupCount(); number++) {
             Group& group = match.groups.emplace_back();
@@ -71,17 +94,20 @@ std::vector<NSRegularExpression::Match> NSRegularExpression::search(std::string_
 
 std::optional<NSRegularExpression::Match> NSRegularExpression::firstMatchInString(std::string_view text) const
 {
-    std::vector<Match> matches = search(text, 1);
+    std::vector<Match> matches = search(text, 0, 1);
     return matches.empty() ? std::nullopt : std::optional(std::move(matches.front()));
 }
 
-std::vector<NSRegularExpression::Match> NSRegularExpression::matchesInString(std::string_view text) const
+std::vector<NSRegularExpression::Match> NSRegularExpression::matchesInString(
+    std::string_view text, NSMatchingOptions options) const
 {
-    return search(text, std::numeric_limits<size_t>::max());
+    return search(text, options, std::numeric_limits<size_t>::max());
 }
 
 std::optional<size_t> NSRegularExpression::groupNumber(std::string_view name) const
 {
+    if (!m_pattern)
+        return std::nullopt;
     UErrorCode status = U_ZERO_ERROR;
     const int32_t number = m_pattern->compiled->groupNumberFromName(unicode(name), status);
     return U_SUCCESS(status) ? std::optional(static_cast<size_t>(number)) : std::nullopt;
