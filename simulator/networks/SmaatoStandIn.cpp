@@ -96,6 +96,8 @@ void showInterstitial(StandInAd& ad)
     interstitial->addSubview(content);
     ad.plant("creativeId", content, "_ad._session", "smaato-session-3");
     ad.makeReady(interstitial, interstitial);
+    if (!ad.adView)
+        ad.adView = interstitial;
     ad.call<void>(interstitial.get(), "show:", &ad.screen());
 }
 
