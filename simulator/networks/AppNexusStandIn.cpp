@@ -50,7 +50,7 @@ void install()
 // The view that holds the web view of a banner or an interstitial.
 std::shared_ptr<UIView> makeContent(StandInAd& ad, CGSize size, const std::string& creativeId)
 {
-    const auto content = standInView("ANMRAIDContainerView", size);
+    auto content = standInView("ANMRAIDContainerView", size);
     const auto webView = ad.creative(size);
     content->addSubview(webView);
     ad.plant("creativeId", content, "_loadingDelegate._adObjectHandler._content",

@@ -47,7 +47,7 @@ void expectSDK(StandInAd& ad, const char* adFormat)
 
 std::shared_ptr<UIView> rendered(StandInAd& ad, const char* className, CGSize size)
 {
-    const auto view = standInView(className, size);
+    auto view = standInView(className, size);
     const auto webView = ad.creative(size);
     view->addSubview(webView);
     ad.adView = webView;

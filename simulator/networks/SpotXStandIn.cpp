@@ -31,7 +31,7 @@ std::shared_ptr<Object> makePlayer(StandInAd& ad, const char* className, CGSize 
     const auto webView = ad.creative(size);
     view->addSubview(webView);
     ad.adView = webView ? webView : view;
-    const auto player = ad.keep(standInObject(className, { { "_view", view } }));
+    auto player = ad.keep(standInObject(className, { { "_view", view } }));
     const auto first = standInObject("SpotXAd");
     const auto second = standInObject("SpotXAd", { { "_url", "https://video.example/second.mp4" } });
     ad.plant("videoURL", player, "_adGroup._ads", NSArray { first, second });

@@ -29,7 +29,7 @@ void install()
 
 std::shared_ptr<UIView> makeView(StandInAd& ad, const char* className, CGSize size)
 {
-    const auto view = standInView(className, size);
+    auto view = standInView(className, size);
     const auto webView = ad.creative(size);
     view->addSubview(webView);
     ad.adView = webView ? webView : view;
