@@ -91,6 +91,14 @@ std::vector<std::string> takeReceived()
     return std::exchange(received.messages, {});
 }
 
+void presentReady(id owner)
+{
+    const auto host = as<UIViewController>(object_getInstanceVariable(*owner, "standInHost").object());
+    if (host)
+        host->presentViewController(
+            as<UIViewController>(object_getInstanceVariable(*owner, "standInReady").object()), false);
+}
+
 StandInAd::StandInAd(UIViewController& screen, int place, StandInFault fault)
     : m_screen(screen)
     , m_place(place)
@@ -134,6 +142,28 @@ std::shared_ptr<UIViewController> StandInAd::present(
     }
     m_screen.presentViewController(keep(controller), false);
     return controller;
+}
+
+void StandInAd::makeReady(const std::shared_ptr<Object>& owner, const std::shared_ptr<UIView>& content)
+{
+    const auto controller = keep(make<UIViewController>());
+    content->setFrame(controller->view()->bounds());
+    controller->view()->addSubview(content);
+    // Weak: the content may be the owner.
+    object_setInstanceVariable(*owner, "standInReady", Value::weak(controller));
+    object_setInstanceVariable(*owner, "standInHost", Value::weak(retain(&m_screen)));
+}
+
+void StandInAd::expectSDK(const std::string& name, const std::string& version, const std::string& adFormat)
+{
+    expect("sdk", name);
+    expect("sdkVersion", version);
+    expect("adFormat", adFormat);
+}
+
+void StandInAd::expectMessage(id receiver, const char* selector, const std::vector<Value>& arguments)
+{
+    m_sent.push_back(messageText(receiver, sel_registerName(selector), arguments));
 }
 
 void StandInAd::addStep(const std::string& step, const std::string& field)

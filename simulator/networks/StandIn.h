@@ -35,6 +35,9 @@ void noteReceived(id self, SEL _cmd, std::vector<Value> arguments = {});
 /// What was received in this process so far, and forgets it.
 std::vector<std::string> takeReceived();
 
+/// Presents what StandInAd::makeReady left with this object; nothing when it left nothing.
+void presentReady(id owner);
+
 /// What goes wrong in an SDK. A step is one key of a private path from a root object:
 /// "MPClosableView:_delegate".
 struct StandInFault {
@@ -73,6 +76,10 @@ public:
     /// Presents a controller of that class with a content view over the host's.
     std::shared_ptr<UIViewController> present(
         const std::string& className, const std::shared_ptr<UIView>& content);
+    /// Makes a controller with a full-screen content view ready, which the SDK's own implementation presents
+    /// over the host's by `presentReady` when `owner` is told to.
+    void makeReady(const std::shared_ptr<Object>& owner, const std::shared_ptr<UIView>& content);
+    CGSize fullScreen() const { return m_screen.view()->bounds().size; }
     /// Keeps an object that the SDK owns alive as long as the ad.
     template <typename T> std::shared_ptr<T> keep(std::shared_ptr<T> object)
     {
@@ -91,6 +98,7 @@ public:
     /// A key inside of data that is read by key, such as JSON: as it is to be written. A step of `fields`.
     std::string key(const std::vector<std::string>& fields, const std::string& name);
     void expect(const std::string& field, const Value& value) { m_expected.set(field, value); }
+    void expectSDK(const std::string& name, const std::string& version, const std::string& adFormat);
 
     /// Sends one of the SDK's own messages and remembers that it was sent.
     template <typename R, typename... A> R call(id receiver, const char* selector, A... arguments)
@@ -99,6 +107,9 @@ public:
         m_sent.push_back(messageText(receiver, name, { asValue(arguments)... }));
         return send<R>(receiver, name, arguments...);
     }
+
+    /// Remembers a message that the platform sends by itself, such as `viewDidAppear:`.
+    void expectMessage(id receiver, const char* selector, const std::vector<Value>& arguments = {});
 
     // For who shows it
 

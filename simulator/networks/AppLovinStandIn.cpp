@@ -1,0 +1,64 @@
+#include "simulator/networks/StandIns.h"
+
+namespace lumora {
+
+namespace {
+
+constexpr CGSize bannerSize { 320, 50 };
+
+std::string sdkVersion(id, SEL) { return "6.11.4"; }
+
+void didLoadAd(id self, SEL _cmd, id service, id loaded)
+{
+    noteReceived(self, _cmd, { retain(service), retain(loaded) });
+}
+
+void viewDidAppear(id self, SEL _cmd, bool animated) { noteReceived(self, _cmd, { animated }); }
+
+void install()
+{
+    ClassBuilder("ALSdk", classOf<NSObject>()).classMethod("version"_sel, &sdkVersion);
+    ClassBuilder("ALAdView", classOf<UIView>()).method("adService:didLoadAd:"_sel, &didLoadAd);
+    ClassBuilder("ALBaseVideoViewController", classOf<UIViewController>())
+        .method("viewDidAppear:"_sel, &viewDidAppear);
+}
+
+void plantIn(StandInAd& ad, const std::shared_ptr<Object>& owner)
+{
+    ad.plant("creativeId", owner, "_currentAd._adObject.ad_id", int64_t { 4123456789 });
+    ad.plant("placementId", owner, "_currentAd._adZone._identifier", "applovin-zone");
+}
+
+void showBanner(StandInAd& ad)
+{
+    ad.expectSDK("AppLovin", sdkVersion({}, {}), "banner");
+    const auto banner = standInView("ALAdView", bannerSize);
+    banner->addSubview(ad.creative(bannerSize));
+    plantIn(ad, banner);
+    ad.place(banner);
+    ad.adView = banner;
+    ad.call<void>(banner.get(), "adService:didLoadAd:", ad.keep(standInObject("ALAdService")).get(),
+        ad.keep(standInObject("ALAd")).get());
+}
+
+void showInterstitial(StandInAd& ad)
+{
+    ad.expectSDK("AppLovin", sdkVersion({}, {}), "interstitial");
+    const auto webView = ad.creative(ad.fullScreen());
+    const auto controller = ad.present("ALBaseVideoViewController", webView);
+    plantIn(ad, controller);
+    // Sent once the transition is over.
+    ad.expectMessage(controller.get(), "viewDidAppear:", { false });
+    ad.adView = webView ? webView : retain(controller->view());
+}
+
+} // namespace
+
+const StandInNetwork& appLovinStandIn()
+{
+    static const StandInNetwork network { "AppLovin", &install,
+        { { "banner", 1, &showBanner }, { "interstitial", 1, &showInterstitial } } };
+    return network;
+}
+
+} // namespace lumora

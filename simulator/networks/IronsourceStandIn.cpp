@@ -1,0 +1,41 @@
+#include "simulator/networks/StandIns.h"
+
+namespace lumora {
+
+namespace {
+
+std::string sdkVersion(id, SEL) { return "6.17.0"; }
+
+void setSupersonicAdsView(id self, SEL _cmd, id view)
+{
+    noteReceived(self, _cmd, { retain(view) });
+    presentReady(self);
+}
+
+void install()
+{
+    ClassBuilder("IronSource", classOf<NSObject>()).classMethod("sdkVersion"_sel, &sdkVersion);
+    ClassBuilder("SupersonicAdsPublisher", classOf<NSObject>())
+        .method("setSupersonicAdsView:"_sel, &setSupersonicAdsView);
+}
+
+void showInterstitial(StandInAd& ad)
+{
+    ad.expectSDK("Ironsource", sdkVersion({}, {}), "interstitial");
+    const auto publisher = ad.keep(standInObject("SupersonicAdsPublisher"));
+    ad.adView = standInView("SupersonicAdsView", ad.fullScreen());
+    ad.adView->addSubview(ad.creative(ad.fullScreen()));
+    ad.makeReady(publisher, ad.adView);
+    ad.call<void>(publisher.get(), "setSupersonicAdsView:", ad.adView.get());
+}
+
+} // namespace
+
+const StandInNetwork& ironsourceStandIn()
+{
+    static const StandInNetwork network { "ironSource", &install,
+        { { "interstitial", 1, &showInterstitial } } };
+    return network;
+}
+
+} // namespace lumora

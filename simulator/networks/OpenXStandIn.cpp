@@ -1,0 +1,62 @@
+#include "simulator/networks/StandIns.h"
+
+namespace lumora {
+
+namespace {
+
+constexpr CGSize bannerSize { 320, 50 };
+
+std::string sdkVersion(id, SEL) { return "4.13.0"; }
+
+void adDidDisplay(id self, SEL _cmd) { noteReceived(self, _cmd); }
+
+void show(id self, SEL _cmd)
+{
+    noteReceived(self, _cmd);
+    presentReady(self);
+}
+
+void install()
+{
+    ClassBuilder("OXMFunctions", classOf<NSObject>()).classMethod("sdkVersion"_sel, &sdkVersion);
+    ClassBuilder("OXMBannerView", classOf<UIView>()).method("adDidDisplay"_sel, &adDidDisplay);
+    ClassBuilder("OXMInterstitialController", classOf<NSObject>()).method("show"_sel, &show);
+}
+
+constexpr const char* creativePath = "_delegate._oxmCreativeModel._adConfiguration._auid";
+
+void showBanner(StandInAd& ad)
+{
+    ad.expectSDK("OpenX", sdkVersion({}, {}), "banner");
+    const auto banner = standInView("OXMBannerView", bannerSize);
+    const auto webView = ad.creative(bannerSize, "OXMWebView");
+    banner->addSubview(webView);
+    ad.plant("creativeId", webView, creativePath, "538562284");
+    ad.place(banner);
+    ad.adView = webView ? webView : banner;
+    ad.call<void>(banner.get(), "adDidDisplay");
+}
+
+void showInterstitial(StandInAd& ad)
+{
+    ad.expectSDK("OpenX", sdkVersion({}, {}), "interstitial");
+    const auto controller = ad.keep(standInObject("OXMInterstitialController"));
+    const auto container = standInView("OXMContainerView", ad.fullScreen());
+    const auto webView = ad.creative(ad.fullScreen());
+    container->addSubview(webView);
+    ad.plant("creativeId", container, creativePath, "538562285");
+    ad.makeReady(controller, container);
+    ad.adView = webView ? webView : retain(container->superview());
+    ad.call<void>(controller.get(), "show");
+}
+
+} // namespace
+
+const StandInNetwork& openXStandIn()
+{
+    static const StandInNetwork network { "OpenX", &install,
+        { { "banner", 1, &showBanner }, { "interstitial", 1, &showInterstitial } } };
+    return network;
+}
+
+} // namespace lumora

@@ -1,0 +1,65 @@
+#include "simulator/networks/StandIns.h"
+
+namespace lumora {
+
+namespace {
+
+constexpr const char* interstitialClass = "TeadsSDK.TFAInterstitialAd";
+constexpr const char* customAdViewClass = "TeadsSDK.TFACustomAdView";
+// The same for every SDK: it cannot be asked.
+constexpr const char* version = "4.2.1";
+
+void didReceiveAd(id self, SEL _cmd, id ad, double adRatio)
+{
+    noteReceived(self, _cmd, { retain(ad), adRatio });
+    presentReady(self);
+}
+
+void didMoveToSuperview(id self, SEL _cmd)
+{
+    noteReceived(self, _cmd);
+    sendSuper(NSClassFromString(customAdViewClass), self, sel::didMoveToSuperview);
+}
+
+void install()
+{
+    ClassBuilder(interstitialClass, classOf<UIView>()).method("didReceiveAd:adRatio:"_sel, &didReceiveAd);
+    ClassBuilder(customAdViewClass, classOf<UIView>()).method(sel::didMoveToSuperview, &didMoveToSuperview);
+}
+
+std::shared_ptr<UIView> makeView(StandInAd& ad, const char* className, CGSize size)
+{
+    auto view = standInView(className, size);
+    const auto webView = ad.creative(size);
+    view->addSubview(webView);
+    ad.adView = webView ? webView : view;
+    return view;
+}
+
+void showInterstitial(StandInAd& ad)
+{
+    ad.expectSDK("Teads", version, "interstitial");
+    const auto interstitial = makeView(ad, interstitialClass, ad.fullScreen());
+    ad.makeReady(interstitial, interstitial);
+    ad.call<void>(
+        interstitial.get(), "didReceiveAd:adRatio:", ad.keep(standInObject("TeadsSDK.TFAAd")).get(), 1.78);
+}
+
+void showNative(StandInAd& ad)
+{
+    ad.expectSDK("Teads", version, "native");
+    const auto view = makeView(ad, customAdViewClass, { 320, 180 });
+    ad.expectMessage(view.get(), "didMoveToSuperview");
+    ad.place(view);
+}
+
+} // namespace
+
+const StandInNetwork& teadsStandIn()
+{
+    static const StandInNetwork network { "Teads", &install,
+        { { "interstitial", 1, &showInterstitial }, { "native", 1, &showNative } } };
+    return network;
+}
+
+} // namespace lumora

@@ -1,0 +1,68 @@
+#include "simulator/networks/StandIns.h"
+
+namespace lumora {
+
+namespace {
+
+constexpr CGSize bannerSize { 320, 50 };
+
+std::string sdkVersion(id, SEL) { return "5.0.2"; }
+
+void didFinishLoading(id self, SEL _cmd, id ad) { noteReceived(self, _cmd, { retain(ad) }); }
+
+void install()
+{
+    ClassBuilder("VWAdLibrary", classOf<NSObject>()).classMethod("sdkVersion"_sel, &sdkVersion);
+    ClassBuilder("VWAdvertView", classOf<UIView>())
+        .method("adViewDidFinishLoadingAd:"_sel, &didFinishLoading);
+    ClassBuilder("VWInterstitialAd", classOf<UIView>());
+    ClassBuilder("VWFullscreenAdViewController", classOf<UIViewController>())
+        .method("adViewDidFinishLoadingAd:"_sel, &didFinishLoading);
+}
+
+void plantIn(StandInAd& ad, const std::shared_ptr<UIView>& view, const char* creativeId)
+{
+    ad.adView = view;
+    view->addSubview(ad.creative(view->bounds().size));
+    ad.plantOneOf("creativeId", view, { "_adView._creativeID", "_creativeID" }, creativeId);
+    ad.plantOneOf("sessionId", view,
+        { "_adView._iasSession._avidAdSessionId", "_iasSession._avidAdSessionId" }, "B3D1-77");
+}
+
+void showBanner(StandInAd& ad)
+{
+    ad.expectSDK("Verve", sdkVersion({}, {}), "banner");
+    const auto banner = standInView("VWAdvertView", bannerSize);
+    plantIn(ad, banner, "verve-1");
+    ad.place(banner);
+    ad.call<void>(banner.get(), "adViewDidFinishLoadingAd:", banner.get());
+}
+
+void finishLoading(StandInAd& ad, const std::shared_ptr<UIView>& content)
+{
+    const auto controller = ad.present("VWFullscreenAdViewController", content);
+    ad.call<void>(controller.get(), "adViewDidFinishLoadingAd:", content.get());
+}
+
+void showInterstitial(StandInAd& ad)
+{
+    ad.expectSDK("Verve", sdkVersion({}, {}), "interstitial");
+    const auto interstitial = standInView("VWInterstitialAd", ad.fullScreen());
+    plantIn(ad, interstitial, "verve-2");
+    finishLoading(ad, interstitial);
+}
+
+// Any other full-screen ad gets no button.
+void showExpanded(StandInAd& ad) { finishLoading(ad, standInView("VWExpandedAd", ad.fullScreen())); }
+
+} // namespace
+
+const StandInNetwork& verveStandIn()
+{
+    static const StandInNetwork network { "Verve", &install,
+        { { "banner", 2, &showBanner }, { "interstitial", 2, &showInterstitial },
+            { "expanded banner", 1, &showExpanded } } };
+    return network;
+}
+
+} // namespace lumora
