@@ -107,9 +107,9 @@ bool lumora_annative_finishLoad(
     guardedHook(self, [&] {
         const Value entry = send<Value>(
             NSClassFromString("TDAppNexusSwizzler"), "getDictionaryByResponseWithDeleting:"_sel, self);
-        if (entry.dictionary())
-            attachReportButton(
-                trackedView, "TDMetaclass_AppNexus_native", (*entry.dictionary())["adFetcher"].object());
+        // Without an entry, as when it is shown again, the button comes all the same, without identifiers.
+        attachReportButton(trackedView, "TDMetaclass_AppNexus_native",
+            entry.dictionary() ? (*entry.dictionary())["adFetcher"].object() : nullptr);
     });
     return nativeFinishLoadIMP(self, _cmd, trackedView, controller, clickableViews, error);
 }
