@@ -12,14 +12,6 @@ const std::vector<std::string> creativeIdPaths { "_delegate._configuration._dspC
     "_delegate._delegate._adConfiguration.dspCreativeId", "_delegate._configuration._creativeId",
     "_delegate._delegate._adConfiguration.creativeId" };
 
-std::shared_ptr<UIView> closableView(StandInAd& ad, CGSize size)
-{
-    auto closable = standInView("MPClosableView", size);
-    if (const auto webView = ad.creative(size))
-        closable->addSubview(webView);
-    return closable;
-}
-
 // The new content takes the place of the old.
 void loadContent(StandInAd& ad, UIView& banner, const std::shared_ptr<UIView>& content)
 {
@@ -35,8 +27,7 @@ void loadContent(StandInAd& ad, UIView& banner, const std::shared_ptr<UIView>& c
 /// A creative in a container whose delegate knows its identifiers.
 std::shared_ptr<UIView> identifiedContent(StandInAd& ad, CGSize size, const char* adFormat)
 {
-    const auto content = closableView(ad, size);
-    ad.adView = content->subviews().empty() ? content : content->subviews().front();
+    const auto content = ad.container("MPClosableView", size);
     ad.plantOneOf("creativeId", content, creativeIdPaths, "dsp-1");
     ad.expectAd("MoPub", MoPubStandIn::version, adFormat);
     return content;
@@ -60,7 +51,9 @@ void showInterstitial(StandInAd& ad)
 
 void showRewarded(StandInAd& ad)
 {
-    const auto content = identifiedContent(ad, ad.screenSize(), "interstitial");
+    const auto content = ad.container("MPClosableView", ad.screenSize());
+    ad.plant("creativeId", ad.adView, "_delegate._delegate._configuration._creativeId", "mp-rewarded-1");
+    ad.expectAd("MoPub", MoPubStandIn::version, "interstitial");
     const auto manager = ad.keep(standInObject("MPRewardedVideoAdManager"));
     setBehaviour(*manager, [&ad, content] { return ad.present("MPRewardedVideoController", content); });
     const auto reward = ad.keep(standInObject("MPRewardedVideoReward"));
@@ -102,7 +95,7 @@ void MoPubStandIn::load(UIView& banner, const Creative& creative)
     const auto nowhere = make<UIViewController>();
     StandInAd ad(*nowhere);
     ad.html = creative.html;
-    const auto content = closableView(ad, creative.size);
+    const auto content = ad.container("MPClosableView", creative.size);
     if (!creative.dspCreativeId.empty())
         ad.plant("creativeId", content, creativeIdPaths[0], creative.dspCreativeId);
     if (!creative.creativeId.empty())

@@ -161,6 +161,16 @@ std::shared_ptr<WKWebView> StandInAd::creative(CGSize size, const std::string& c
     return keep(webView);
 }
 
+std::shared_ptr<UIView> StandInAd::container(const std::string& className, CGSize size)
+{
+    auto view = standInView(className, size);
+    const auto webView = creative(size);
+    if (webView)
+        view->addSubview(webView);
+    adView = webView ? webView : view;
+    return view;
+}
+
 void StandInAd::place(const std::shared_ptr<UIView>& view)
 {
     view->setFrame({ { 20, 200 }, view->bounds().size });

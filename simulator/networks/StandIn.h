@@ -104,6 +104,9 @@ public:
     std::string html { "<h1>An ad</h1>" };
     /// The creative's web view, of a run-time subclass of WKWebView if named; null when it is to be missing.
     std::shared_ptr<WKWebView> creative(CGSize size, const std::string& className = "WKWebView");
+    /// A view of that class with the creative in it, which becomes the ad view; the view itself if there is
+    /// none.
+    std::shared_ptr<UIView> container(const std::string& className, CGSize size);
     /// Puts a view on the host's page.
     void place(const std::shared_ptr<UIView>& view);
     /// Presents a controller of that class with a content view over the host's. `announcement` is the message

@@ -6,7 +6,13 @@ const std::vector<const StandInNetwork*>& allStandIns()
 {
     static const std::vector<const StandInNetwork*> all {
         &googleStandIn(),
+        &inMobiStandIn(),
+        &facebookStandIn(),
         &moPubStandIn(),
+        &adColonyStandIn(),
+        &unityStandIn(),
+        &aolStandIn(),
+        &amazonStandIn(),
     };
     return all;
 }
