@@ -31,7 +31,7 @@ void plantIn(StandInAd& ad, const std::shared_ptr<Object>& owner)
 
 void showBanner(StandInAd& ad)
 {
-    ad.expectSDK("AppLovin", sdkVersion({}, {}), "banner");
+    ad.expectAd("AppLovin", sdkVersion({}, {}), "banner");
     const auto banner = standInView("ALAdView", bannerSize);
     banner->addSubview(ad.creative(bannerSize));
     plantIn(ad, banner);
@@ -43,7 +43,7 @@ void showBanner(StandInAd& ad)
 
 void showInterstitial(StandInAd& ad)
 {
-    ad.expectSDK("AppLovin", sdkVersion({}, {}), "interstitial");
+    ad.expectAd("AppLovin", sdkVersion({}, {}), "interstitial");
     const auto webView = ad.creative(ad.fullScreen());
     const auto controller = ad.present("ALBaseVideoViewController", webView);
     plantIn(ad, controller);

@@ -63,7 +63,7 @@ std::shared_ptr<UIView> makeContent(StandInAd& ad, CGSize size, const std::strin
 
 void showBanner(StandInAd& ad)
 {
-    ad.expectSDK("AppNexus", sdkVersion({}, {}), "banner");
+    ad.expectAd("AppNexus", sdkVersion({}, {}), "banner");
     const auto banner = standInView("ANBannerAdView", bannerSize);
     const auto fetcher = ad.keep(standInObject("ANUniversalAdFetcher"));
     const auto response = ad.keep(
@@ -76,7 +76,7 @@ void showBanner(StandInAd& ad)
 
 void showInterstitial(StandInAd& ad)
 {
-    ad.expectSDK("AppNexus", sdkVersion({}, {}), "interstitial");
+    ad.expectAd("AppNexus", sdkVersion({}, {}), "interstitial");
     const auto interstitial = ad.keep(standInView("ANInterstitialAd", ad.fullScreen()));
     const auto content = makeContent(ad, ad.fullScreen(), "68035");
     ad.makeReady(interstitial, content);
@@ -88,7 +88,7 @@ void showInterstitial(StandInAd& ad)
 void showNative(StandInAd& ad)
 {
     // Says "banner" of its native ads: kept.
-    ad.expectSDK("AppNexus", sdkVersion({}, {}), "banner");
+    ad.expectAd("AppNexus", sdkVersion({}, {}), "banner");
     const auto request = ad.keep(standInObject("ANNativeAdRequest"));
     const auto fetcher = ad.keep(standInObject("ANUniversalAdFetcher"));
     const auto response = ad.keep(standInObject("ANAdFetcherResponse"));

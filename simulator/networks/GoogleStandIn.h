@@ -11,7 +11,9 @@ namespace lumora {
 /// thread.
 class GoogleStandIn {
 public:
+    /// Told by `GADORequest`; the class that earlier versions had tells the older one.
     static constexpr const char* version = "7.69.0";
+    static constexpr const char* olderVersion = "7.42.2";
 
     /// Defines the SDK's classes in the current process, as loading the SDK does.
     static void install();
@@ -21,8 +23,6 @@ public:
         /// The text of the SDK's debug dialog, such as "crid:12345".
         std::string debugText;
         CGSize size { 320, 50 };
-        /// The request's custom targeting, as header bidders fill it.
-        NSDictionary customTargeting {};
     };
     /// A `GADBannerView`, or Ad Manager's `DFPBannerView`.
     static std::shared_ptr<UIView> makeBanner(CGSize size, const std::string& className = "GADBannerView");

@@ -21,7 +21,7 @@ void install()
 
 void showInterstitial(StandInAd& ad)
 {
-    ad.expectSDK("Ironsource", sdkVersion({}, {}), "interstitial");
+    ad.expectAd("Ironsource", sdkVersion({}, {}), "interstitial");
     const auto publisher = ad.keep(standInObject("SupersonicAdsPublisher"));
     ad.adView = standInView("SupersonicAdsView", ad.fullScreen());
     ad.adView->addSubview(ad.creative(ad.fullScreen()));

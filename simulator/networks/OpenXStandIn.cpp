@@ -27,7 +27,7 @@ constexpr const char* creativePath = "_delegate._oxmCreativeModel._adConfigurati
 
 void showBanner(StandInAd& ad)
 {
-    ad.expectSDK("OpenX", sdkVersion({}, {}), "banner");
+    ad.expectAd("OpenX", sdkVersion({}, {}), "banner");
     const auto banner = standInView("OXMBannerView", bannerSize);
     const auto webView = ad.creative(bannerSize, "OXMWebView");
     banner->addSubview(webView);
@@ -39,7 +39,7 @@ void showBanner(StandInAd& ad)
 
 void showInterstitial(StandInAd& ad)
 {
-    ad.expectSDK("OpenX", sdkVersion({}, {}), "interstitial");
+    ad.expectAd("OpenX", sdkVersion({}, {}), "interstitial");
     const auto controller = ad.keep(standInObject("OXMInterstitialController"));
     const auto container = standInView("OXMContainerView", ad.fullScreen());
     const auto webView = ad.creative(ad.fullScreen());

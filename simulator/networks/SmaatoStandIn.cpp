@@ -41,7 +41,7 @@ void expectSDK(StandInAd& ad, const char* adFormat)
 {
     // It asks another network's class for its version: kept.
     Class spotX = NSClassFromString("SpotX");
-    ad.expectSDK("Smaato", spotX ? send<std::string>(spotX, "version"_sel) : "version param is not available",
+    ad.expectAd("Smaato", spotX ? send<std::string>(spotX, "version"_sel) : "version param is not available",
         adFormat);
 }
 

@@ -41,7 +41,7 @@ std::shared_ptr<Object> makePlayer(StandInAd& ad, const char* className, CGSize 
 
 void showInterstitial(StandInAd& ad)
 {
-    ad.expectSDK("SpotX", sdkVersion({}, {}), "interstitial");
+    ad.expectAd("SpotX", sdkVersion({}, {}), "interstitial");
     const auto player = makePlayer(ad, "SpotXInterstitialAdPlayer", ad.fullScreen());
     ad.makeReady(player, as<UIView>(object_getInstanceVariable(*player, "_view").object()));
     ad.call<void>(player.get(), "start");
@@ -49,7 +49,7 @@ void showInterstitial(StandInAd& ad)
 
 void showNative(StandInAd& ad)
 {
-    ad.expectSDK("SpotX", sdkVersion({}, {}), "native");
+    ad.expectAd("SpotX", sdkVersion({}, {}), "native");
     const auto player = makePlayer(ad, "SpotXInlineAdPlayer", { 320, 180 });
     ad.place(as<UIView>(object_getInstanceVariable(*player, "_view").object()));
     ad.call<void>(player.get(), "start");

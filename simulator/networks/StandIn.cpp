@@ -68,6 +68,51 @@ std::shared_ptr<WKWebView> creativeView(const std::string& html, CGSize size)
     return webView;
 }
 
+namespace {
+
+const char behaviourKey = 0;
+const char sharedKey = 0;
+
+struct Behaviour final : Object {
+    explicit Behaviour(StandInBehaviour what)
+        : run(std::move(what))
+    {
+    }
+    StandInBehaviour run;
+};
+
+// The shared instance, tied to its class.
+id sharedInstance(id self, SEL)
+{
+    if (objc_getAssociatedObject(*self, &sharedKey).isNothing())
+        objc_setAssociatedObject(*self, &sharedKey, alloc<Object>(static_cast<Class>(self)));
+    return objc_getAssociatedObject(*self, &sharedKey).object().get();
+}
+
+} // namespace
+
+void setBehaviour(Object& receiver, StandInBehaviour behaviour)
+{
+    objc_setAssociatedObject(receiver, &behaviourKey, std::make_shared<Behaviour>(std::move(behaviour)));
+}
+
+std::shared_ptr<Object> runBehaviour(id receiver)
+{
+    const auto behaviour = as<Behaviour>(objc_getAssociatedObject(*receiver, &behaviourKey).object());
+    return behaviour ? behaviour->run() : nullptr;
+}
+
+void installVersion(
+    const std::string& className, const char* selector, std::string (*version)(id, SEL), const char* shared)
+{
+    ClassBuilder builder(className, classOf<NSObject>());
+    if (!shared)
+        builder.classMethod(sel_registerName(selector), version);
+    else
+        builder.method(sel_registerName(selector), version)
+            .classMethod(sel_registerName(shared), &sharedInstance);
+}
+
 std::string messageText(id receiver, SEL selector, const std::vector<Value>& arguments)
 {
     std::string text = "[" + receiver->description() + " " + sel_getName(selector) + "]";
@@ -110,8 +155,8 @@ StandInAd::~StandInAd()
 {
     for (const auto& view : m_placed)
         view->removeFromSuperview();
-    if (m_screen.presentedViewController())
-        m_screen.dismissViewController(false);
+    if (const auto presented = m_presented.lock(); presented && presented->presentingViewController())
+        presented->presentingViewController()->dismissViewController(false);
 }
 
 std::shared_ptr<WKWebView> StandInAd::creative(CGSize size, const std::string& className)
@@ -124,6 +169,16 @@ std::shared_ptr<WKWebView> StandInAd::creative(CGSize size, const std::string& c
     return keep(webView);
 }
 
+std::shared_ptr<UIView> StandInAd::container(const std::string& className, CGSize size)
+{
+    auto view = standInView(className, size);
+    const auto webView = creative(size);
+    if (webView)
+        view->addSubview(webView);
+    adView = webView ? webView : view;
+    return view;
+}
+
 void StandInAd::place(const std::shared_ptr<UIView>& view)
 {
     view->setFrame({ { 20, 200 }, view->bounds().size });
@@ -132,7 +187,7 @@ void StandInAd::place(const std::shared_ptr<UIView>& view)
 }
 
 std::shared_ptr<UIViewController> StandInAd::present(
-    const std::string& className, const std::shared_ptr<UIView>& content)
+    const std::string& className, const std::shared_ptr<UIView>& content, const char* announcement)
 {
     auto controller = alloc<UIViewController>(standInClass(className, classOf<UIViewController>()));
     send(controller, sel::init);
@@ -140,6 +195,9 @@ std::shared_ptr<UIViewController> StandInAd::present(
         content->setFrame(controller->view()->bounds());
         controller->view()->addSubview(content);
     }
+    m_presented = controller;
+    if (announcement)
+        m_sent.push_back(messageText(controller.get(), sel_registerName(announcement), { false }));
     m_screen.presentViewController(keep(controller), false);
     return controller;
 }
@@ -152,13 +210,6 @@ void StandInAd::makeReady(const std::shared_ptr<Object>& owner, const std::share
     // Weak: the content may be the owner.
     object_setInstanceVariable(*owner, "standInReady", Value::weak(controller));
     object_setInstanceVariable(*owner, "standInHost", Value::weak(retain(&m_screen)));
-}
-
-void StandInAd::expectSDK(const std::string& name, const std::string& version, const std::string& adFormat)
-{
-    expect("sdk", name);
-    expect("sdkVersion", version);
-    expect("adFormat", adFormat);
 }
 
 void StandInAd::expectMessage(id receiver, const char* selector, const std::vector<Value>& arguments)
@@ -215,6 +266,12 @@ void StandInAd::plantOneOf(const std::string& field, const std::shared_ptr<Objec
     // The last first, so that what is expected in the end is what stands in the first place.
     for (size_t i = keyPaths.size(); i-- > 0;)
         plant(field, root, keyPaths[i], i == 0 ? value : Value { "place-" + std::to_string(i) });
+}
+
+void StandInAd::hold(const std::shared_ptr<Object>& owner, const std::string& name, const Value& value)
+{
+    if (!m_fault.nothingPrivate)
+        object_setInstanceVariable(*owner, name, value);
 }
 
 std::string StandInAd::key(const std::vector<std::string>& fields, const std::string& name)

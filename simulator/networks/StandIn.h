@@ -4,6 +4,7 @@
 #include "platform/uikit/UIViewController.h"
 #include "platform/webkit/WKWebView.h"
 
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -38,6 +39,38 @@ std::vector<std::string> takeReceived();
 /// Presents what StandInAd::makeReady left with this object; nothing when it left nothing.
 void presentReady(id owner);
 
+/// What a message carries, as it is written down; nothing for pointers and blocks.
+template <typename T> Value messageArgument(const T& argument)
+{
+    if constexpr (std::is_convertible_v<T, const Object*>)
+        return Value { retain(static_cast<Object*>(argument)) };
+    else if constexpr (std::is_constructible_v<Value, T> && !std::is_pointer_v<T>)
+        return Value { argument };
+    else
+        return Value {};
+}
+
+/// What an object of an SDK does when it receives a hooked message, and answers if that answers an object.
+using StandInBehaviour = std::function<std::shared_ptr<Object>()>;
+void setBehaviour(Object& receiver, StandInBehaviour behaviour);
+std::shared_ptr<Object> runBehaviour(id receiver);
+
+/// The SDK's own implementation of a hooked method: notes the message, then does what the receiver does. A
+/// yes or no is answered with yes.
+template <typename R, typename... A> R standInMethod(id self, SEL _cmd, A... arguments)
+{
+    noteReceived(self, _cmd, { messageArgument<std::remove_cvref_t<A>>(arguments)... });
+    std::shared_ptr<Object> answer = runBehaviour(self);
+    if constexpr (std::is_same_v<R, std::shared_ptr<Object>>)
+        return answer;
+    else if constexpr (!std::is_void_v<R>)
+        return R(true);
+}
+
+/// Makes a class that answers a version: itself, or its shared instance under that selector.
+void installVersion(const std::string& className, const char* selector, std::string (*version)(id, SEL),
+    const char* sharedInstance = nullptr);
+
 /// What goes wrong in an SDK. A step is one key of a private path from a root object:
 /// "MPClosableView:_delegate".
 struct StandInFault {
@@ -68,14 +101,21 @@ public:
     // For the network's show function
 
     UIViewController& screen() const { return m_screen; }
+    CGSize screenSize() const { return m_screen.view()->bounds().size; }
+    /// The place this ad uses, among so many; the last one when it uses all.
+    int placeAmong(int count) const { return m_place == everyPlace ? count - 1 : m_place % count; }
     std::string html { "<h1>An ad</h1>" };
     /// The creative's web view, of a run-time subclass of WKWebView if named; null when it is to be missing.
     std::shared_ptr<WKWebView> creative(CGSize size, const std::string& className = "WKWebView");
+    /// A view of that class with the creative in it, which becomes the ad view; the view itself if there is
+    /// none.
+    std::shared_ptr<UIView> container(const std::string& className, CGSize size);
     /// Puts a view on the host's page.
     void place(const std::shared_ptr<UIView>& view);
-    /// Presents a controller of that class with a content view over the host's.
-    std::shared_ptr<UIViewController> present(
-        const std::string& className, const std::shared_ptr<UIView>& content);
+    /// Presents a controller of that class with a content view over the host's. `announcement` is the message
+    /// with one yes or no, such as "viewDidAppear:", that the class has its own implementation of.
+    std::shared_ptr<UIViewController> present(const std::string& className,
+        const std::shared_ptr<UIView>& content, const char* announcement = nullptr);
     /// Makes a controller with a full-screen content view ready, which the SDK's own implementation presents
     /// over the host's by `presentReady` when `owner` is told to.
     void makeReady(const std::shared_ptr<Object>& owner, const std::shared_ptr<UIView>& content);
@@ -97,14 +137,25 @@ public:
         const std::vector<std::string>& keyPaths, const Value& value);
     /// A key inside of data that is read by key, such as JSON: as it is to be written. A step of `fields`.
     std::string key(const std::vector<std::string>& fields, const std::string& name);
+    /// A private object that is found by its kind, whatever its name.
+    void hold(const std::shared_ptr<Object>& owner, const std::string& name, const Value& value);
     void expect(const std::string& field, const Value& value) { m_expected.set(field, value); }
-    void expectSDK(const std::string& name, const std::string& version, const std::string& adFormat);
+    /// The fields that every report has of its network.
+    void expectAd(const Value& sdk, const Value& version, const char* adFormat)
+    {
+        m_expected.addEntriesFrom({ { "sdk", sdk }, { "sdkVersion", version }, { "adFormat", adFormat } });
+    }
+    /// What a field says when a step to it fails, if it says anything then.
+    void expectOtherwise(const std::string& field, const Value& value)
+    {
+        m_expectedOtherwise.set(field, value);
+    }
 
     /// Sends one of the SDK's own messages and remembers that it was sent.
     template <typename R, typename... A> R call(id receiver, const char* selector, A... arguments)
     {
         const SEL name = sel_registerName(selector);
-        m_sent.push_back(messageText(receiver, name, { asValue(arguments)... }));
+        m_sent.push_back(messageText(receiver, name, { messageArgument(arguments)... }));
         return send<R>(receiver, name, arguments...);
     }
 
@@ -117,21 +168,15 @@ public:
     std::shared_ptr<UIView> adView;
     /// What a report has to say, by field.
     const NSDictionary& expected() const { return m_expected; }
+    /// What is said when a step to a field fails; empty or absent if it is not in here.
+    const NSDictionary& expectedOtherwise() const { return m_expectedOtherwise; }
     /// The messages that were sent, in order, as the implementations should have noted them.
     const std::vector<std::string>& sent() const { return m_sent; }
     /// Every step that was planted, with the fields that are read through it.
-    const std::vector<std::pair<std::string, std::vector<std::string>>>& steps() const { return m_steps; }
+    using Steps = std::vector<std::pair<std::string, std::vector<std::string>>>;
+    const Steps& steps() const { return m_steps; }
 
 private:
-    template <typename T> static Value asValue(const T& argument)
-    {
-        if constexpr (std::is_convertible_v<T, const Object*>)
-            return Value { retain(static_cast<Object*>(argument)) };
-        else if constexpr (std::is_constructible_v<Value, T> && !std::is_pointer_v<T>)
-            return Value { argument };
-        else
-            return Value {};
-    }
     std::string named(const std::string& step, const std::string& name);
     void addStep(const std::string& step, const std::string& field);
 
@@ -140,9 +185,11 @@ private:
     StandInFault m_fault;
     std::vector<std::shared_ptr<Object>> m_kept;
     std::vector<std::shared_ptr<UIView>> m_placed;
+    std::weak_ptr<UIViewController> m_presented;
     NSDictionary m_expected;
+    NSDictionary m_expectedOtherwise;
     std::vector<std::string> m_sent;
-    std::vector<std::pair<std::string, std::vector<std::string>>> m_steps;
+    Steps m_steps;
 };
 
 /// A format of a network: how an ad of it comes on screen, and in how many places its SDKs keep identifiers.

@@ -22,7 +22,7 @@ void install()
 
 void showNative(StandInAd& ad)
 {
-    ad.expectSDK("Taboola", sdkVersion({}, {}), "native");
+    ad.expectAd("Taboola", sdkVersion({}, {}), "native");
     const auto feed = standInView("TaboolaView", feedSize);
     const auto webView = ad.creative(feedSize);
     feed->addSubview(webView);

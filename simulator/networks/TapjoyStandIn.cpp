@@ -21,7 +21,7 @@ void install()
 
 void showInterstitial(StandInAd& ad)
 {
-    ad.expectSDK("Tapjoy", sdkVersion({}, {}), "interstitial");
+    ad.expectAd("Tapjoy", sdkVersion({}, {}), "interstitial");
     const std::string entity = "d04baef3-7c5b", placement = "61ac0f27-0b1d";
     const std::string html = R"(<script>show({")" + ad.key({ "creativeId" }, "entity_id") + R"(":")" + entity
         + R"(", ")" + ad.key({ "placementId" }, "placement_id") + R"(":")" + placement + R"("});</script>)";

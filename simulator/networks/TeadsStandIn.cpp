@@ -38,7 +38,7 @@ std::shared_ptr<UIView> makeView(StandInAd& ad, const char* className, CGSize si
 
 void showInterstitial(StandInAd& ad)
 {
-    ad.expectSDK("Teads", version, "interstitial");
+    ad.expectAd("Teads", version, "interstitial");
     const auto interstitial = makeView(ad, interstitialClass, ad.fullScreen());
     ad.makeReady(interstitial, interstitial);
     ad.call<void>(
@@ -47,7 +47,7 @@ void showInterstitial(StandInAd& ad)
 
 void showNative(StandInAd& ad)
 {
-    ad.expectSDK("Teads", version, "native");
+    ad.expectAd("Teads", version, "native");
     const auto view = makeView(ad, customAdViewClass, { 320, 180 });
     ad.expectMessage(view.get(), "didMoveToSuperview");
     ad.place(view);

@@ -40,7 +40,7 @@ void install()
 // The web view stands with the watched view, or with the banner.
 void showBanner(StandInAd& ad, bool watchedViewHasIt)
 {
-    ad.expectSDK("Verizon", sdkInfo({}, {}), "banner");
+    ad.expectAd("Verizon", sdkInfo({}, {}), "banner");
     const auto banner = standInView("VASInlineAdView", bannerSize);
     const auto watched = standInView("VASWebView", bannerSize);
     const auto webView = ad.creative(bannerSize);
@@ -57,7 +57,7 @@ void showOwnBanner(StandInAd& ad) { showBanner(ad, false); }
 
 void showInterstitial(StandInAd& ad)
 {
-    ad.expectSDK("Verizon", sdkInfo({}, {}), "interstitial");
+    ad.expectAd("Verizon", sdkInfo({}, {}), "interstitial");
     const auto interstitial = ad.keep(standInObject("VASInterstitialAd"));
     const auto content = standInView("VASWebView", ad.fullScreen());
     const auto webView = ad.creative(ad.fullScreen());

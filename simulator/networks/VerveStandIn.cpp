@@ -31,7 +31,7 @@ void plantIn(StandInAd& ad, const std::shared_ptr<UIView>& view, const char* cre
 
 void showBanner(StandInAd& ad)
 {
-    ad.expectSDK("Verve", sdkVersion({}, {}), "banner");
+    ad.expectAd("Verve", sdkVersion({}, {}), "banner");
     const auto banner = standInView("VWAdvertView", bannerSize);
     plantIn(ad, banner, "verve-1");
     ad.place(banner);
@@ -46,7 +46,7 @@ void finishLoading(StandInAd& ad, const std::shared_ptr<UIView>& content)
 
 void showInterstitial(StandInAd& ad)
 {
-    ad.expectSDK("Verve", sdkVersion({}, {}), "interstitial");
+    ad.expectAd("Verve", sdkVersion({}, {}), "interstitial");
     const auto interstitial = standInView("VWInterstitialAd", ad.fullScreen());
     plantIn(ad, interstitial, "verve-2");
     finishLoading(ad, interstitial);

@@ -14,7 +14,7 @@ void install()
 
 void show(StandInAd& ad, const char* className)
 {
-    ad.expectSDK("Vungle", "", "interstitial");
+    ad.expectAd("Vungle", "", "interstitial");
     const auto controller = ad.present(className, ad.creative(ad.fullScreen()));
     ad.expectMessage(controller.get(), "viewWillAppear:", { false });
     ad.plant("creativeId", controller, "_placement._uniqueID", "vungle-unique");

@@ -11,31 +11,6 @@ namespace {
 
 using tests::World;
 
-TEST(MoPubHookTest, TheButtonSitsOnTheWebViewAndTheImpressionNamesTheCreative)
-{
-    World world;
-    world.start();
-    const auto banner = world.showMoPub();
-    const auto button = tests::buttonOn(*banner);
-    ASSERT_TRUE(button);
-    EXPECT_TRUE(as<WKWebView>(button->superview()));
-    const NSDictionary impression = world.lastImpression();
-    EXPECT_EQ(impression["sdk"], Value { "MoPub" });
-    EXPECT_EQ(impression["sdkVersion"], Value { MoPubStandIn::version });
-    EXPECT_EQ(impression["adType"], Value { "banner" });
-    EXPECT_EQ(impression["creativeId"], Value { "dsp-1" });
-}
-
-TEST(MoPubHookTest, TheBuyersCreativeComesFirst)
-{
-    World world;
-    world.start();
-    world.showMoPub({ .html = "", .creativeId = "own" });
-    EXPECT_EQ(world.lastImpression()["creativeId"], Value { "own" });
-    world.showMoPub({ .html = "" });
-    EXPECT_EQ(world.lastImpression()["creativeId"], Value { "" }) << "empty, never absent";
-}
-
 TEST(MoPubHookTest, AnotherThreadAndAForeignViewDoNoHarm)
 {
     World world;
@@ -47,37 +22,6 @@ TEST(MoPubHookTest, AnotherThreadAndAForeignViewDoNoHarm)
     network.join();
     world.phone.wait(2);
     EXPECT_FALSE(tests::buttonOn(*banner));
-}
-
-TEST(GoogleHookTest, AdMobAndAdManagerAreToldApartByTheClassName)
-{
-    World world;
-    world.start();
-    const std::pair<const char*, const char*> rows[]
-        = { { "GADBannerView", "AdMob" }, { "DFPBannerView", "DFP" } };
-    for (const auto& [className, sdk] : rows) {
-        const auto banner = GoogleStandIn::makeBanner({ 320, 50 }, className);
-        world.phone.content().addSubview(banner);
-        GoogleStandIn::load(*banner, { .html = "", .debugText = "0=987 crid:12345" });
-        world.phone.wait(1.1);
-        EXPECT_EQ(world.lastImpression()["sdk"], Value { sdk });
-        EXPECT_EQ(world.lastImpression()["creativeId"], Value { "987" }) << "the first prefix wins";
-        EXPECT_EQ(world.lastImpression()["sdkVersion"], Value { GoogleStandIn::version });
-    }
-}
-
-TEST(GoogleHookTest, MissingPrivateObjectsMeanNoButton)
-{
-    World world;
-    world.start();
-    const auto banner = GoogleStandIn::makeBanner({ 320, 50 });
-    object_setInstanceVariable(*banner, "_bannerView", standInObject("GADOBannerView", {}));
-    // The stand-in itself needs its objects: what it raises is the network's own business and passes through.
-    EXPECT_THROW(
-        send<void>(banner.get(), "adViewDidReceiveAd:"_sel, static_cast<id>(nullptr)), std::exception);
-    world.phone.wait(2);
-    EXPECT_FALSE(tests::buttonOn(*banner));
-    EXPECT_EQ(world.service.impressions().size(), 0u);
 }
 
 std::string googleCreativeId(const std::string& debugText)
@@ -121,24 +65,6 @@ TEST(GoogleMetadataTest, VersionsWithAndWithoutTheirClasses)
     EXPECT_EQ(send(metaclass, sel::getVersion), "8.0");
     EXPECT_EQ(send(NSClassFromString("TDMetaclass_MoPub_banner"), sel::getVersion),
         "version param is not available");
-}
-
-TEST(GoogleMetadataTest, AmazonsBidIsKnownByAllItsKeys)
-{
-    Phone phone { {} };
-    NSDictionary targeting { { "amzn_b", "1" }, { "amzn_h", "1" }, { "amznp", "1" }, { "amznrdr", "1" },
-        { "amznslots", "1" }, { "dc", "1" } };
-    const auto infoFor = [](const NSDictionary& entries) {
-        const auto view = standInObject(
-            "V", { { "_lastRequest", standInObject("R", { { "_customTargeting", entries } }) } });
-        return send(NSClassFromString("TDMetaclass_DFPV42_banner"), sel::getOtherInfoForView, view);
-    };
-    EXPECT_EQ(infoFor(targeting), (Value { NSDictionary { { "DTB(Amazon)", "" } } }));
-    targeting.remove("dc");
-    EXPECT_TRUE(infoFor(targeting).isNothing());
-    EXPECT_TRUE(send(
-        NSClassFromString("TDMetaclass_DFPV42_banner"), sel::getOtherInfoForView, static_cast<id>(nullptr))
-                    .isNothing());
 }
 
 } // namespace

@@ -262,20 +262,13 @@ tests::World::Options with(std::vector<const StandInNetwork*> networks)
     } };
 }
 
-std::vector<const StandInNetwork*> networks()
-{
-    return { &smaatoStandIn(), &vungleStandIn(), &tapjoyStandIn(), &verizonStandIn(), &openXStandIn(),
-        &ironsourceStandIn(), &appNexusStandIn(), &verveStandIn(), &teadsStandIn(), &taboolaStandIn(),
-        &spotXStandIn(), &appLovinStandIn() };
-}
-
 TEST(RivalLibrariesTest, EveryLibraryAndTheOriginalRunOncePerMessageWhateverTheOrder)
 {
     std::map<const StandInFormat*, Shown> alone;
     {
-        World world(with(networks()));
+        World world(with(allStandIns()));
         world.start();
-        for (const StandInNetwork* network : networks()) {
+        for (const StandInNetwork* network : allStandIns()) {
             for (const StandInFormat& format : network->formats)
                 alone[&format] = show(world, format);
         }
@@ -283,7 +276,7 @@ TEST(RivalLibrariesTest, EveryLibraryAndTheOriginalRunOncePerMessageWhateverTheO
     for (unsigned seed = 1; seed <= 25; seed++) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         std::mt19937 random(seed);
-        auto present = networks();
+        auto present = allStandIns();
         std::shuffle(present.begin(), present.end(), random);
         present.resize(1 + random() % present.size());
         World world(with(present));

@@ -1,0 +1,48 @@
+#include "simulator/networks/StandIns.h"
+
+namespace lumora {
+
+namespace {
+
+constexpr const char* version = "4.4.1";
+std::string sdkVersion(id, SEL) { return version; }
+
+void showInterstitial(StandInAd& ad)
+{
+    const auto interstitial = ad.keep(standInObject("AdColonyInterstitial",
+        { { "sessionID", "session-1" }, { "zoneID", "vz-zone-1" }, { "adID", int64_t { 77 } } }));
+    ad.plant("creativeId", interstitial, "creativeID", int64_t { 4711 });
+    ad.expectAd("AdColony", version, "interstitial");
+    const auto content = ad.container("ADCView", ad.screenSize());
+    std::shared_ptr<UIViewController> controller;
+    setBehaviour(*interstitial, [&] {
+        controller = ad.present("ADCContainer", content, "viewDidAppear:");
+        return nullptr;
+    });
+    ad.call<bool>(interstitial.get(), "showWithPresentingViewController:", &ad.screen());
+    ad.call<void>(controller.get(), "setPresenting:", true);
+    if (const auto webView = as<WKWebView>(ad.adView))
+        send(webView, sel::setNavigationDelegate, ad.keep(standInObject("ADCWebViewModule")));
+}
+
+void install()
+{
+    installVersion("AdColony", "getSDKVersion", &sdkVersion);
+    standInClass("ADCWebViewModule", classOf<NSObject>());
+    ClassBuilder("AdColonyInterstitial", classOf<NSObject>())
+        .method("showWithPresentingViewController:"_sel, &standInMethod<bool, id>);
+    ClassBuilder("ADCContainer", classOf<UIViewController>())
+        .method("viewDidAppear:"_sel, &standInMethod<void, bool>)
+        .method("setPresenting:"_sel, &standInMethod<void, bool>);
+}
+
+} // namespace
+
+const StandInNetwork& adColonyStandIn()
+{
+    static const StandInNetwork network { "AdColony", &install,
+        { { "interstitial", 1, &showInterstitial } } };
+    return network;
+}
+
+} // namespace lumora

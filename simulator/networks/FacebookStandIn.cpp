@@ -1,0 +1,76 @@
+#include "simulator/networks/StandIns.h"
+
+namespace lumora {
+
+namespace {
+
+constexpr const char* version = "6.2.1";
+std::string sdkVersion(id, SEL) { return version; }
+
+void dispatchEvents(StandInAd& ad)
+{
+    const auto manager = ad.keep(standInObject("FBAdEventManager"));
+    ad.plant("creativeId", manager, "_sessionID", "5f3a-session");
+    ad.call<void>(manager.get(), "dispatchEventsImmediately");
+}
+
+void showBanner(StandInAd& ad)
+{
+    dispatchEvents(ad);
+    const auto banner = ad.container("FBAdView", { 320, 50 });
+    ad.plantOneOf("placementId", banner,
+        { "_delegate._delegate._placementID", "_delegate._placementID",
+            "_delegate._delegate._delegate._delegate._placementID" },
+        "fb-placement-1");
+    ad.expectAd("Facebook", version, "banner");
+    ad.place(banner);
+    if (const auto webView = as<WKWebView>(ad.adView))
+        send(webView, sel::setNavigationDelegate, ad.keep(standInObject("FBAdWebKitContentContainer")));
+}
+
+void showInterstitial(StandInAd& ad)
+{
+    dispatchEvents(ad);
+    const auto content = ad.container("FBAdContentView", ad.screenSize());
+    ad.plant("placementId", ad.adView, "_delegate._delegate._placementID", "fb-placement-2");
+    ad.expectAd("Facebook", version, "interstitial");
+    const auto controller = ad.keep(standInObject("FBDisplayAdController"));
+    ad.present("FBInterstitialAdViewController", content);
+    ad.call<void>(controller.get(), "notifyAdViewPresented");
+}
+
+void showNative(StandInAd& ad)
+{
+    dispatchEvents(ad);
+    const auto native = ad.keep(standInObject("FBNativeAd"));
+    ad.adView = ad.keep(standInView("FBNativeAdView", { 300, 100 }));
+    ad.plant("placementId", native, "_placementID", "fb-placement-3");
+    ad.expectAd("Facebook", version, "native");
+    ad.place(ad.adView);
+    ad.call<void>(native.get(), "setNativeAdView:", static_cast<id>(ad.adView.get()));
+}
+
+void install()
+{
+    installVersion("FBAudienceNetwork", "FB_AD_SDK_VERSION", &sdkVersion);
+    standInClass("FBAdWebKitContentContainer", classOf<NSObject>());
+    ClassBuilder("FBAdEventManager", classOf<NSObject>())
+        .method("dispatchEventsImmediately"_sel, &standInMethod<void>);
+    ClassBuilder("FBDisplayAdController", classOf<NSObject>())
+        .method("notifyAdViewPresented"_sel, &standInMethod<void>);
+    ClassBuilder("FBNativeAdBase", classOf<NSObject>())
+        .method("setNativeAdView:"_sel, &standInMethod<void, id>);
+    ClassBuilder("FBNativeAd", NSClassFromString("FBNativeAdBase"));
+}
+
+} // namespace
+
+const StandInNetwork& facebookStandIn()
+{
+    static const StandInNetwork network { "Facebook", &install,
+        { { "banner", 3, &showBanner }, { "interstitial", 1, &showInterstitial },
+            { "native", 1, &showNative } } };
+    return network;
+}
+
+} // namespace lumora

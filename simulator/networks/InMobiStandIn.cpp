@@ -1,0 +1,60 @@
+#include "simulator/networks/StandIns.h"
+
+namespace lumora {
+
+namespace {
+
+constexpr const char* version = "9.1.5";
+std::string sdkVersion(id, SEL) { return version; }
+
+void showBanner(StandInAd& ad)
+{
+    const auto banner = ad.container("IMBanner", { 320, 50 });
+    ad.adView = banner;
+    ad.plant("creativeId", banner, "_bannerView._ad._manager._ad._delegate._creativeId", "im-creative-1");
+    ad.plant("placementId", banner, "_bannerView._ad._placementId", "im-placement-1");
+    ad.expectAd("InMobi", version, "banner");
+    ad.place(banner);
+    ad.call<void>(banner.get(), "adDidFinishLoad:", static_cast<id>(ad.keep(standInObject("IMAd")).get()));
+}
+
+void showInterstitial(StandInAd& ad, const char* controllerClass)
+{
+    const auto view = ad.container("IMUIView", ad.screenSize());
+    ad.adView = view;
+    ad.plantOneOf("creativeId", view,
+        { "_creativeId", "_delegate._creativeId",
+            "_properties._actionDelegate._delegate._delegate._creativeId",
+            "_delegate._bannerView._ad._manager._ad._delegate._creativeId" },
+        "im-creative-2");
+    ad.plantOneOf("placementId", view,
+        { "_placementId", "_delegate._placementId",
+            "_properties._actionDelegate._delegate._delegate._placementId", "_ad._placementId",
+            "_delegate._delegate._delegate._delegate._placementId" },
+        int64_t { 1469137441636 });
+    ad.expectAd("InMobi", version, "interstitial");
+    ad.present(controllerClass, view, "viewDidAppear:");
+}
+void showNativeRendered(StandInAd& ad) { showInterstitial(ad, "IMNativeRenderViewController"); }
+void showRendered(StandInAd& ad) { showInterstitial(ad, "IMRenderViewController"); }
+
+void install()
+{
+    installVersion("IMSdk", "getVersion", &sdkVersion);
+    ClassBuilder("IMBanner", classOf<UIView>()).method("adDidFinishLoad:"_sel, &standInMethod<void, id>);
+    for (const char* name : { "IMNativeRenderViewController", "IMRenderViewController" })
+        ClassBuilder(name, classOf<UIViewController>())
+            .method("viewDidAppear:"_sel, &standInMethod<void, bool>);
+}
+
+} // namespace
+
+const StandInNetwork& inMobiStandIn()
+{
+    static const StandInNetwork network { "InMobi", &install,
+        { { "banner", 1, &showBanner }, { "native interstitial", 5, &showNativeRendered },
+            { "interstitial", 5, &showRendered } } };
+    return network;
+}
+
+} // namespace lumora

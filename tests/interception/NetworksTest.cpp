@@ -1,0 +1,198 @@
+#include "interception/TDMetadataClassProtocol.h"
+#include "platform/uikit/UIApplication.h"
+#include "simulator/networks/StandIns.h"
+#include "tests/world/World.h"
+
+#include <gtest/gtest.h>
+
+namespace lumora {
+namespace {
+
+using tests::World;
+
+/// The rows of one network. A row is an ad of a format with what it is told to get wrong.
+class NetworksTest : public testing::TestWithParam<const StandInNetwork*> {
+protected:
+    static std::string rowName(const StandInFormat& format, int place, const std::string& fault)
+    {
+        return std::string { GetParam()->name } + "/" + format.name + "/" + std::to_string(place) + " "
+            + fault;
+    }
+
+    /// Shows an ad in a process that has only this network's SDK, and expects the button on its view, and
+    /// impression and report to say what the ad says, the `lost` fields apart.
+    static StandInAd::Steps check(const StandInFormat& format, int place, const StandInFault& fault,
+        const std::vector<std::string>& lost, const std::string& name)
+    {
+        SCOPED_TRACE(name);
+        World world(onlyWith(*GetParam()));
+        world.start();
+        StandInAd ad(*world.phone.window().rootViewController(), place, fault);
+        EXPECT_NO_THROW(format.show(ad));
+        world.phone.wait(1.1);
+        EXPECT_EQ(joined(takeReceived()), joined(ad.sent()));
+        if (std::find(lost.begin(), lost.end(), anything) != lost.end())
+            return ad.steps();
+
+        const auto button = ad.adView ? directButtonOn(*ad.adView) : nullptr;
+        const bool isDue = std::find(lost.begin(), lost.end(), "button") == lost.end();
+        EXPECT_EQ(button != nullptr, isDue);
+        EXPECT_EQ(world.service.impressions().size(), isDue ? 1u : 0u);
+        if (!button || !isDue)
+            return ad.steps();
+        button->buttonHandler()->sendReportWithInfo("fraud");
+        world.phone.wait(0.5);
+        EXPECT_EQ(fieldsOfReport(world.lastReport()), expectedFields(ad, lost, true));
+        EXPECT_EQ(fieldsOfImpression(world.lastImpression()), expectedFields(ad, lost, false));
+        return ad.steps();
+    }
+
+    template <typename Row> static void forEachPlace(const Row& row)
+    {
+        for (const StandInFormat& format : GetParam()->formats) {
+            for (int place = 0; place < format.places; place++)
+                row(format, place);
+        }
+    }
+
+    static constexpr const char* anything = "anything";
+
+private:
+    static World::Options onlyWith(const StandInNetwork& network)
+    {
+        return { .adjust = [&network](Phone::Options& options) {
+            options.onBoot = network.install;
+            // Every report carries a picture of the ad.
+            options.screen
+                = { .width = 320, .height = 120, .scale = 1, .safeAreaTop = 0, .safeAreaBottom = 0 };
+        } };
+    }
+    static std::string joined(const std::vector<std::string>& lines)
+    {
+        std::string text;
+        for (const std::string& line : lines)
+            text += line + "\n";
+        return text;
+    }
+    static std::shared_ptr<TDReportButtonView> directButtonOn(UIView& adView)
+    {
+        for (const auto& subview : adView.subviews()) {
+            if (auto button = as<TDReportButtonView>(subview))
+                return button;
+        }
+        return nullptr;
+    }
+    using Fields = std::map<std::string, std::string>;
+    static Fields fieldsOfReport(const NSDictionary& report)
+    {
+        Fields fields;
+        for (const char* name : { "sdk", "sdkVersion", "adFormat", "creativeId" })
+            fields[name] = report[name].description();
+        const Value metadata = report["metadata"];
+        for (const auto& [name, value] : metadata.isDictionary() ? *metadata.dictionary() : NSDictionary {})
+            fields[name] = value.description();
+        fields.erase("config");
+        return fields;
+    }
+    static Fields fieldsOfImpression(const NSDictionary& impression)
+    {
+        Fields fields;
+        for (const char* name : { "sdk", "sdkVersion", "creativeId" })
+            fields[name] = impression[name].description();
+        fields["adFormat"] = impression["adType"].description();
+        return fields;
+    }
+    static Fields expectedFields(const StandInAd& ad, const std::vector<std::string>& lost, bool isReport)
+    {
+        NSDictionary expected { { "creativeId", "" }, { "placementId", "" } };
+        expected.addEntriesFrom(ad.expected());
+        expected.remove("button");
+        for (const std::string& field : lost) {
+            if (const Value& otherwise = ad.expectedOtherwise()[field]; !otherwise.isNothing())
+                expected.set(field, otherwise);
+            else if (field == "creativeId" || field == "placementId")
+                expected.set(field, "");
+            else
+                expected.remove(field);
+        }
+        Fields fields;
+        for (const auto& [name, value] : expected) {
+            const bool isBasic
+                = name == "sdk" || name == "sdkVersion" || name == "adFormat" || name == "creativeId";
+            if (isReport || isBasic)
+                fields[name] = value.description();
+        }
+        return fields;
+    }
+};
+
+TEST_P(NetworksTest, AdsAreReportedAsWhatTheyAre)
+{
+    forEachPlace([](const StandInFormat& format, int place) {
+        check(format, place, {}, {}, rowName(format, place, ""));
+    });
+    for (const StandInFormat& format : GetParam()->formats)
+        check(
+            format, StandInAd::everyPlace, {}, {}, rowName(format, StandInAd::everyPlace, "the first wins"));
+}
+
+TEST_P(NetworksTest, ALostKeyLosesExactlyWhatIsReadThroughIt)
+{
+    forEachPlace([](const StandInFormat& format, int place) {
+        for (const auto& [step, fields] : check(format, place, {}, {}, rowName(format, place, ""))) {
+            check(format, place, { .renamedStep = step }, fields, rowName(format, place, step + " renamed"));
+            if (!step.starts_with("key:"))
+                check(
+                    format, place, { .raisingStep = step }, fields, rowName(format, place, step + " raises"));
+        }
+    });
+}
+
+TEST_P(NetworksTest, WithoutItsPrivateObjectsTheSDKRunsOn)
+{
+    for (const StandInFormat& format : GetParam()->formats) {
+        check(format, 0, { .nothingPrivate = true }, { anything }, rowName(format, 0, "nothing private"));
+        check(format, 0, { .noCreative = true }, { anything }, rowName(format, 0, "no creative"));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, NetworksTest, testing::ValuesIn(allStandIns()),
+    [](const auto& info) { return std::string { info.param->name }; });
+
+TEST(MetadataClassTest, VersionsWithoutAnySDK)
+{
+    Phone phone { {} };
+    const char* const unavailable = "version param is not available";
+    const std::pair<const char*, const char*> rows[] = {
+        { "AdMobV42_banner", unavailable },
+        { "AdMobV42_native", unavailable },
+        { "MoPub_banner", unavailable },
+        { "InMobi_banner", unavailable },
+        { "Facebook_banner", unavailable },
+        { "AdColony_interstitial", unavailable },
+        { "Amazon_banner", unavailable },
+        { "Unity_interstitial", unavailable },
+        { "AOL_banner", unavailable },
+        { "Smaato_banner", unavailable },
+        { "Vungle_interstitial", "" },
+        { "Tapjoy_interstitial", unavailable },
+        { "Verizon_banner", unavailable },
+        { "OpenX_banner", unavailable },
+        { "Ironsource_interstitial", unavailable },
+        { "AppNexus_banner", "no available version" },
+        { "Verve_banner", unavailable },
+        { "Teads_native", "4.2.1" },
+        { "Taboola_native", unavailable },
+        { "SpotX_interstitial", unavailable },
+        { "AppLovin_banner", "no available version" },
+        { "AppLovin_interstitial", "no available version" },
+    };
+    for (const auto& [name, version] : rows) {
+        Class metaclass = NSClassFromString(std::string { "TDMetaclass_" } + name);
+        ASSERT_TRUE(metaclass) << name;
+        EXPECT_EQ(send(metaclass, sel::getVersion), version) << name;
+    }
+}
+
+} // namespace
+} // namespace lumora
