@@ -83,7 +83,13 @@ size_t beginOfName(std::string_view name, std::string_view text, size_t begin, s
 /// The link whose scheme ends with the colon there and that begins at `begin` or later; empty for none.
 std::string_view linkAtColon(std::string_view text, size_t begin, size_t colon)
 {
+    if (colon == begin)
+        return {};
+    // Its last byte alone rules most names out; that of the long s none.
+    const auto last = static_cast<char>(text[colon - 1] | 0x20);
     for (const Scheme& scheme : schemes) {
+        if (last != scheme.name.back() && last != '\xBF')
+            continue;
         const size_t start = beginOfName(scheme.name, text, begin, colon);
         if (start == none)
             continue;
