@@ -189,9 +189,14 @@ std::shared_ptr<UIViewController> StandInAd::present(
     }
     m_presented = controller;
     if (announcement)
-        m_sent.push_back(messageText(controller.get(), sel_registerName(announcement), { false }));
+        announce(*controller, announcement);
     m_screen.presentViewController(keep(controller), false);
     return controller;
+}
+
+void StandInAd::announce(UIViewController& controller, const char* announcement)
+{
+    m_sent.push_back(messageText(&controller, sel_registerName(announcement), { false }));
 }
 
 void StandInAd::addStep(const std::string& step, const std::string& field)

@@ -113,6 +113,8 @@ public:
     /// with one yes or no, such as "viewDidAppear:", that the class has its own implementation of.
     std::shared_ptr<UIViewController> present(const std::string& className,
         const std::shared_ptr<UIView>& content, const char* announcement = nullptr);
+    /// The system will send such a message, one turn of the main queue after the controller came on screen.
+    void announce(UIViewController& controller, const char* announcement);
     /// Keeps an object that the SDK owns alive as long as the ad.
     template <typename T> std::shared_ptr<T> keep(std::shared_ptr<T> object)
     {
