@@ -16,11 +16,12 @@ void showInterstitial(StandInAd& ad)
     const auto content = ad.container("ADCView", ad.screenSize());
     std::shared_ptr<UIViewController> controller;
     setBehaviour(*interstitial, [&] {
-        controller = ad.present("ADCContainer", content, "viewDidAppear:");
+        controller = ad.present("ADCContainer", content);
         return nullptr;
     });
     ad.call<bool>(interstitial.get(), "showWithPresentingViewController:", &ad.screen());
     ad.call<void>(controller.get(), "setPresenting:", true);
+    ad.announce(*controller, "viewDidAppear:");
     if (const auto webView = as<WKWebView>(ad.adView))
         send(webView, sel::setNavigationDelegate, ad.keep(standInObject("ADCWebViewModule")));
 }

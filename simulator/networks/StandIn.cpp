@@ -197,7 +197,7 @@ std::shared_ptr<UIViewController> StandInAd::present(
     }
     m_presented = controller;
     if (announcement)
-        m_sent.push_back(messageText(controller.get(), sel_registerName(announcement), { false }));
+        announce(*controller, announcement);
     m_screen.presentViewController(keep(controller), false);
     return controller;
 }
@@ -215,6 +215,11 @@ void StandInAd::makeReady(const std::shared_ptr<Object>& owner, const std::share
 void StandInAd::expectMessage(id receiver, const char* selector, const std::vector<Value>& arguments)
 {
     m_sent.push_back(messageText(receiver, sel_registerName(selector), arguments));
+}
+
+void StandInAd::announce(UIViewController& controller, const char* announcement)
+{
+    expectMessage(&controller, announcement, { false });
 }
 
 void StandInAd::addStep(const std::string& step, const std::string& field)

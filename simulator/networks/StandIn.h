@@ -120,6 +120,8 @@ public:
     /// over the host's by `presentReady` when `owner` is told to.
     void makeReady(const std::shared_ptr<Object>& owner, const std::shared_ptr<UIView>& content);
     CGSize fullScreen() const { return m_screen.view()->bounds().size; }
+    /// The system will send such a message, one turn of the main queue after the controller came on screen.
+    void announce(UIViewController& controller, const char* announcement);
     /// Keeps an object that the SDK owns alive as long as the ad.
     template <typename T> std::shared_ptr<T> keep(std::shared_ptr<T> object)
     {

@@ -55,9 +55,9 @@ void showInterstitial(StandInAd& ad)
     receive(ad, "https://config.unityads.unity3d.com/webview.json", { { "placements", "none" } });
     ad.expectAd("Unity", version, "interstitial");
     ad.call<void>(NSClassFromString("UnityAds"), "show:placementId:", &ad.screen(), std::string { "video" });
-    ad.present("UADSViewController", ad.container("UADSAdView", ad.screenSize()), "viewDidAppear:");
     ad.call<void>(NSClassFromString("UADSApiVideoPlayer"),
         "WebViewExposed_play:", static_cast<id>(ad.keep(standInObject("UADSWebViewCallback")).get()));
+    ad.present("UADSViewController", ad.container("UADSAdView", ad.screenSize()), "viewDidAppear:");
 }
 
 void install()
