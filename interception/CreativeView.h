@@ -7,22 +7,14 @@
 
 namespace lumora {
 
+class Process;
+class UIViewController;
+
 // From what a network's method is called on to the view that carries the report button. Called by hooks, on
-// any thread; what looks at views does so on the main thread.
+// any thread; views are looked at on the main thread only.
 
-/// The first web view below a view, or the view itself; the same for the view of a controller, or of any
-/// object that answers `view`. Null for anything else. Main thread.
-std::shared_ptr<UIView> creativeViewIn(const std::shared_ptr<Object>& viewOrOwner);
-
-/// The first view that is good, from a view downwards, itself included, depth first. Null when none is. Main
-/// thread.
-std::shared_ptr<UIView> findView(
-    const std::shared_ptr<UIView>& root, const std::function<bool(UIView&)>& isGood);
-/// The view of a controller, once it is loaded. Main thread.
-std::shared_ptr<UIView> viewOfController(id controller);
-
-/// Puts the report button on a view, with the metadata class of that name and, where there is one, the
-/// network's ad object. Nothing happens for what is no view.
+/// Puts the report button on a view that the network hands over, with the metadata class of that name and,
+/// where there is one, the network's ad object. Nothing happens for what is no view.
 void attachReportButton(const std::shared_ptr<Object>& adView, const char* metadataClass,
     const std::shared_ptr<Object>& supportObject = nullptr);
 inline void attachReportButton(
@@ -31,15 +23,39 @@ inline void attachReportButton(
     attachReportButton(retain(adView), metadataClass, supportObject);
 }
 
-/// Where an ad without a view of its own may be looked for: what it is about to present over the host, what
-/// it has presented, or nowhere but in itself.
+/// The same for a view inside of another, or of the view of a controller or of any object that answers
+/// `view`: the first one that is good, itself included, depth first; without such a test or one that passes
+/// it, the first web view, or else the whole. Looked for at once on the main thread; one turn of the main
+/// queue later elsewhere, and when there is no view yet.
+void attachReportButtonInside(id viewOrOwner, const char* metadataClass,
+    const std::shared_ptr<Object>& supportObject = nullptr, std::function<bool(UIView&)> isGood = nullptr);
+
+/// Where an ad without a view of its own may be looked for: in itself, in what it is about to present over
+/// the host, or in what it has presented.
 enum class AdMoment { Loaded, WillShow, DidShow };
 
-/// The same for an ad whose view is not handed over: looked for one turn of the main queue later, when the
-/// replaced method has put it where it belongs. First the web view in the ad's own view; then what is in the
-/// controller it presents; then a web view among its private objects; then its own view.
-void attachReportButtonToAd(id ad, AdMoment moment, const char* metadataClass,
-    const std::shared_ptr<Object>& supportObject = nullptr);
+/// The same for an ad whose view is not handed over: made before the replaced method is called, it looks for
+/// the view one turn of the main queue after that returned, when the network has put the ad where it belongs;
+/// not at all when that raised. First the web view in the ad's own view; then one among the objects the ad
+/// owns; then what is in the controller it presents; then its own view. Off the main thread an ad that will
+/// show counts as presenting nothing, because what was on top before is not known.
+class ReportButtonForAd {
+public:
+    ReportButtonForAd(id ad, AdMoment moment, const char* metadataClass,
+        const std::shared_ptr<Object>& supportObject = nullptr) noexcept;
+    ~ReportButtonForAd();
+    ReportButtonForAd(const ReportButtonForAd&) = delete;
+    ReportButtonForAd& operator=(const ReportButtonForAd&) = delete;
+
+private:
+    std::weak_ptr<Object> m_ad;
+    Process* m_process { nullptr };
+    AdMoment m_moment;
+    const char* m_metadataClass;
+    std::shared_ptr<Object> m_supportObject;
+    std::shared_ptr<UIViewController> m_before;
+    int m_exceptions;
+};
 
 /// The view to photograph for a full-screen or video ad: a picture of the given view's size with the current
 /// frame of the ad's player, if a video plays; else the container above the view that fills the window; else

@@ -1,5 +1,7 @@
 #include "interception/Network.h"
 
+#include "platform/foundation/Console.h"
+
 #include <unordered_map>
 
 namespace lumora {
@@ -109,8 +111,11 @@ std::vector<const ClassDescription*> describe(const Network& network)
     std::vector<const ClassDescription*> descriptions;
     std::unordered_map<std::string_view, const ClassDescription*> byName;
     for (const MetadataClass& row : network.metadataClasses) {
-        const ClassDescription& base = row.base ? *byName.at(row.base) : NSObject::classDescription();
-        descriptions.push_back(new ClassDescription(describe(row, base)));
+        const auto base = byName.find(row.base ? row.base : "");
+        if (row.base && base == byName.end())
+            NSLog(std::string { "[Lumora] no row " } + row.base + " before " + row.name);
+        descriptions.push_back(new ClassDescription(
+            describe(row, base == byName.end() ? NSObject::classDescription() : *base->second)));
         byName.emplace(row.name, descriptions.back());
         rows().emplace(row.name, &row);
     }

@@ -1,5 +1,7 @@
 #include "interception/Swizzling.h"
 
+#include "support/Guarded.h"
+
 #include <cstdio>
 
 namespace lumora {
@@ -108,8 +110,13 @@ void installHooks(const std::vector<Hook>& hooks)
         if (isOtherwise && installed)
             continue;
         const bool isClassMethod = hook.kind == Kind::ClassMethod || hook.kind == Kind::ClassMethodOtherwise;
-        installed = send(NSClassFromString(hook.className), isClassMethod ? sel::classSwizzle : sel::swizzle,
-            sel_registerName(hook.selector), hook.replacement, hook.store);
+        installed = false;
+        // One that an odd class refuses leaves the others.
+        guarded([&] {
+            installed
+                = send(NSClassFromString(hook.className), isClassMethod ? sel::classSwizzle : sel::swizzle,
+                    sel_registerName(hook.selector), hook.replacement, hook.store);
+        });
     }
 }
 

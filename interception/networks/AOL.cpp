@@ -11,15 +11,14 @@ namespace {
 Slot<void(id, SEL)> bannerFinishLoadIMP;
 void lumora_bannerFinishLoadAd(id self, SEL _cmd)
 {
-    guardedHook(self, [&] { attachReportButtonToAd(self, AdMoment::Loaded, "TDMetaclass_AOL_banner"); });
+    const ReportButtonForAd afterwards(self, AdMoment::Loaded, "TDMetaclass_AOL_banner");
     bannerFinishLoadIMP(self, _cmd);
 }
 
 Slot<void(id, SEL)> interstitialFinishLoadIMP;
 void lumora_interstitialFinishLoadAd(id self, SEL _cmd)
 {
-    guardedHook(
-        self, [&] { attachReportButtonToAd(self, AdMoment::WillShow, "TDMetaclass_AOL_interstitial"); });
+    const ReportButtonForAd afterwards(self, AdMoment::WillShow, "TDMetaclass_AOL_interstitial");
     interstitialFinishLoadIMP(self, _cmd);
 }
 
@@ -27,8 +26,11 @@ void lumora_interstitialFinishLoadAd(id self, SEL _cmd)
 Slot<std::shared_ptr<Object>(id, SEL, id)> nativeLoadIMP;
 std::shared_ptr<Object> lumora_aolNative_loadAdViewFromBundle(id self, SEL _cmd, id bundle)
 {
+    // What the replaced method may let go of.
+    const auto alive = retain(self);
     auto adView = nativeLoadIMP(self, _cmd, bundle);
-    guardedHook(self, [&] { attachReportButton(adView, "TDMetaclass_AOL_native", retain(self)); });
+    if (alive)
+        guardedHook(self, [&] { attachReportButton(adView, "TDMetaclass_AOL_native", alive); });
     return adView;
 }
 

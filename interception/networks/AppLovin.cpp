@@ -18,9 +18,8 @@ void lumora_bannerFinishLoadAd(id self, SEL _cmd, id service, id ad)
 Slot<void(id, SEL, bool)> interstitialFinishLoadIMP;
 void lumora_interstitialFinishLoadAd(id self, SEL _cmd, bool animated)
 {
-    guardedHook(self, [&] {
-        attachReportButton(creativeViewIn(retain(self)), "TDMetaclass_AppLovin_interstitial", retain(self));
-    });
+    guardedHook(
+        self, [&] { attachReportButtonInside(self, "TDMetaclass_AppLovin_interstitial", retain(self)); });
     interstitialFinishLoadIMP(self, _cmd, animated);
 }
 

@@ -20,6 +20,8 @@ struct PendingNative {
     std::weak_ptr<Object> response;
 };
 struct Pending {
+    /// What a host asks for and never shows does not fill the memory.
+    static constexpr size_t most = 100;
     Lock lock;
     std::vector<PendingNative> dicts LUMORA_GUARDED_BY(lock);
 };
@@ -30,66 +32,90 @@ NSDictionary entryOf(const PendingNative& pending)
     return { { "adFetcher", pending.adFetcher }, { "response", Value { pending.response.lock() } } };
 }
 
+/// Works on the list, from which the dead have gone. What leaves it dies after the lock was given back: it
+/// may be the last reference to a fetcher.
+template <typename Work> void withPending(const Work& work)
+{
+    Pending& pending = s_pending.get();
+    std::vector<PendingNative> gone;
+    Locker hold(pending.lock);
+    auto& dicts = pending.dicts;
+    gone = dicts;
+    std::erase_if(dicts, [](const PendingNative& entry) { return entry.response.expired(); });
+    work(dicts);
+}
+
 void addPending(id fetcher, const std::shared_ptr<Object>& response)
 {
     if (!response)
         return;
-    Pending& pending = s_pending.get();
-    // What goes may be the last reference to a fetcher, which must not die under the lock.
-    std::vector<PendingNative> dead;
-    Locker hold(pending.lock);
-    auto& dicts = pending.dicts;
-    const auto alive = std::stable_partition(
-        dicts.begin(), dicts.end(), [](const PendingNative& entry) { return !entry.response.expired(); });
-    dead.assign(alive, dicts.end());
-    dicts.erase(alive, dicts.end());
-    dicts.push_back({ Value { retain(fetcher) }, response });
+    withPending([&](auto& dicts) {
+        dicts.push_back({ Value { retain(fetcher) }, response });
+        if (dicts.size() > Pending::most)
+            dicts.erase(dicts.begin());
+    });
+}
+
+std::vector<PendingNative> pendingNatives()
+{
+    std::vector<PendingNative> snapshot;
+    withPending([&](auto& dicts) { snapshot = dicts; });
+    return snapshot;
 }
 
 /// The entry for a response, which leaves the list: the second time there is none.
 Value getDictionaryByResponseWithDeleting(id, SEL, id response)
 {
-    Pending& pending = s_pending.get();
-    std::vector<std::pair<std::shared_ptr<Object>, PendingNative>> snapshot;
-    {
-        Locker hold(pending.lock);
-        for (const PendingNative& entry : pending.dicts)
-            snapshot.emplace_back(entry.response.lock(), entry);
-    }
     // A response says itself what equals it, so it is asked without the lock.
-    const auto found = std::find_if(snapshot.begin(), snapshot.end(),
-        [&](const auto& entry) { return entry.first && response && entry.first->isEqual(response); });
-    if (found == snapshot.end())
-        return {};
-    Locker hold(pending.lock);
-    const auto erased = std::erase_if(pending.dicts,
-        [&](const PendingNative& entry) { return refersTo(entry.response, found->first.get()); });
-    // None when another thread was faster.
-    return erased ? Value { entryOf(found->second) } : Value {};
+    for (const PendingNative& entry : pendingNatives()) {
+        const auto alive = entry.response.lock();
+        if (!alive || !response || !alive->isEqual(response))
+            continue;
+        size_t erased = 0;
+        withPending([&](auto& dicts) {
+            erased = std::erase_if(
+                dicts, [&](const PendingNative& other) { return refersTo(other.response, alive.get()); });
+        });
+        // None when another thread was faster.
+        return erased ? Value { entryOf(entry) } : Value {};
+    }
+    return {};
 }
 
 Value dicts(id, SEL)
 {
-    Pending& pending = s_pending.get();
     NSArray entries;
-    Locker hold(pending.lock);
-    for (const PendingNative& entry : pending.dicts)
+    for (const PendingNative& entry : pendingNatives())
         entries.emplace_back(entryOf(entry));
     return entries;
+}
+
+/// The fetcher that a response was answered by, also when it is registered again, as in a list that reuses
+/// its rows.
+std::shared_ptr<Object> fetcherOf(id response)
+{
+    static const char fetcherKey = 0;
+    const Value entry = send<Value>(
+        NSClassFromString("TDAppNexusSwizzler"), "getDictionaryByResponseWithDeleting:"_sel, response);
+    if (const NSDictionary* found = entry.dictionary()) {
+        auto fetcher = (*found)["adFetcher"].object();
+        objc_setAssociatedObject(*response, &fetcherKey, Value::weak(fetcher));
+        return fetcher;
+    }
+    return objc_getAssociatedObject(*response, &fetcherKey).object();
 }
 
 Slot<void(id, SEL, id, id)> bannerDisplayIMP;
 void lumora_bannerDisplayAd(id self, SEL _cmd, id fetcher, id response)
 {
-    guardedHook(self, [&] { attachReportButtonToAd(self, AdMoment::Loaded, "TDMetaclass_AppNexus_banner"); });
+    const ReportButtonForAd afterwards(self, AdMoment::Loaded, "TDMetaclass_AppNexus_banner");
     bannerDisplayIMP(self, _cmd, fetcher, response);
 }
 
 Slot<void(id, SEL, id)> interstitialDisplayIMP;
 void lumora_interstitialDisplayAd(id self, SEL _cmd, id controller)
 {
-    guardedHook(
-        self, [&] { attachReportButtonToAd(self, AdMoment::WillShow, "TDMetaclass_AppNexus_interstitial"); });
+    const ReportButtonForAd afterwards(self, AdMoment::WillShow, "TDMetaclass_AppNexus_interstitial");
     interstitialDisplayIMP(self, _cmd, controller);
 }
 
@@ -104,13 +130,8 @@ Slot<bool(id, SEL, id, id, const Value&, void*)> nativeFinishLoadIMP;
 bool lumora_annative_finishLoad(
     id self, SEL _cmd, id trackedView, id controller, const Value& clickableViews, void* error)
 {
-    guardedHook(self, [&] {
-        const Value entry = send<Value>(
-            NSClassFromString("TDAppNexusSwizzler"), "getDictionaryByResponseWithDeleting:"_sel, self);
-        // Without an entry, as when it is shown again, the button comes all the same, without identifiers.
-        attachReportButton(trackedView, "TDMetaclass_AppNexus_native",
-            entry.dictionary() ? (*entry.dictionary())["adFetcher"].object() : nullptr);
-    });
+    guardedHook(
+        self, [&] { attachReportButton(trackedView, "TDMetaclass_AppNexus_native", fetcherOf(self)); });
     return nativeFinishLoadIMP(self, _cmd, trackedView, controller, clickableViews, error);
 }
 

@@ -48,8 +48,7 @@ void lumora_beforeSessionId(id self, SEL _cmd)
 Slot<void(id, SEL)> interstitialVCLoadIMP;
 void lumora_interstitialVCloadAd2(id self, SEL _cmd)
 {
-    guardedHook(
-        self, [&] { attachReportButtonToAd(self, AdMoment::DidShow, "TDMetaclass_Facebook_interstitial"); });
+    const ReportButtonForAd afterwards(self, AdMoment::DidShow, "TDMetaclass_Facebook_interstitial");
     interstitialVCLoadIMP(self, _cmd);
 }
 

@@ -51,11 +51,9 @@ void lumora_bannerShowOctagon(id self, SEL _cmd, id ad)
 Slot<void(id, SEL, id)> interstitialLoadIMP;
 void lumora_interstitialAdLoadFailedWithErrorOctagon(id self, SEL _cmd, id error)
 {
-    guardedHook(self, [&] {
-        attachReportButtonToAd(self, AdMoment::Loaded,
-            isAdMob(self) ? "TDMetaclass_AdMobV42_interstitial" : "TDMetaclass_DFPV42_interstitial",
-            retain(self));
-    });
+    const ReportButtonForAd afterwards(self, AdMoment::Loaded,
+        isAdMob(self) ? "TDMetaclass_AdMobV42_interstitial" : "TDMetaclass_DFPV42_interstitial",
+        retain(self));
     interstitialLoadIMP(self, _cmd, error);
 }
 
@@ -101,7 +99,10 @@ void lumora_transactionRecievedData(id self, SEL _cmd, id session, id dataTask, 
             = send<std::shared_ptr<Object>>(transactions.get(), "objectForKey:"_sel, dataTask);
         if (!holdsNative(getValueFromObject(transaction.get(), "_context._parent.userInfo.ad_types")))
             return;
-        NSDictionary ad { { "_responseHeaders", getValueFromObject(response, "allHeaderFields") } };
+        const Value headers = getValueFromObject(response, "allHeaderFields");
+        if (!headers.isDictionary())
+            return;
+        NSDictionary ad { { "_responseHeaders", headers } };
         LastNativeAnswer& last = s_lastNativeAnswer.get();
         Locker hold(last.lock);
         std::swap(last.ad, ad);

@@ -22,10 +22,8 @@ void lumora_adDidFinishLoad(id self, SEL _cmd, id ad)
 
 void attachToInterstitial(id controller)
 {
-    const auto rendered = findView(viewOfController(controller),
+    attachReportButtonInside(controller, "TDMetaclass_InMobi_interstitial", nullptr,
         [cls = NSClassFromString(renderedViewClass)](UIView& view) { return isKindOfClass(&view, cls); });
-    attachReportButton(
-        rendered ? rendered : creativeViewIn(retain(controller)), "TDMetaclass_InMobi_interstitial");
 }
 
 Slot<void(id, SEL, bool)> videoDidLoadIMP;

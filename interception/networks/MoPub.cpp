@@ -12,24 +12,21 @@ namespace {
 Slot<void(id, SEL, id)> bannerDidLoadIMP;
 void lumora_banner_didLoad(id self, SEL _cmd, id loadedView)
 {
-    guardedHook(
-        self, [&] { attachReportButton(creativeViewIn(retain(loadedView)), "TDMetaclass_MoPub_banner"); });
+    guardedHook(self, [&] { attachReportButtonInside(loadedView, "TDMetaclass_MoPub_banner"); });
     bannerDidLoadIMP(self, _cmd, loadedView);
 }
 
 Slot<void(id, SEL, id)> interstitialDidLoadIMP;
 void lumora_interstitial_didLoad(id self, SEL _cmd, id controller)
 {
-    guardedHook(
-        self, [&] { attachReportButtonToAd(self, AdMoment::WillShow, "TDMetaclass_MoPub_interstitial"); });
+    const ReportButtonForAd afterwards(self, AdMoment::WillShow, "TDMetaclass_MoPub_interstitial");
     interstitialDidLoadIMP(self, _cmd, controller);
 }
 
 Slot<void(id, SEL, id, id, const std::string&)> rewardedDidLoadIMP;
 void lumora_rewarded_didLoad(id self, SEL _cmd, id controller, id reward, const std::string& customData)
 {
-    guardedHook(
-        self, [&] { attachReportButtonToAd(self, AdMoment::WillShow, "TDMetaclass_MoPub_rewarded"); });
+    const ReportButtonForAd afterwards(self, AdMoment::WillShow, "TDMetaclass_MoPub_rewarded");
     rewardedDidLoadIMP(self, _cmd, controller, reward, customData);
 }
 
@@ -37,8 +34,11 @@ void lumora_rewarded_didLoad(id self, SEL _cmd, id controller, id reward, const 
 Slot<std::shared_ptr<Object>(id, SEL, void*)> nativeDidLoadIMP;
 std::shared_ptr<Object> lumora_native_didLoad(id self, SEL _cmd, void* error)
 {
+    // What the replaced method may let go of.
+    const auto alive = retain(self);
     auto adView = nativeDidLoadIMP(self, _cmd, error);
-    guardedHook(self, [&] { attachReportButton(adView, "TDMetaclass_MoPub_native"); });
+    if (alive)
+        guardedHook(self, [&] { attachReportButton(adView, "TDMetaclass_MoPub_native"); });
     return adView;
 }
 

@@ -13,15 +13,14 @@ constexpr const char* adUnit = "_delegate._oxmCreativeModel._adConfiguration._au
 Slot<void(id, SEL)> bannerDidLoadIMP;
 void lumora_bannerDidLoadAd1(id self, SEL _cmd)
 {
-    guardedHook(self, [&] { attachReportButtonToAd(self, AdMoment::Loaded, "TDMetaclass_OpenX_banner"); });
+    const ReportButtonForAd afterwards(self, AdMoment::Loaded, "TDMetaclass_OpenX_banner");
     bannerDidLoadIMP(self, _cmd);
 }
 
 Slot<void(id, SEL)> interstitialDidLoadIMP;
 void lumora_interstitialNewDidLoadAd(id self, SEL _cmd)
 {
-    guardedHook(
-        self, [&] { attachReportButtonToAd(self, AdMoment::WillShow, "TDMetaclass_OpenX_interstitial"); });
+    const ReportButtonForAd afterwards(self, AdMoment::WillShow, "TDMetaclass_OpenX_interstitial");
     interstitialDidLoadIMP(self, _cmd);
 }
 

@@ -23,8 +23,7 @@ void lumora_bannerShowAd(id self, SEL _cmd, id rendered)
 Slot<void(id, SEL, id)> interstitialShowIMP;
 void lumora_interstitialShowAd(id self, SEL _cmd, id controller)
 {
-    guardedHook(
-        self, [&] { attachReportButtonToAd(self, AdMoment::WillShow, "TDMetaclass_Smaato_interstitial"); });
+    const ReportButtonForAd afterwards(self, AdMoment::WillShow, "TDMetaclass_Smaato_interstitial");
     interstitialShowIMP(self, _cmd, controller);
 }
 

@@ -11,11 +11,10 @@ namespace {
 Slot<void(id, SEL)> startPlayIMP;
 void lumora_spotx_startplay(id self, SEL _cmd)
 {
-    guardedHook(self, [&] {
-        const bool isInline = isKindOfClassNamed(self, "SpotXInlineAdPlayer");
-        attachReportButtonToAd(self, AdMoment::WillShow,
-            isInline ? "TDMetaclass_SpotX_native" : "TDMetaclass_SpotX_interstitial", retain(self));
-    });
+    // Inside the host's content nothing is presented.
+    const bool isInline = isKindOfClassNamed(self, "SpotXInlineAdPlayer");
+    const ReportButtonForAd afterwards(self, isInline ? AdMoment::Loaded : AdMoment::WillShow,
+        isInline ? "TDMetaclass_SpotX_native" : "TDMetaclass_SpotX_interstitial", retain(self));
     startPlayIMP(self, _cmd);
 }
 

@@ -11,8 +11,7 @@ namespace {
 Slot<void(id, SEL, id, const std::string&, double)> didFinishIMP;
 void lumora_taboola_didFinish(id self, SEL _cmd, id webView, const std::string& placement, double height)
 {
-    guardedHook(
-        self, [&] { attachReportButton(creativeViewIn(retain(self)), "TDMetaclass_Taboola_native"); });
+    guardedHook(self, [&] { attachReportButtonInside(self, "TDMetaclass_Taboola_native"); });
     didFinishIMP(self, _cmd, webView, placement, height);
 }
 

@@ -14,9 +14,8 @@ Slot<void(id, SEL, id)> setPlacementViewDelegateIMP;
 void lumora_sesionTestPlacement2(id self, SEL _cmd, id delegate)
 {
     guardedHook(self, [&] {
-        const auto marked = findView(
-            viewOfController(self), [](UIView& view) { return !textFromObject(&view, { markup }).empty(); });
-        attachReportButton(marked ? marked : creativeViewIn(retain(self)), "TDMetaclass_Tapjoy_interstitial");
+        attachReportButtonInside(self, "TDMetaclass_Tapjoy_interstitial", nullptr,
+            [](UIView& view) { return !textFromObject(&view, { markup }).empty(); });
     });
     setPlacementViewDelegateIMP(self, _cmd, delegate);
 }

@@ -11,8 +11,7 @@ namespace {
 Slot<void(id, SEL, id, double)> interstitialFinishLoadIMP;
 void lumora_teadsInterstitial_didFinishLoad(id self, SEL _cmd, id ad, double adRatio)
 {
-    guardedHook(
-        self, [&] { attachReportButtonToAd(self, AdMoment::WillShow, "TDMetaclass_Teads_interstitial"); });
+    const ReportButtonForAd afterwards(self, AdMoment::WillShow, "TDMetaclass_Teads_interstitial");
     interstitialFinishLoadIMP(self, _cmd, ad, adRatio);
 }
 
@@ -20,9 +19,9 @@ Slot<void(id, SEL)> bannerFinishLoadIMP;
 void lumora_teadsBanner_didFinishLoad(id self, SEL _cmd)
 {
     guardedHook(self, [&] {
-        // Also called when the view leaves its superview.
+        // Also called when the view leaves its superview. A view's own message: on the main thread.
         if (superviewOf(self))
-            attachReportButton(creativeViewIn(retain(self)), "TDMetaclass_Teads_native");
+            attachReportButtonInside(self, "TDMetaclass_Teads_native");
     });
     bannerFinishLoadIMP(self, _cmd);
 }

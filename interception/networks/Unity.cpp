@@ -63,8 +63,7 @@ void disablePlayer(id, SEL) { tellPlayer("pause"_sel); }
 Slot<void(id, SEL, bool)> didAppearIMP;
 void lumora_sesionTest1(id self, SEL _cmd, bool animated)
 {
-    guardedHook(
-        self, [&] { attachReportButton(creativeViewIn(retain(self)), "TDMetaclass_Unity_interstitial"); });
+    guardedHook(self, [&] { attachReportButtonInside(self, "TDMetaclass_Unity_interstitial"); });
     didAppearIMP(self, _cmd, animated);
 }
 

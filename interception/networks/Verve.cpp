@@ -21,8 +21,9 @@ void lumora_interstitialDidLoad(id self, SEL _cmd, id ad)
     guardedHook(self, [&] {
         if (!isKindOfClassNamed(ad, "VWInterstitialAd"))
             return;
-        const auto adView = retain(as<UIView>(ad));
-        attachReportButton(adView ? adView : viewOfController(self), "TDMetaclass_Verve_interstitial");
+        // The whole view: it knows what it shows.
+        attachReportButtonInside(as<UIView>(ad) ? ad : self, "TDMetaclass_Verve_interstitial", nullptr,
+            [](UIView&) { return true; });
     });
     interstitialDidLoadIMP(self, _cmd, ad);
 }

@@ -8,17 +8,23 @@ namespace lumora {
 
 namespace {
 
+void attachToWhole(id controller)
+{
+    attachReportButtonInside(
+        controller, "TDMetaclass_Vungle_interstitial", nullptr, [](UIView&) { return true; });
+}
+
 Slot<void(id, SEL, bool)> adWillAppearIMP;
 void lumora_sesionTest1(id self, SEL _cmd, bool animated)
 {
-    guardedHook(self, [&] { attachReportButton(viewOfController(self), "TDMetaclass_Vungle_interstitial"); });
+    guardedHook(self, [&] { attachToWhole(self); });
     adWillAppearIMP(self, _cmd, animated);
 }
 
 Slot<void(id, SEL, bool)> richMediaWillAppearIMP;
 void lumora_sesionTest2(id self, SEL _cmd, bool animated)
 {
-    guardedHook(self, [&] { attachReportButton(viewOfController(self), "TDMetaclass_Vungle_interstitial"); });
+    guardedHook(self, [&] { attachToWhole(self); });
     richMediaWillAppearIMP(self, _cmd, animated);
 }
 

@@ -142,6 +142,8 @@ public:
 
     /// Nothing at all: absent, a nil object, or a weak object that has died.
     bool isNothing() const;
+    /// An object that is held weakly, dead or alive.
+    bool isWeak() const { return std::holds_alternative<WeakObject>(m_value); }
     bool isNull() const { return std::holds_alternative<NSNull>(m_value); }
     bool isBoolean() const { return std::holds_alternative<bool>(m_value); }
     bool isInteger() const { return std::holds_alternative<int64_t>(m_value); }

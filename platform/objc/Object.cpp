@@ -79,15 +79,17 @@ Value object_getInstanceVariable(const Object& object, std::string_view name)
     return runTimeVariable(object, name).value_or(Value {});
 }
 
-std::vector<Value> object_copyInstanceVariables(const Object& object)
+std::vector<std::shared_ptr<Object>> object_copyOwnedObjects(const Object& object)
 {
-    std::vector<Value> values;
+    std::vector<std::shared_ptr<Object>> owned;
     if (SideTable* table = existingSideTable(object)) {
         Locker hold(table->lock);
-        for (const auto& [name, value] : table->variables)
-            values.push_back(value);
+        for (const auto& [name, value] : table->variables) {
+            if (auto object = value.isWeak() ? nullptr : value.object())
+                owned.push_back(std::move(object));
+        }
     }
-    return values;
+    return owned;
 }
 
 void objc_setAssociatedObject(Object& object, const void* key, Value value)

@@ -84,8 +84,8 @@ void object_setInstanceVariable(Object& object, std::string_view name, Value val
 /// The variable, or nothing.
 Value object_getInstanceVariable(const Object& object, std::string_view name);
 
-/// The values of all variables added at run time, in the order of their names.
-std::vector<Value> object_copyInstanceVariables(const Object& object);
+/// The objects that the variables added at run time own, in the order of their names.
+std::vector<std::shared_ptr<Object>> object_copyOwnedObjects(const Object& object);
 
 /// Ties a value to an object under the address of a static; `Value {}` removes it. Released with the object.
 void objc_setAssociatedObject(Object& object, const void* key, Value value);

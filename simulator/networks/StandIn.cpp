@@ -210,6 +210,7 @@ void StandInAd::makeReady(const std::shared_ptr<Object>& owner, const std::share
     // Weak: the content may be the owner.
     object_setInstanceVariable(*owner, "standInReady", Value::weak(controller));
     object_setInstanceVariable(*owner, "standInHost", Value::weak(retain(&m_screen)));
+    m_presented = controller;
 }
 
 void StandInAd::expectMessage(id receiver, const char* selector, const std::vector<Value>& arguments)
