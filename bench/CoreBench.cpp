@@ -1,5 +1,5 @@
-// The entry call of a cold process, an answer of the gate from a fresh record, and what every request pays
-// for naming the connection.
+// The entry call of a cold process with the SDKs of all networks, an answer of the gate from a fresh record,
+// and what every request pays for naming the connection.
 
 #include "core/Reachability.h"
 #include "core/TDActivationManager.h"
@@ -10,8 +10,7 @@
 #include "service/LMEventsSaver.h"
 #include "service/TDAPI.h"
 #include "simulator/Phone.h"
-#include "simulator/networks/GoogleStandIn.h"
-#include "simulator/networks/MoPubStandIn.h"
+#include "simulator/networks/StandIns.h"
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
@@ -27,8 +26,8 @@ Phone::Options withNetworks(ConfigurationService& service)
 {
     Phone::Options options;
     options.onBoot = [] {
-        MoPubStandIn::install();
-        GoogleStandIn::install();
+        for (const StandInNetwork* network : allStandIns())
+            network->install();
     };
     options.makeTransport = [&service] {
         return std::make_shared<DirectTransport>(

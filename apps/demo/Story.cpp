@@ -2,6 +2,7 @@
 
 #include "platform/foundation/NSString.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 
@@ -20,6 +21,7 @@ h2{font-size:19px;margin:44px 0 12px;padding-bottom:8px;border-bottom:1px solid 
 .e{display:flex;gap:14px;padding:3px 0}.e time{flex:0 0 64px;color:var(--soft);text-align:right;font-variant-numeric:tabular-nums}
 .ok::before{content:"\2713";color:#1b9e5a;margin-right:8px}.no::before{content:"\2717";color:#d43b3b;margin-right:8px}.no{color:#d43b3b}
 figure{display:inline-block;margin:14px 16px 6px 0;vertical-align:top}figure img{width:230px;border-radius:22px;border:1px solid var(--line);box-shadow:0 6px 24px #0002}
+table{border-collapse:collapse;font-size:13px;margin:12px 0}th,td{text-align:left;padding:4px 10px;border-bottom:1px solid var(--line);overflow-wrap:anywhere}th{color:var(--soft);font-weight:500}
 figcaption{color:var(--soft);font-size:13px;text-align:center;margin-top:6px;max-width:230px}a{color:var(--blue)}
 </style><main><h1>One ad, reported</h1><p>From the entry call to a delivered report, with the service gone and back. Each picture is
 the phone's screen at that moment.</p>)";
@@ -95,6 +97,30 @@ void Story::document(const std::string& fileName, const std::string& content)
     m_entries.push_back({ Kind::Document, m_now() - m_start, fileName });
 }
 
+void Story::table(const std::vector<std::string>& header, const std::vector<std::vector<std::string>>& rows)
+{
+    std::vector<size_t> widths(header.size());
+    std::string html = "<table>";
+    auto add = [&](const std::vector<std::string>& cells, const std::string& tag) {
+        html += "<tr>";
+        for (size_t i = 0; i < cells.size(); i++) {
+            widths[i] = std::max(widths[i], cells[i].size());
+            html += "<" + tag + ">" + htmlEscaped(cells[i]) + "</" + tag + ">";
+        }
+        html += "</tr>\n";
+    };
+    add(header, "th");
+    for (const auto& row : rows)
+        add(row, "td");
+    for (const auto& row : rows) {
+        std::printf("           ");
+        for (size_t i = 0; i < row.size(); i++)
+            std::printf("%-*s  ", static_cast<int>(widths[i]), row[i].c_str());
+        std::printf("\n");
+    }
+    m_entries.push_back({ Kind::Table, m_now() - m_start, html + "</table>\n" });
+}
+
 void Story::writePage() const
 {
     std::ofstream page(m_folder / "index.html");
@@ -110,6 +136,9 @@ void Story::writePage() const
         case Kind::Picture:
             page << "<figure><a href=\"" << text << "\"><img loading=\"lazy\" src=\"" << text
                  << "\" alt=\"\"></a><figcaption>" << htmlEscaped(caption) << "</figcaption></figure>\n";
+            continue;
+        case Kind::Table:
+            page << entry.text;
             continue;
         case Kind::Document:
             page << "<div class=\"e\"><time></time><a href=\"" << text << "\">" << text << "</a></div>\n";

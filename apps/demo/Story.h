@@ -26,12 +26,15 @@ public:
     /// Writes text beside the pictures and links it from the page.
     void document(const std::string& fileName, const std::string& content);
 
+    /// Rows under a header, as many cells each.
+    void table(const std::vector<std::string>& header, const std::vector<std::vector<std::string>>& rows);
+
     size_t failures() const { return m_failures; }
     /// Writes index.html.
     void writePage() const;
 
 private:
-    enum class Kind { Chapter, Line, Met, Failed, Picture, Document };
+    enum class Kind { Chapter, Line, Met, Failed, Picture, Document, Table };
     struct Entry {
         Kind kind;
         double time;

@@ -1,7 +1,8 @@
-// The main job from end to end: two networks' banners are shown, get their report button, are reported, and
-// the reports arrive; then the service goes away, an ad is reported all the same, the phone is killed, and
-// after its restart the report arrives.
+// The main job from end to end: an interstitial and two networks' banners are shown, get their report button,
+// are reported, and the reports arrive; then one ad of every network and format; then the service goes away,
+// an ad is reported all the same, the phone is killed, and after its restart the report arrives.
 
+#include "apps/demo/AllNetworks.h"
 #include "apps/demo/HostApp.h"
 #include "apps/demo/Story.h"
 #include "devservice/LoopbackServer.h"
@@ -10,15 +11,20 @@
 #include "platform/foundation/NSJSONSerialization.h"
 #include "platform/foundation/NSString.h"
 #include "platform/linux/CurlTransport.h"
+#include "report/LMInterstitialTutorialView.h"
 #include "report/LMReportAdView.h"
 #include "report/ReportProtocols.h"
+#include "report/TDSwipableReportViewController.h"
 #include "service/TDAPI.h"
 #include "simulator/Finding.h"
 #include "simulator/Phone.h"
 #include "simulator/networks/GoogleStandIn.h"
 #include "simulator/networks/MoPubStandIn.h"
+#include "simulator/networks/StandIns.h"
+#include "support/UIViewControllerExtensions.h"
 #include "support/UIViewExtensions.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -57,6 +63,8 @@ private:
     bool reportAd(const Ad& ad, const std::shared_ptr<TDReportButtonView>& button);
     void checkReport(const Ad& ad, const Arrival& report);
     void reportAndDeliver(const Ad& ad);
+    void reportInterstitial();
+    void reportOnSheet(UIView& adView, TDReportButtonView& button);
     void reportWhileServiceIsAway(const Ad& ad);
     void restartAndDeliver(const Ad& ad);
     void setServiceAway(bool away);
@@ -85,8 +93,8 @@ Demo::Demo(const Arguments& arguments)
     Phone::Options options;
     options.virtualTime = arguments.virtualTime;
     options.onBoot = [] {
-        MoPubStandIn::install();
-        GoogleStandIn::install();
+        for (const StandInNetwork* network : allStandIns())
+            network->install();
     };
     const std::string address = TDAPI::getURLWithType(TDAPI::EndpointType::Configuration);
     options.makeTransport = [this, address]() -> std::shared_ptr<HTTPTransport> {
@@ -249,6 +257,75 @@ void Demo::reportAndDeliver(const Ad& ad)
         m_phone->waitUntil([&] { return !buttonOn(*ad.banner); }, patience), "and takes itself off the ad");
 }
 
+/// On a phone's first launch: the tutorial explains the button before anything else.
+void Demo::reportInterstitial()
+{
+    m_story->chapter("An interstitial, the first this application shows");
+    const auto& formats = moPubStandIn().formats;
+    const auto format = std::find_if(formats.begin(), formats.end(),
+        [](const StandInFormat& candidate) { return std::string_view { candidate.name } == "interstitial"; });
+    StandInAd ad(*m_phone->window().rootViewController());
+    ad.html = markupOf(LUMORA_DEMO_CREATIVES "/night-train.html");
+    format->show(ad);
+    m_story->tell("a MoPub interstitial is presented");
+    std::shared_ptr<TDReportButtonView> button;
+    const bool appeared = m_phone->waitUntil(
+        [&] {
+            button = buttonOn(*ad.adView);
+            return button && button->buttonState() == TDReportButtonView::State::Icon;
+        },
+        patience);
+    if (!m_story->expect(appeared, "the report button has slid in as an icon"))
+        return;
+    std::shared_ptr<LMInterstitialTutorialView> tutorial;
+    const bool explained = m_phone->waitUntil(
+        [&] { return (tutorial = find<LMInterstitialTutorialView>(*ad.adView)) != nullptr; }, patience);
+    if (!m_story->expect(explained, "on the first launch a tutorial explains it"))
+        return;
+    // Faded in, and a good way into the pulse.
+    m_phone->wait(0.7 + 0.6);
+    m_story->picture(m_phone->screen(), "interstitial-tutorial");
+    m_phone->tap(*find<LMReportAdViewRoundedButton>(*tutorial));
+    m_story->expect(m_phone->waitUntil([&] { return !tutorial->superview(); }, patience),
+        "and leaves when the user goes on");
+    reportOnSheet(*ad.adView, *button);
+}
+
+void Demo::reportOnSheet(UIView& adView, TDReportButtonView& button)
+{
+    const size_t reportsBefore = m_service.reports().size();
+    m_phone->tap(*find<UIImageView>(button));
+    const bool opened = m_phone->waitUntil(
+        [&] { return button.buttonState() == TDReportButtonView::State::Full; }, patience);
+    if (!m_story->expect(opened, "a tap on the icon opens the button"))
+        return;
+    m_story->picture(m_phone->screen(), "interstitial-button");
+    m_phone->tap(button);
+    TDSwipableReportViewController* sheet = nullptr;
+    const bool shown = m_phone->waitUntil(
+        [&] { return (sheet = as<TDSwipableReportViewController>(currentViewController())) != nullptr; },
+        patience);
+    if (!m_story->expect(shown, "a tap on the button opens the report sheet"))
+        return;
+    m_phone->wait(0.5);
+    m_story->picture(m_phone->screen(), "interstitial-sheet");
+    m_phone->tap(*reasonOn(*sheet->view(), "offensive"));
+    m_phone->wait(0.4);
+    m_story->tell("the user chooses \"offensive\"");
+    m_story->picture(m_phone->screen(), "interstitial-reason");
+    const bool arrived
+        = m_phone->waitUntil([&] { return m_service.reports().size() > reportsBefore; }, patience);
+    m_story->expect(arrived, "the report arrives at the service");
+    m_story->expect(
+        m_phone->waitUntil(
+            [&] { return button.buttonState() == TDReportButtonView::State::Reported; }, patience),
+        "the button says \"Ad Reported\"");
+    m_phone->wait(0.4);
+    m_story->picture(m_phone->screen(), "interstitial-reported");
+    m_story->expect(
+        m_phone->waitUntil([&] { return !buttonOn(adView); }, patience), "and takes itself off the ad");
+}
+
 void Demo::reportWhileServiceIsAway(const Ad& ad)
 {
     m_story->chapter("The service goes away");
@@ -284,12 +361,15 @@ int Demo::run()
                                           : "the service answers at " + m_server.baseURL());
     startLibrary();
     m_story->picture(m_phone->screen(), "boot");
+    reportInterstitial();
     const auto& creatives = m_arguments.creatives;
     for (size_t i = 0; i < creatives.size(); i += 2) {
         reportAndDeliver(moPub(creatives[i], "offensive", "dsp-" + std::to_string(7001 + i)));
         reportAndDeliver(
             adMob(creatives[std::min(i + 1, creatives.size() - 1)], "fraud", std::to_string(12345 + i)));
     }
+    m_story->chapter("Every network: shown, reported, delivered");
+    reportEveryNetwork(*m_phone, m_service, *m_story);
     Ad last = moPub(creatives.front(), "repetitive", "dsp-7999");
     reportWhileServiceIsAway(last);
     last.banner.reset();

@@ -1,0 +1,84 @@
+#include "apps/demo/AllNetworks.h"
+
+#include "lumora/LMReportButtonHelper.h"
+#include "platform/foundation/NSJSONSerialization.h"
+#include "simulator/Finding.h"
+#include "simulator/networks/StandIns.h"
+
+namespace lumora {
+
+namespace {
+
+// Seconds: the button comes one after the ad, a report goes at once.
+constexpr double patience = 5;
+
+NSDictionary reportIn(const Arrival& arrival)
+{
+    const auto body = JSONObjectWithData(arrival.body);
+    const bool isOne = body && body->isArray() && body->array()->size() == 1;
+    return isOne && body->array()->front().isDictionary() ? *body->array()->front().dictionary()
+                                                          : NSDictionary {};
+}
+
+/// What the report says under a field's name, wherever in it the field stands.
+Value said(const NSDictionary& report, const std::string& field)
+{
+    const Value& top = report[field];
+    const NSDictionary* further = report["metadata"].dictionary();
+    return top.isNothing() && further ? (*further)[field] : top;
+}
+
+std::string furtherIn(const NSDictionary& report)
+{
+    std::string text;
+    const NSDictionary* further = report["metadata"].dictionary();
+    for (const auto& [name, value] : further ? *further : NSDictionary {}) {
+        if (name != "config" && name != "placementId")
+            text += (text.empty() ? "" : ", ") + name + ": " + value.description();
+    }
+    return text;
+}
+
+} // namespace
+
+void reportEveryNetwork(Phone& phone, const ConfigurationService& service, Story& story)
+{
+    size_t ads = 0;
+    size_t asExpected = 0;
+    std::vector<std::vector<std::string>> rows;
+    UIViewController& screen = *phone.window().rootViewController();
+    for (const StandInNetwork* network : allStandIns()) {
+        for (const StandInFormat& format : network->formats) {
+            // The one before may still be going away.
+            phone.waitUntil([&] { return !screen.presentedViewController(); }, patience);
+            StandInAd ad(screen);
+            format.show(ad);
+            // Some have no place for a button.
+            if (!ad.adView)
+                continue;
+            ads++;
+            std::shared_ptr<TDReportButtonView> button;
+            phone.waitUntil([&] { return (button = buttonOn(*ad.adView)) != nullptr; }, patience);
+            const size_t before = service.reports().size();
+            send(button, sel::sendReportWithInfo, Value { "repetitive" });
+            const bool arrived
+                = button && phone.waitUntil([&] { return service.reports().size() > before; }, patience);
+            const NSDictionary report = arrived ? reportIn(service.reports().back()) : NSDictionary {};
+            bool isComplete = arrived;
+            for (const auto& [field, value] : ad.expected())
+                isComplete &= field == "button" || said(report, field) == value;
+            asExpected += isComplete;
+            rows.push_back({ network->name, format.name, button ? "yes" : "no",
+                said(report, "sdkVersion").stringOrEmpty(), said(report, "adFormat").stringOrEmpty(),
+                said(report, "creativeId").stringOrEmpty(), said(report, "placementId").stringOrEmpty(),
+                furtherIn(report) });
+        }
+    }
+    story.table(
+        { "network", "ad", "button", "version", "reported as", "creative", "placement", "and" }, rows);
+    story.expect(asExpected == ads,
+        std::to_string(asExpected) + " of " + std::to_string(ads)
+            + " ads got their button and a report of all that their SDK knows");
+}
+
+} // namespace lumora
