@@ -2,6 +2,7 @@
 
 #include "interception/CreativeView.h"
 #include "interception/Network.h"
+#include "platform/process/AtomicProperty.h"
 #include "platform/process/ProcessLocal.h"
 #include "support/Guarded.h"
 
@@ -9,19 +10,10 @@ namespace lumora {
 
 namespace {
 
-/// What the interstitial shown last is called.
-struct LastShown {
-    Lock lock;
-    NSDictionary interstitialIDs LUMORA_GUARDED_BY(lock);
-};
-ProcessLocal<LastShown> s_lastShown;
+/// What the interstitial shown last is called: a dictionary, or nothing.
+ProcessLocal<AtomicProperty<Value>> s_interstitialIDs;
 
-Value getInterstitial()
-{
-    LastShown& last = s_lastShown.get();
-    Locker hold(last.lock);
-    return last.interstitialIDs.empty() ? Value {} : Value { last.interstitialIDs };
-}
+Value getInterstitial(id, SEL) { return s_interstitialIDs.get().get(); }
 
 Slot<bool(id, SEL, id)> showIMP;
 bool lumora_adColonyShow(id self, SEL _cmd, id presenter)
@@ -33,9 +25,7 @@ bool lumora_adColonyShow(id self, SEL _cmd, id presenter)
             if (!value.isNothing())
                 ids.set(key, value.isNumber() ? Value { textOf(value, Numbers::AsText) } : value);
         }
-        LastShown& last = s_lastShown.get();
-        Locker hold(last.lock);
-        std::swap(last.interstitialIDs, ids);
+        s_interstitialIDs.get().set(std::move(ids));
     });
     return showIMP(self, _cmd, presenter);
 }
@@ -53,7 +43,7 @@ void lumora_adColonyViewDidAppear1(id self, SEL _cmd, bool presenting)
     setPresentingIMP(self, _cmd, presenting);
 }
 
-std::string creativeId(id) { return textOf(valueForKeyPath(getInterstitial(), "creativeID")); }
+std::string creativeId(id) { return textOf(readKeyPath(getInterstitial(nullptr, nullptr), "creativeID")); }
 
 const Network& network()
 {
@@ -74,7 +64,7 @@ const Network& network()
                 .screenshotView = &screenshotViewOf,
             },
         },
-        .operations = { { "getInterstitial"_sel, +[](id, SEL) { return getInterstitial(); } } },
+        .operations = { { "getInterstitial"_sel, &getInterstitial } },
     };
     return adColony;
 }

@@ -2,6 +2,7 @@
 
 #include "interception/CreativeView.h"
 #include "interception/Network.h"
+#include "platform/process/AtomicProperty.h"
 #include "platform/process/ProcessLocal.h"
 #include "support/Guarded.h"
 
@@ -10,26 +11,10 @@ namespace lumora {
 namespace {
 
 /// The network tells no creative ID; the session stands in for it. Written on the network's own thread.
-struct Session {
-    Lock lock;
-    Value id LUMORA_GUARDED_BY(lock);
-};
-ProcessLocal<Session> s_session;
+ProcessLocal<AtomicProperty<Value>> s_sessionId;
 
-void setSessionId(id, SEL, const Value& sessionId)
-{
-    Session& session = s_session.get();
-    Value stored = sessionId;
-    Locker hold(session.lock);
-    std::swap(session.id, stored);
-}
-
-Value getSessionId(id, SEL)
-{
-    Session& session = s_session.get();
-    Locker hold(session.lock);
-    return session.id;
-}
+void setSessionId(id, SEL, const Value& sessionId) { s_sessionId.get().set(sessionId); }
+Value getSessionId(id, SEL) { return s_sessionId.get().get(); }
 
 std::string creativeId(id) { return textOf(getSessionId(nullptr, nullptr)); }
 

@@ -3,6 +3,7 @@
 #include "interception/CreativeView.h"
 #include "interception/Network.h"
 #include "platform/foundation/NSString.h"
+#include "platform/process/AtomicProperty.h"
 #include "platform/process/ProcessLocal.h"
 #include "support/Guarded.h"
 
@@ -14,18 +15,9 @@ namespace {
 
 /// The headers of the last answer to a request for native ads: which creatives it brought. Written on the
 /// network's own queue.
-struct LastNativeAnswer {
-    Lock lock;
-    NSDictionary ad LUMORA_GUARDED_BY(lock);
-};
-ProcessLocal<LastNativeAnswer> s_lastNativeAnswer;
+ProcessLocal<AtomicProperty<Value>> s_lastNativeAnswer;
 
-Value getAd()
-{
-    LastNativeAnswer& last = s_lastNativeAnswer.get();
-    Locker hold(last.lock);
-    return last.ad.empty() ? Value {} : Value { last.ad };
-}
+Value getAd(id, SEL) { return s_lastNativeAnswer.get().get(); }
 
 // AdMob's own classes carry its prefix; Ad Manager's subclasses do not. A test on the name, kept: a subclass
 // of the host's own counts as Ad Manager.
@@ -102,10 +94,7 @@ void lumora_transactionRecievedData(id self, SEL _cmd, id session, id dataTask, 
         const Value headers = getValueFromObject(response, "allHeaderFields");
         if (!headers.isDictionary())
             return;
-        NSDictionary ad { { "_responseHeaders", headers } };
-        LastNativeAnswer& last = s_lastNativeAnswer.get();
-        Locker hold(last.lock);
-        std::swap(last.ad, ad);
+        s_lastNativeAnswer.get().set(NSDictionary { { "_responseHeaders", headers } });
     });
     transactionReceivedIMP(self, _cmd, session, dataTask, response, completionHandler);
 }
@@ -119,8 +108,7 @@ std::string debugCreativeId(id, id supportObject)
 
 std::string nativeCreativeId(id)
 {
-    const Value ad = getAd();
-    const Value headers = valueForKeyPath(ad, "_responseHeaders");
+    const Value headers = readKeyPath(getAd(nullptr, nullptr), "_responseHeaders");
     if (!headers.dictionary())
         return "";
     for (const char* header : { "x-afma-debug-dialog", "x-afma-auto-protection-configuration" }) {
@@ -206,7 +194,7 @@ const Network& network()
                 .sdkName = "DFP",
             },
         },
-        .operations = { { "getAd"_sel, +[](id, SEL) { return getAd(); } } },
+        .operations = { { "getAd"_sel, &getAd } },
     };
     return google;
 }

@@ -5,6 +5,7 @@
 #include "platform/foundation/NSJSONSerialization.h"
 #include "platform/foundation/NSString.h"
 #include "platform/foundation/NSURL.h"
+#include "platform/process/AtomicProperty.h"
 #include "platform/process/ProcessLocal.h"
 #include "support/Guarded.h"
 
@@ -12,43 +13,15 @@ namespace lumora {
 
 namespace {
 
-/// What the hooks saw last. Requests are answered on the network's own queue. The player belongs to the ad
-/// and dies with it.
-struct Last {
-    Lock lock;
-    Value response LUMORA_GUARDED_BY(lock);
-    Value placement LUMORA_GUARDED_BY(lock);
-    std::weak_ptr<Object> player LUMORA_GUARDED_BY(lock);
-};
-ProcessLocal<Last> s_last;
+// What the hooks saw last. Requests are answered on the network's own queue. The player belongs to the ad and
+// dies with it.
+ProcessLocal<AtomicProperty<Value>> s_response;
+ProcessLocal<AtomicProperty<Value>> s_lastPlacement;
+ProcessLocal<AtomicProperty<std::weak_ptr<Object>>> s_lastPlayingPlayer;
 
-template <auto Field> void store(std::remove_reference_t<decltype(std::declval<Last>().*Field)> value)
-{
-    Last& last = s_last.get();
-    Locker hold(last.lock);
-    std::swap(last.*Field, value);
-}
-
-Value getResponse(id, SEL)
-{
-    Last& last = s_last.get();
-    Locker hold(last.lock);
-    return last.response;
-}
-
-Value getLastPlacement(id, SEL)
-{
-    Last& last = s_last.get();
-    Locker hold(last.lock);
-    return last.placement;
-}
-
-std::shared_ptr<Object> lastPlayingPlayer()
-{
-    Last& last = s_last.get();
-    Locker hold(last.lock);
-    return last.player.lock();
-}
+Value getResponse(id, SEL) { return s_response.get().get(); }
+Value getLastPlacement(id, SEL) { return s_lastPlacement.get().get(); }
+std::shared_ptr<Object> lastPlayingPlayer() { return s_lastPlayingPlayer.get().get().lock(); }
 std::shared_ptr<Object> getLastPlayingPlayer(id, SEL) { return lastPlayingPlayer(); }
 
 void tellPlayer(SEL selector)
@@ -78,7 +51,7 @@ void lumora_sesionTest2(id self, SEL _cmd, const std::string& request, const std
             return;
         auto parsed = JSONObjectWithData(response);
         if (parsed && parsed->isDictionary())
-            store<&Last::response>(std::move(*parsed));
+            s_response.get().set(std::move(*parsed));
     });
     sendSuccessIMP(self, _cmd, request, url, response, responseCode, headers);
 }
@@ -86,14 +59,15 @@ void lumora_sesionTest2(id self, SEL _cmd, const std::string& request, const std
 Slot<void(id, SEL, id, const std::string&)> showIMP;
 void lumora_sesionTest3(id self, SEL _cmd, id controller, const std::string& placementId)
 {
-    guardedHook(self, [&] { store<&Last::placement>(placementId); });
+    guardedHook(self, [&] { s_lastPlacement.get().set(placementId); });
     showIMP(self, _cmd, controller, placementId);
 }
 
 Slot<void(id, SEL, id)> playIMP;
 void lumora_playVideo(id self, SEL _cmd, id callback)
 {
-    guardedHook(self, [&] { store<&Last::player>(getValueFromObject(self, "getVideoPlayer").object()); });
+    guardedHook(
+        self, [&] { s_lastPlayingPlayer.get().set(getValueFromObject(self, "getVideoPlayer").object()); });
     playIMP(self, _cmd, callback);
 }
 
