@@ -105,7 +105,8 @@ void Story::table(const std::vector<std::string>& header, const std::vector<std:
         html += "<tr>";
         for (size_t i = 0; i < cells.size(); i++) {
             widths[i] = std::max(widths[i], cells[i].size());
-            html += "<" + tag + ">" + htmlEscaped(cells[i]) + "</" + tag + ">";
+            html.append("<").append(tag).append(">").append(htmlEscaped(cells[i]));
+            html.append("</").append(tag).append(">");
         }
         html += "</tr>\n";
     };
