@@ -43,12 +43,8 @@ protected:
 
     tests::World world { { .adjust = [](Phone::Options& phone) {
         phone.onBoot = [] {
-            for (const char* name : { "Google", "MoPub", "ironSource" }) {
-                for (const StandInNetwork* network : allStandIns()) {
-                    if (std::string_view { network->name } == name)
-                        network->install();
-                }
-            }
+            for (const auto* network : { &googleStandIn(), &moPubStandIn(), &ironsourceStandIn() })
+                network->install();
             ClassBuilder("IMBanner", classOf<UIView>())
                 .method("bannerViewDidLoadAd:"_sel, &standInMethod<void, id>);
         };
@@ -57,19 +53,15 @@ protected:
     const std::shared_ptr<Object> manager { standInObject("MPInterstitialAdManager") };
 };
 
-TEST_F(CreativeViewTest, AFailedAdDoesNotTakeItsDelegatesView)
+TEST_F(CreativeViewTest, WhatBelongsToTheHostGetsNoButton)
 {
-    const auto delegate = standInObject("Host", { { "webView", webView } });
-    const auto ad = standInObject("GADInterstitial", { { "_delegate", Value::weak(delegate) } });
+    const auto host = standInObject("Host", { { "webView", webView } });
+    const auto ad = standInObject("GADInterstitial", { { "_delegate", Value::weak(host) } });
     send<void>(ad.get(), "adLoadCompletedWithError:"_sel, standInObject("Error").get());
-    EXPECT_FALSE(hasButton());
-}
-
-TEST_F(CreativeViewTest, AnAdThatPresentsNothingDoesNotTakeTheHostsModal)
-{
+    EXPECT_FALSE(hasButton()) << "the delegate's, after a load that failed";
     page().presentViewController(controllerWithWebView(), false);
     presentAd([] {});
-    EXPECT_FALSE(hasButton());
+    EXPECT_FALSE(hasButton()) << "a modal of its own, when the ad presents nothing";
 }
 
 TEST_F(CreativeViewTest, AnAdInAPresentedNavigationControllerIsFound)

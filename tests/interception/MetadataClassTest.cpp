@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 #include <map>
+#include <tuple>
 
 // Metadata classes asked directly, about objects that no stand-in has.
 
@@ -105,6 +106,7 @@ TEST(MetadataClassTest, AnswersWhatItsNetworkTellsAndNothingElse)
     std::map<std::string, std::string> versions { { "Vungle", "" }, { "Teads", "4.2.1" },
         { "AppNexus", "no available version" }, { "AppLovin", "no available version" } };
     const Phone phone { {} };
+    const auto classless = std::make_shared<Object>();
     for (const auto& [operations, names] : rows) {
         for (const std::string& name : names) {
             const size_t format = name.find('_');
@@ -119,6 +121,7 @@ TEST(MetadataClassTest, AnswersWhatItsNetworkTellsAndNothingElse)
                 name == "Unity_interstitial");
             EXPECT_EQ(answeredAbout(cls, nullptr, nullptr), operations) << name;
             EXPECT_EQ(answeredAbout(cls, make<UIView>().get(), make<NSObject>().get()), operations) << name;
+            EXPECT_EQ(answeredAbout(cls, classless.get(), classless.get()), operations) << name;
         }
     }
 }
@@ -131,28 +134,21 @@ std::string raise(id, SEL) { throw std::runtime_error("the SDK's own trouble"); 
 
 TEST(MetadataClassTest, VersionsOfSDKsThatAnswerInTheirOwnWay)
 {
-    struct Row {
-        const char* name;
-        const char* sdkClass;
-        const char* selector;
-        IMP accessor;
-        std::string version { unavailable };
+    const std::tuple<const char*, const char*, SEL, IMP, std::string> rows[] = {
+        { "AdMobV42_banner", "GADRequest", "sdkVersion"_sel, &text, "1.2" },
+        { "AdMobV42_native", "GADNRequest", "sdkVersion"_sel, &text, "1.2" },
+        { "Smaato_banner", "SpotX", "version"_sel, &text, "1.2" },
+        { "InMobi_banner", "IMSdk", "anotherSelector"_sel, &text, unavailable },
+        { "OpenX_banner", "OXMFunctions", "sdkVersion"_sel, &raise, unavailable },
+        { "Verizon_banner", "VASAds", "sdkInfo"_sel, &number, unavailable },
+        { "MoPub_banner", "MoPub", "sharedInstance"_sel, &none, unavailable },
+        { "AOL_banner", "MMSDK", "sharedInstance"_sel, &mute, unavailable },
+        { "AppNexus_banner", "ANUniversalTagRequestBuilder", "new"_sel, &raise, "no available version" },
     };
-    for (const Row& row : {
-             Row { "AdMobV42_banner", "GADRequest", "sdkVersion", &text, "1.2" },
-             Row { "AdMobV42_native", "GADNRequest", "sdkVersion", &text, "1.2" },
-             Row { "Smaato_banner", "SpotX", "version", &text, "1.2" },
-             Row { "InMobi_banner", "IMSdk", "version", &text },
-             Row { "OpenX_banner", "OXMFunctions", "sdkVersion", &raise },
-             Row { "Verizon_banner", "VASAds", "sdkInfo", &number },
-             Row { "MoPub_banner", "MoPub", "sharedInstance", &none },
-             Row { "AOL_banner", "MMSDK", "sharedInstance", &mute },
-             Row { "AppNexus_banner", "ANUniversalTagRequestBuilder", "new", &raise, "no available version" },
-         }) {
+    for (const auto& [name, sdkClass, selector, accessor, version] : rows) {
         const Phone phone { {} };
-        ClassBuilder(row.sdkClass, classOf<NSObject>())
-            .classMethod(sel_registerName(row.selector), row.accessor);
-        EXPECT_EQ(send(metadataClass(row.name), sel::getVersion), row.version) << row.name;
+        ClassBuilder(sdkClass, classOf<NSObject>()).classMethod(selector, accessor);
+        EXPECT_EQ(send(metadataClass(name), sel::getVersion), version) << name;
     }
 }
 
@@ -160,90 +156,76 @@ TEST(MetadataClassTest, ReadsValuesAsTheyStand)
 {
     struct Row {
         const char* name;
-        const char* metadataClass;
         Ask ask;
         NSDictionary values;
-        const char* answer;
-        const char* holder { "Holder" };
+        const char *answer, *holder { "Holder" };
     };
-    const char* const dsp = "_delegate._configuration._dspCreativeId";
-    const char* const own = "_delegate._configuration._creativeId";
-    const char *const far = "_delegate._delegate", *const near = "_delegate._placementID";
-    const char* const markup = "_displayController._mraidView._delegate._delegate._data";
-    const char* const debug = "_delegate._clickProtection._debugDialogString";
+    const char *const dsp = "_delegate._configuration._dspCreativeId",
+                      *const own = "_delegate._configuration._creativeId", *const far = "_delegate._delegate",
+                      *const near = "_delegate._placementID", *const session = "_iasSession._avidAdSessionId",
+                      *const anjam = "_webViewController._adViewANJAMDelegate.__placementId",
+                      *const zone = "_currentAd._adZone._identifier", *const unique = "_placement._uniqueID",
+                      *const markup = "_displayController._mraidView._delegate._delegate._data",
+                      *const debug = "_delegate._clickProtection._debugDialogString",
+                      *const targeting = "_lastRequest._customTargeting";
     auto bytes = [](const char* content) { return NSData::fromText(content); };
     const NSDictionary bid { { "amzn_b", 1 }, { "amzn_h", 1 }, { "amznp", 1 }, { "amznrdr", 1 },
         { "amznslots", 1 }, { "dc", 1 } };
     NSDictionary noBid = bid;
     noBid.remove("dc");
     const Row rows[] = {
-        { "a list wins", "MoPub_banner", &below<creative>, { { dsp, NSArray { 1 } }, { own, "x" } }, "" },
-        { "null wins", "MoPub_banner", &below<creative>, { { dsp, NSNull {} }, { own, "x" } }, "" },
-        { "a number wins", "MoPub_banner", &below<creative>, { { dsp, 4 }, { own, "x" } }, "" },
-        { "null on the way", "Facebook_banner", &below<placement>, { { far, NSNull {} }, { near, "x" } },
-            "x" },
-        { "text on the way", "Facebook_banner", &below<placement>, { { far, "t" }, { near, "x" } }, "x" },
-        { "a list on the way", "Facebook_banner", &below<placement>,
-            { { far, NSArray { NSDictionary { { "_placementID", "y" } } } }, { near, "x" } }, "" },
-        { "no class on the way", "Facebook_banner", &below<placement>,
-            { { far, std::make_shared<Object>() }, { near, "x" } }, "x" },
-        { "number", "InMobi_banner", &placement, { { "_bannerView._ad._placementId", 7 } }, "", "IMBanner" },
-        { "number", "InMobi_interstitial", &below<placement>, { { "_placementId", 7.9 } }, "7", "IMUIView" },
-        { "number", "InMobi_interstitial", &creative, { { "_creativeId", 7 } }, "", "IMUIView" },
-        { "stranger", "InMobi_interstitial", &creative, { { "_creativeId", "x" } }, "" },
-        { "number", "AppNexus_banner", &below<placement>,
-            { { "_webViewController._adViewANJAMDelegate.__placementId", -3 } }, "-3" },
-        { "number", "AppLovin_banner", &creative, { { "_currentAd._adObject.ad_id", 1.5 } }, "1.5" },
-        { "number", "AppLovin_interstitial", &placementOfObject, { { "_currentAd._adZone._identifier", 1 } },
-            "" },
-        { "number", "Vungle_interstitial", &below<creative>, { { "_placement._uniqueID", 1 } }, "" },
-        { "number", "Verve_banner", &infoOfView, { { "_iasSession._avidAdSessionId", 1 } }, "((null))" },
-        { "four between", "Amazon_banner", &below<creative>, { { markup, bytes("CRID    5") } }, "5" },
-        { "five between", "Amazon_banner", &below<creative>, { { markup, bytes("cid:6 crId     5") } }, "6" },
-        { "no UTF-8", "Amazon_banner", &below<creative>, { { markup, bytes("crId:5\xff") } }, "" },
-        { "no data", "Amazon_banner", &below<creative>, { { markup, "crId:5" } }, "" },
-        { "end", "Tapjoy_interstitial", &creative, { { "_htmlString", R"({"Entity_ID":"a-1_b"})" } }, "a-1" },
-        { "space", "Tapjoy_interstitial", &placement, { { "_htmlString", R"("placement_id": "a")" } }, "" },
-        { "order", "AdMobV42_banner", &creativeOfObject, { { debug, "x crid:1 0=987" } }, "987" },
-        { "case", "DFPV42_banner", &creativeOfObject, { { debug, "0=abc CRID:5x" } }, "5" },
-        { "bid", "AdMobV42_banner", &infoOfView, { { "_lastRequest._customTargeting", bid } },
-            "({ DTB(Amazon) = ; })" },
-        { "no bid", "AdMobV42_banner", &infoOfView, { { "_lastRequest._customTargeting", noBid } },
-            "((null))" },
+        // Whatever stands first wins.
+        { "MoPub_banner", &below<creative>, { { dsp, NSArray { 1 } }, { own, "x" } }, "" },
+        { "MoPub_banner", &below<creative>, { { dsp, NSNull {} }, { own, "x" } }, "" },
+        { "MoPub_banner", &below<creative>, { { dsp, 4 }, { own, "x" } }, "" },
+        // What leads nowhere is passed over.
+        { "Facebook_banner", &below<placement>, { { far, NSNull {} }, { near, "x" } }, "x" },
+        { "Facebook_banner", &below<placement>, { { far, "text" }, { near, "x" } }, "x" },
+        { "Facebook_banner", &below<placement>, { { far, std::make_shared<Object>() }, { near, "x" } }, "x" },
+        { "Facebook_banner", &below<placement>, { { far, NSArray { bid } }, { near, "x" } }, "" },
+        { "InMobi_banner", &placement, { { "_bannerView._ad._placementId", 7 } }, "", "IMBanner" },
+        { "InMobi_interstitial", &below<placement>, { { "_placementId", 7.9 } }, "7", "IMUIView" },
+        { "InMobi_interstitial", &creative, { { "_creativeId", 7 } }, "", "IMUIView" },
+        { "InMobi_interstitial", &creative, { { "_creativeId", "x" } }, "" },
+        { "AppNexus_banner", &below<placement>, { { anjam, -3 } }, "-3" },
+        { "AppLovin_banner", &creative, { { "_currentAd._adObject.ad_id", 1.5 } }, "1.5" },
+        { "AppLovin_interstitial", &placementOfObject, { { zone, 1 } }, "" },
+        { "Vungle_interstitial", &below<creative>, { { unique, 1 } }, "" },
+        { "Verve_banner", &infoOfView, { { session, 1 } }, "((null))" },
+        { "Amazon_banner", &below<creative>, { { markup, bytes("CRID    5") } }, "5" },
+        { "Amazon_banner", &below<creative>, { { markup, bytes("cid:6 crId     5") } }, "6" },
+        { "Amazon_banner", &below<creative>, { { markup, bytes("crId:5\xff") } }, "" },
+        { "Amazon_banner", &below<creative>, { { markup, "crId:5" } }, "" },
+        { "Tapjoy_interstitial", &creative, { { "_htmlString", R"({"Entity_ID":"a-1_b"})" } }, "a-1" },
+        { "Tapjoy_interstitial", &placement, { { "_htmlString", R"("placement_id": "a")" } }, "" },
+        { "AdMobV42_banner", &creativeOfObject, { { debug, "x crid:1 0=987" } }, "987" },
+        { "DFPV42_banner", &creativeOfObject, { { debug, "0=abc CRID:5x" } }, "5" },
+        { "AdMobV42_banner", &infoOfView, { { targeting, bid } }, "({ DTB(Amazon) = ; })" },
+        { "AdMobV42_banner", &infoOfView, { { targeting, noBid } }, "((null))" },
     };
     const Phone phone { {} };
-    for (const Row& row : rows) {
-        const auto root = holding(row.values, row.holder);
-        EXPECT_EQ(row.ask(metadataClass(row.metadataClass), *root), row.answer)
-            << row.metadataClass << " " << row.name;
-    }
+    for (const auto& [name, ask, values, answer, holder] : rows)
+        EXPECT_EQ(ask(metadataClass(name), *holding(values, holder)), answer)
+            << name << " of " << Value { values }.description();
 }
 
 TEST(MetadataClassTest, AppNexusNativeAdsFindTheirTag)
 {
-    struct Row {
-        const char* name;
-        const char* answer;
-        Value placement;
-        const char* found;
-    };
-    const Row rows[] = {
-        { "text", R"({"tags":[{"tag_id":"2","ads":[{"creative_id":"a"}]}]})", 2, "a" },
-        { "number", R"({"tags":[{"tag_id":2,"ads":[{"creative_id":5},{"creative_id":6}]}]})", "2", "5" },
-        { "second", R"({"tags":[null,{"tag_id":1},{"tag_id":2,"ads":[{"creative_id":"b"}]}]})", 2, "b" },
-        { "no such tag", R"({"tags":[{"tag_id":1,"ads":[{"creative_id":"a"}]}]})", 2, "" },
-        { "no ads", R"({"tags":[{"tag_id":2,"ads":[]}]})", 2, "" },
-        { "damaged", R"({"tags":[{"tag_id":2,"ads":[{"creative_id":"a"}]})", 2, "" },
-        { "neither has an ID", R"({"tags":[{"ads":[{"creative_id":"a"}]}]})", {}, "" },
+    const std::tuple<const char*, Value, const char*> rows[] = {
+        { R"({"tags":[{"tag_id":"2","ads":[{"creative_id":"a"}]}]})", 2, "a" },
+        { R"({"tags":[{"tag_id":2,"ads":[{"creative_id":5},{"creative_id":6}]}]})", "2", "5" },
+        { R"({"tags":[null,{"tag_id":1},{"tag_id":2,"ads":[{"creative_id":"b"}]}]})", 2, "b" },
+        { R"({"tags":[{"tag_id":1,"ads":[{"creative_id":"a"}]}]})", 2, "own" },
+        { R"({"tags":[{"tag_id":2,"ads":[]}]})", 2, "own" },
+        { R"({"tags":[{"tag_id":2,"ads":[{"creative_id":"a"}]})", 2, "own" },
+        { R"({"tags":[{"ads":[{"creative_id":"a"}]}]})", {}, "own" },
     };
     const Phone phone { {} };
-    const Class native = metadataClass("AppNexus_native");
-    for (const Row& row : rows) {
+    for (const auto& [answer, placementId, creativeId] : rows) {
         for (const std::string fetcher : { "adFetcher.", "" }) {
-            const auto support = holding({ { fetcher + "_data", NSData::fromText(row.answer) },
-                { fetcher + "_delegate.__placementId", row.placement }, { "response._creativeId", "own" } });
-            EXPECT_EQ(creativeOfObject(native, *support), *row.found ? row.found : "own") << row.name;
-            EXPECT_EQ(placementOfObject(native, *support), row.placement.isNothing() ? "" : "2") << row.name;
+            const auto support = holding({ { fetcher + "_data", NSData::fromText(answer) },
+                { fetcher + "_delegate.__placementId", placementId }, { "response._creativeId", "own" } });
+            EXPECT_EQ(creativeOfObject(metadataClass("AppNexus_native"), *support), creativeId) << answer;
         }
     }
 }
