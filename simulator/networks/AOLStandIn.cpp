@@ -36,7 +36,7 @@ void showBanner(StandInAd& ad)
 
 void showInterstitial(StandInAd& ad)
 {
-    const auto content = identifiedContent(ad, ad.screenSize(), "interstitial");
+    const auto content = identifiedContent(ad, ad.fullScreen(), "interstitial");
     const auto interstitial = ad.keep(standInObject("MMInterstitialAd"));
     setBehaviour(
         *interstitial, [&ad, content] { return ad.present("MMInterstitialViewController", content); });

@@ -13,7 +13,7 @@ void showInterstitial(StandInAd& ad)
         { { "sessionID", "session-1" }, { "zoneID", "vz-zone-1" }, { "adID", int64_t { 77 } } }));
     ad.plant("creativeId", interstitial, "creativeID", int64_t { 4711 });
     ad.expectAd("AdColony", version, "interstitial");
-    const auto content = ad.container("ADCView", ad.screenSize());
+    const auto content = ad.container("ADCView", ad.fullScreen());
     std::shared_ptr<UIViewController> controller;
     setBehaviour(*interstitial, [&] {
         controller = ad.present("ADCContainer", content);

@@ -33,7 +33,7 @@ void showBanner(StandInAd& ad)
 
 void showInterstitial(StandInAd& ad)
 {
-    const auto view = ad.container("AMAMraidInterstitialAdView", ad.screenSize());
+    const auto view = ad.container("AMAMraidInterstitialAdView", ad.fullScreen());
     plantData(ad, view, "_browsingController._adView._delegate._delegate._data", "interstitial");
     ad.present("AMAInterstitialViewController", view);
     setDelegate(ad, view);

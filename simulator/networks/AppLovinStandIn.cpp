@@ -8,19 +8,13 @@ constexpr CGSize bannerSize { 320, 50 };
 
 std::string sdkVersion(id, SEL) { return "6.11.4"; }
 
-void didLoadAd(id self, SEL _cmd, id service, id loaded)
-{
-    noteReceived(self, _cmd, { retain(service), retain(loaded) });
-}
-
-void viewDidAppear(id self, SEL _cmd, bool animated) { noteReceived(self, _cmd, { animated }); }
-
 void install()
 {
-    ClassBuilder("ALSdk", classOf<NSObject>()).classMethod("version"_sel, &sdkVersion);
-    ClassBuilder("ALAdView", classOf<UIView>()).method("adService:didLoadAd:"_sel, &didLoadAd);
+    installVersion("ALSdk", "version", &sdkVersion);
+    ClassBuilder("ALAdView", classOf<UIView>())
+        .method("adService:didLoadAd:"_sel, &standInMethod<void, id, id>);
     ClassBuilder("ALBaseVideoViewController", classOf<UIViewController>())
-        .method("viewDidAppear:"_sel, &viewDidAppear);
+        .method("viewDidAppear:"_sel, &standInMethod<void, bool>);
 }
 
 void plantIn(StandInAd& ad, const std::shared_ptr<Object>& owner)

@@ -17,34 +17,17 @@ void bannerDidFinish(id self, SEL _cmd, id fetcher, id response)
     static_cast<UIView*>(self)->addSubview(as<UIView>(content));
 }
 
-void displayAd(id self, SEL _cmd, id host)
-{
-    noteReceived(self, _cmd, { retain(host) });
-    presentReady(self);
-}
-
-void nativeDidFinish(id self, SEL _cmd, id fetcher, id response)
-{
-    noteReceived(self, _cmd, { retain(fetcher), retain(response) });
-}
-
-bool registerView(id self, SEL _cmd, id view, id controller, const Value& clickable, void*)
-{
-    noteReceived(self, _cmd, { retain(view), retain(controller), clickable, Value {} });
-    return true;
-}
-
 void install()
 {
     ClassBuilder("ANUniversalTagRequestBuilder", classOf<NSObject>()).method("version"_sel, &sdkVersion);
     ClassBuilder("ANBannerAdView", classOf<UIView>())
         .method(sel_registerName(requestFinish), &bannerDidFinish);
     ClassBuilder("ANInterstitialAd", classOf<UIView>())
-        .method("displayAdFromViewController:"_sel, &displayAd);
+        .method("displayAdFromViewController:"_sel, &standInMethod<void, id>);
     ClassBuilder("ANNativeAdRequest", classOf<NSObject>())
-        .method(sel_registerName(requestFinish), &nativeDidFinish);
+        .method(sel_registerName(requestFinish), &standInMethod<void, id, id>);
     ClassBuilder("ANNativeAdResponse", classOf<NSObject>())
-        .method(sel_registerName(trackView), &registerView);
+        .method(sel_registerName(trackView), &standInMethod<bool, id, id, const Value&, void*>);
 }
 
 // The view that holds the web view of a banner or an interstitial.

@@ -31,7 +31,7 @@ void showBanner(StandInAd& ad)
 void showInterstitial(StandInAd& ad)
 {
     dispatchEvents(ad);
-    const auto content = ad.container("FBAdContentView", ad.screenSize());
+    const auto content = ad.container("FBAdContentView", ad.fullScreen());
     ad.plant("placementId", ad.adView, "_delegate._delegate._placementID", "fb-placement-2");
     ad.expectAd("Facebook", version, "interstitial");
     const auto controller = ad.keep(standInObject("FBDisplayAdController"));

@@ -75,7 +75,7 @@ template <const char* const& className, const char* const& sdk> void showBanner(
 template <const char* const& className, const char* const& sdk> void showInterstitial(StandInAd& ad)
 {
     const auto interstitial = ad.keep(standInObject(className));
-    const auto rendered = renderedView(ad, ad.screenSize());
+    const auto rendered = renderedView(ad, ad.fullScreen());
     ad.hold(interstitial, "_webView", ad.adView);
     plantIdentifiers(ad, interstitial);
     ad.expectAd(sdk, GoogleStandIn::version, "interstitial");

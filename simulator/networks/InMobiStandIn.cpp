@@ -20,7 +20,7 @@ void showBanner(StandInAd& ad)
 
 void showInterstitial(StandInAd& ad, const char* controllerClass)
 {
-    const auto view = ad.container("IMUIView", ad.screenSize());
+    const auto view = ad.container("IMUIView", ad.fullScreen());
     ad.adView = view;
     ad.plantOneOf("creativeId", view,
         { "_creativeId", "_delegate._creativeId",

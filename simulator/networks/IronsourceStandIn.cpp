@@ -6,17 +6,11 @@ namespace {
 
 std::string sdkVersion(id, SEL) { return "6.17.0"; }
 
-void setSupersonicAdsView(id self, SEL _cmd, id view)
-{
-    noteReceived(self, _cmd, { retain(view) });
-    presentReady(self);
-}
-
 void install()
 {
-    ClassBuilder("IronSource", classOf<NSObject>()).classMethod("sdkVersion"_sel, &sdkVersion);
+    installVersion("IronSource", "sdkVersion", &sdkVersion);
     ClassBuilder("SupersonicAdsPublisher", classOf<NSObject>())
-        .method("setSupersonicAdsView:"_sel, &setSupersonicAdsView);
+        .method("setSupersonicAdsView:"_sel, &standInMethod<void, id>);
 }
 
 void showInterstitial(StandInAd& ad)

@@ -43,7 +43,7 @@ void showBanner(StandInAd& ad)
 
 void showInterstitial(StandInAd& ad)
 {
-    const auto content = identifiedContent(ad, ad.screenSize(), "interstitial");
+    const auto content = identifiedContent(ad, ad.fullScreen(), "interstitial");
     const auto manager = ad.keep(standInObject("MPInterstitialAdManager"));
     setBehaviour(*manager, [&ad, content] { return ad.present("MPInterstitialViewController", content); });
     ad.call<void>(manager.get(), "presentInterstitialFromViewController:", &ad.screen());
@@ -51,7 +51,7 @@ void showInterstitial(StandInAd& ad)
 
 void showRewarded(StandInAd& ad)
 {
-    const auto content = ad.container("MPClosableView", ad.screenSize());
+    const auto content = ad.container("MPClosableView", ad.fullScreen());
     ad.plant("creativeId", ad.adView, "_delegate._delegate._configuration._creativeId", "mp-rewarded-1");
     ad.expectAd("MoPub", MoPubStandIn::version, "interstitial");
     const auto manager = ad.keep(standInObject("MPRewardedVideoAdManager"));

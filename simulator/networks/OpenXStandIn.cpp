@@ -8,19 +8,11 @@ constexpr CGSize bannerSize { 320, 50 };
 
 std::string sdkVersion(id, SEL) { return "4.13.0"; }
 
-void adDidDisplay(id self, SEL _cmd) { noteReceived(self, _cmd); }
-
-void show(id self, SEL _cmd)
-{
-    noteReceived(self, _cmd);
-    presentReady(self);
-}
-
 void install()
 {
-    ClassBuilder("OXMFunctions", classOf<NSObject>()).classMethod("sdkVersion"_sel, &sdkVersion);
-    ClassBuilder("OXMBannerView", classOf<UIView>()).method("adDidDisplay"_sel, &adDidDisplay);
-    ClassBuilder("OXMInterstitialController", classOf<NSObject>()).method("show"_sel, &show);
+    installVersion("OXMFunctions", "sdkVersion", &sdkVersion);
+    ClassBuilder("OXMBannerView", classOf<UIView>()).method("adDidDisplay"_sel, &standInMethod<void>);
+    ClassBuilder("OXMInterstitialController", classOf<NSObject>()).method("show"_sel, &standInMethod<void>);
 }
 
 constexpr const char* creativePath = "_delegate._oxmCreativeModel._adConfiguration._auid";

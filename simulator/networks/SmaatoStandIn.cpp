@@ -15,23 +15,15 @@ void finishedRendering(id self, SEL _cmd, id rendered)
     static_cast<UIView*>(self)->addSubview(retain(as<UIView>(rendered)));
 }
 
-void show(id self, SEL _cmd, id host)
-{
-    noteReceived(self, _cmd, { retain(host) });
-    presentReady(self);
-}
-
-void registerView(id self, SEL _cmd, id view) { noteReceived(self, _cmd, { retain(view) }); }
-
 void install()
 {
     Class adView = ClassBuilder("SOMAAdView", classOf<UIView>())
                        .method("renderedAdViewDidFinishedRendering:"_sel, &finishedRendering)
                        .build();
     ClassBuilder("SOMAMediatedAdView", adView);
-    ClassBuilder("SOMAInterstitialAdView", classOf<UIView>()).method("show:"_sel, &show);
+    ClassBuilder("SOMAInterstitialAdView", classOf<UIView>()).method("show:"_sel, &standInMethod<void, id>);
     ClassBuilder("SOMANativeAd", classOf<NSObject>())
-        .method("registerViewForUserInteraction:"_sel, &registerView);
+        .method("registerViewForUserInteraction:"_sel, &standInMethod<void, id>);
     // What is rendered by an older SDK, and by a newer one.
     ClassBuilder("SOMARenderedAdView", classOf<UIView>()).method("ad"_sel, &ad);
     ClassBuilder("SOMARenderedView", classOf<UIView>()).method("adObject"_sel, &adObject);

@@ -8,18 +8,12 @@ std::string sdkVersion(id, SEL) { return "4.6.1"; }
 
 id playerView(id self, SEL) { return object_getInstanceVariable(*self, "_view").object().get(); }
 
-void start(id self, SEL _cmd)
-{
-    noteReceived(self, _cmd);
-    presentReady(self);
-}
-
 void install()
 {
-    ClassBuilder("SpotX", classOf<NSObject>()).classMethod("version"_sel, &sdkVersion);
+    installVersion("SpotX", "version", &sdkVersion);
     Class player = ClassBuilder("SpotXAdPlayerBase", classOf<NSObject>())
                        .method("view"_sel, &playerView)
-                       .method("start"_sel, &start)
+                       .method("start"_sel, &standInMethod<void>)
                        .build();
     ClassBuilder("SpotXInlineAdPlayer", player);
     ClassBuilder("SpotXInterstitialAdPlayer", player);

@@ -136,14 +136,6 @@ std::vector<std::string> takeReceived()
     return std::exchange(received.messages, {});
 }
 
-void presentReady(id owner)
-{
-    const auto host = as<UIViewController>(object_getInstanceVariable(*owner, "standInHost").object());
-    if (host)
-        host->presentViewController(
-            as<UIViewController>(object_getInstanceVariable(*owner, "standInReady").object()), false);
-}
-
 StandInAd::StandInAd(UIViewController& screen, int place, StandInFault fault)
     : m_screen(screen)
     , m_place(place)
@@ -208,8 +200,11 @@ void StandInAd::makeReady(const std::shared_ptr<Object>& owner, const std::share
     content->setFrame(controller->view()->bounds());
     controller->view()->addSubview(content);
     // Weak: the content may be the owner.
-    object_setInstanceVariable(*owner, "standInReady", Value::weak(controller));
-    object_setInstanceVariable(*owner, "standInHost", Value::weak(retain(&m_screen)));
+    setBehaviour(*owner, [screen = weakly(&m_screen), ready = std::weak_ptr(controller)] {
+        if (const auto host = screen.lock())
+            host->presentViewController(ready.lock(), false);
+        return nullptr;
+    });
     m_presented = controller;
 }
 

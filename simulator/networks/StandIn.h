@@ -36,9 +36,6 @@ void noteReceived(id self, SEL _cmd, std::vector<Value> arguments = {});
 /// What was received in this process so far, and forgets it.
 std::vector<std::string> takeReceived();
 
-/// Presents what StandInAd::makeReady left with this object; nothing when it left nothing.
-void presentReady(id owner);
-
 /// What a message carries, as it is written down; nothing for pointers and blocks.
 template <typename T> Value messageArgument(const T& argument)
 {
@@ -101,7 +98,6 @@ public:
     // For the network's show function
 
     UIViewController& screen() const { return m_screen; }
-    CGSize screenSize() const { return m_screen.view()->bounds().size; }
     /// The place this ad uses, among so many; the last one when it uses all.
     int placeAmong(int count) const { return m_place == everyPlace ? count - 1 : m_place % count; }
     std::string html { "<h1>An ad</h1>" };
@@ -116,8 +112,8 @@ public:
     /// with one yes or no, such as "viewDidAppear:", that the class has its own implementation of.
     std::shared_ptr<UIViewController> present(const std::string& className,
         const std::shared_ptr<UIView>& content, const char* announcement = nullptr);
-    /// Makes a controller with a full-screen content view ready, which the SDK's own implementation presents
-    /// over the host's by `presentReady` when `owner` is told to.
+    /// Makes a controller with a full-screen content view ready, which `owner` presents over the host's when
+    /// it receives a hooked message.
     void makeReady(const std::shared_ptr<Object>& owner, const std::shared_ptr<UIView>& content);
     CGSize fullScreen() const { return m_screen.view()->bounds().size; }
     /// The system will send such a message, one turn of the main queue after the controller came on screen.

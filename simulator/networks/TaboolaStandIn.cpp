@@ -8,16 +8,12 @@ constexpr CGSize feedSize { 320, 250 };
 
 std::string sdkVersion(id, SEL) { return "2.2.11"; }
 
-void didLoadPlacement(id self, SEL _cmd, id webView, const std::string& placement, double height)
-{
-    noteReceived(self, _cmd, { retain(webView), placement, height });
-}
-
 void install()
 {
     ClassBuilder("TaboolaView", classOf<UIView>())
         .classMethod("version"_sel, &sdkVersion)
-        .method("webView:didLoadPlacementNamed:withHeight:"_sel, &didLoadPlacement);
+        .method("webView:didLoadPlacementNamed:withHeight:"_sel,
+            &standInMethod<void, id, const std::string&, double>);
 }
 
 void showNative(StandInAd& ad)

@@ -6,17 +6,11 @@ namespace {
 
 std::string sdkVersion(id, SEL) { return "12.8.0"; }
 
-void setPlacementViewDelegate(id self, SEL _cmd, id delegate)
-{
-    noteReceived(self, _cmd, { retain(delegate) });
-    object_setInstanceVariable(*self, "_placementViewDelegate", Value::weak(retain(delegate)));
-}
-
 void install()
 {
-    ClassBuilder("Tapjoy", classOf<NSObject>()).classMethod("getVersion"_sel, &sdkVersion);
+    installVersion("Tapjoy", "getVersion", &sdkVersion);
     ClassBuilder("TJCViewController", classOf<UIViewController>())
-        .method("setPlacementViewDelegate:"_sel, &setPlacementViewDelegate);
+        .method("setPlacementViewDelegate:"_sel, &standInMethod<void, id>);
 }
 
 void showInterstitial(StandInAd& ad)

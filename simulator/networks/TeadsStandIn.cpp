@@ -9,12 +9,6 @@ constexpr const char* customAdViewClass = "TeadsSDK.TFACustomAdView";
 // The same for every SDK: it cannot be asked.
 constexpr const char* version = "4.2.1";
 
-void didReceiveAd(id self, SEL _cmd, id ad, double adRatio)
-{
-    noteReceived(self, _cmd, { retain(ad), adRatio });
-    presentReady(self);
-}
-
 void didMoveToSuperview(id self, SEL _cmd)
 {
     noteReceived(self, _cmd);
@@ -23,7 +17,8 @@ void didMoveToSuperview(id self, SEL _cmd)
 
 void install()
 {
-    ClassBuilder(interstitialClass, classOf<UIView>()).method("didReceiveAd:adRatio:"_sel, &didReceiveAd);
+    ClassBuilder(interstitialClass, classOf<UIView>())
+        .method("didReceiveAd:adRatio:"_sel, &standInMethod<void, id, double>);
     ClassBuilder(customAdViewClass, classOf<UIView>()).method(sel::didMoveToSuperview, &didMoveToSuperview);
 }
 

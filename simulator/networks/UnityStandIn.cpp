@@ -57,7 +57,7 @@ void showInterstitial(StandInAd& ad)
     ad.call<void>(NSClassFromString("UnityAds"), "show:placementId:", &ad.screen(), std::string { "video" });
     ad.call<void>(NSClassFromString("UADSApiVideoPlayer"),
         "WebViewExposed_play:", static_cast<id>(ad.keep(standInObject("UADSWebViewCallback")).get()));
-    ad.present("UADSViewController", ad.container("UADSAdView", ad.screenSize()), "viewDidAppear:");
+    ad.present("UADSViewController", ad.container("UADSAdView", ad.fullScreen()), "viewDidAppear:");
 }
 
 void install()

@@ -8,14 +8,7 @@ constexpr CGSize bannerSize { 320, 50 };
 
 std::string sdkInfo(id, SEL) { return "1.8.2"; }
 
-void startWatchingView(id self, SEL _cmd, id view) { noteReceived(self, _cmd, { retain(view) }); }
-
-void showFromViewController(id self, SEL _cmd, id host)
-{
-    noteReceived(self, _cmd, { retain(host) });
-    presentReady(self);
-}
-
+// Nothing is presented here.
 void adDidShow(id self, SEL _cmd) { noteReceived(self, _cmd); }
 
 id initWithPlacementId(id self, SEL _cmd, const std::string& placementId, id ad, id vasAds, id delegate)
@@ -27,11 +20,11 @@ id initWithPlacementId(id self, SEL _cmd, const std::string& placementId, id ad,
 
 void install()
 {
-    ClassBuilder("VASAds", classOf<NSObject>()).classMethod("sdkInfo"_sel, &sdkInfo);
+    installVersion("VASAds", "sdkInfo", &sdkInfo);
     ClassBuilder("VASInlineAdView", classOf<UIView>())
-        .method("setupAndStartWatchingView:"_sel, &startWatchingView);
+        .method("setupAndStartWatchingView:"_sel, &standInMethod<void, id>);
     ClassBuilder("VASInterstitialAd", classOf<NSObject>())
-        .method("showFromViewController:"_sel, &showFromViewController)
+        .method("showFromViewController:"_sel, &standInMethod<void, id>)
         .method("adDidShow"_sel, &adDidShow);
     ClassBuilder("VASNativeAd", classOf<NSObject>())
         .method("initWithPlacementId:ad:vasAds:delegate:"_sel, &initWithPlacementId);

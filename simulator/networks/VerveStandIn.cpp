@@ -8,16 +8,14 @@ constexpr CGSize bannerSize { 320, 50 };
 
 std::string sdkVersion(id, SEL) { return "5.0.2"; }
 
-void didFinishLoading(id self, SEL _cmd, id ad) { noteReceived(self, _cmd, { retain(ad) }); }
-
 void install()
 {
-    ClassBuilder("VWAdLibrary", classOf<NSObject>()).classMethod("sdkVersion"_sel, &sdkVersion);
+    installVersion("VWAdLibrary", "sdkVersion", &sdkVersion);
     ClassBuilder("VWAdvertView", classOf<UIView>())
-        .method("adViewDidFinishLoadingAd:"_sel, &didFinishLoading);
+        .method("adViewDidFinishLoadingAd:"_sel, &standInMethod<void, id>);
     ClassBuilder("VWInterstitialAd", classOf<UIView>());
     ClassBuilder("VWFullscreenAdViewController", classOf<UIViewController>())
-        .method("adViewDidFinishLoadingAd:"_sel, &didFinishLoading);
+        .method("adViewDidFinishLoadingAd:"_sel, &standInMethod<void, id>);
 }
 
 void plantIn(StandInAd& ad, const std::shared_ptr<UIView>& view, const char* creativeId)

@@ -4,12 +4,11 @@ namespace lumora {
 
 namespace {
 
-void viewWillAppear(id self, SEL _cmd, bool animated) { noteReceived(self, _cmd, { animated }); }
-
 void install()
 {
     for (const char* name : { "VungleAdViewController", "VungleMRAIDViewController" })
-        ClassBuilder(name, classOf<UIViewController>()).method("viewWillAppear:"_sel, &viewWillAppear);
+        ClassBuilder(name, classOf<UIViewController>())
+            .method("viewWillAppear:"_sel, &standInMethod<void, bool>);
 }
 
 void show(StandInAd& ad, const char* className)

@@ -1,5 +1,3 @@
-#include "interception/TDMetadataClassProtocol.h"
-#include "platform/uikit/UIApplication.h"
 #include "simulator/networks/StandIns.h"
 #include "tests/world/World.h"
 
@@ -158,41 +156,6 @@ TEST_P(NetworksTest, WithoutItsPrivateObjectsTheSDKRunsOn)
 
 INSTANTIATE_TEST_SUITE_P(All, NetworksTest, testing::ValuesIn(allStandIns()),
     [](const auto& info) { return std::string { info.param->name }; });
-
-TEST(MetadataClassTest, VersionsWithoutAnySDK)
-{
-    Phone phone { {} };
-    const char* const unavailable = "version param is not available";
-    const std::pair<const char*, const char*> rows[] = {
-        { "AdMobV42_banner", unavailable },
-        { "AdMobV42_native", unavailable },
-        { "MoPub_banner", unavailable },
-        { "InMobi_banner", unavailable },
-        { "Facebook_banner", unavailable },
-        { "AdColony_interstitial", unavailable },
-        { "Amazon_banner", unavailable },
-        { "Unity_interstitial", unavailable },
-        { "AOL_banner", unavailable },
-        { "Smaato_banner", unavailable },
-        { "Vungle_interstitial", "" },
-        { "Tapjoy_interstitial", unavailable },
-        { "Verizon_banner", unavailable },
-        { "OpenX_banner", unavailable },
-        { "Ironsource_interstitial", unavailable },
-        { "AppNexus_banner", "no available version" },
-        { "Verve_banner", unavailable },
-        { "Teads_native", "4.2.1" },
-        { "Taboola_native", unavailable },
-        { "SpotX_interstitial", unavailable },
-        { "AppLovin_banner", "no available version" },
-        { "AppLovin_interstitial", "no available version" },
-    };
-    for (const auto& [name, version] : rows) {
-        Class metaclass = NSClassFromString(std::string { "TDMetaclass_" } + name);
-        ASSERT_TRUE(metaclass) << name;
-        EXPECT_EQ(send(metaclass, sel::getVersion), version) << name;
-    }
-}
 
 } // namespace
 } // namespace lumora
