@@ -17,7 +17,6 @@
 #include "simulator/Phone.h"
 #include "simulator/networks/GoogleStandIn.h"
 #include "simulator/networks/MoPubStandIn.h"
-#include "support/UIViewExtensions.h"
 
 #include <cstdio>
 #include <cstring>

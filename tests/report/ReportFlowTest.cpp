@@ -477,7 +477,7 @@ TEST_F(ReportFlowTest, AnInterstitialIsReportedThroughTheSheet)
     world.phone.tap(*tests::reasonOn(*sheet->view(), "fraud"));
     world.phone.wait(0.5);
     world.phone.tapAt({ 187, 700 });
-    world.phone.wait(0.75);
+    world.phone.wait(0.74);
     const auto handler = button->buttonHandler();
     EXPECT_EQ(handler->vcState(), TDButtonHandler::FlowState::ScreenShown) << "not before the sheet is gone";
     world.phone.wait(1);
