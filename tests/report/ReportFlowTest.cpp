@@ -10,7 +10,7 @@
 #include "report/ReportProtocols.h"
 #include "report/TDButtonManager.h"
 #include "service/LMEventsSaver.h"
-#include "tests/world/World.h"
+#include "tests/report/FullScreenAd.h"
 
 #include <gtest/gtest.h>
 
@@ -80,15 +80,9 @@ class ReportFlowTest : public testing::Test {
 protected:
     ReportFlowTest() { world.start(); }
 
-    /// Puts a button on a view of the host's own.
     std::shared_ptr<UIView> adView(CGSize size, const NSDictionary& metadata = {})
     {
-        auto view = make<UIView>();
-        view->setFrame({ {}, size });
-        world.phone.content().addSubview(view);
-        LMReportButtonHelper::addReportButtonToView(view.get(), nullptr, metadata);
-        world.phone.wait(1);
-        return view;
+        return tests::adWithButton(world, { {}, size }, metadata);
     }
     static NSDictionary interstitial(const std::shared_ptr<Object>& support)
     {

@@ -1,4 +1,3 @@
-#include "lumora/LMReportButtonHelper.h"
 #include "platform/quartzcore/CAShapeLayer.h"
 #include "report/LMFontsLoader.h"
 #include "report/LMInterstitialTutorialView.h"
@@ -124,16 +123,13 @@ struct Scene {
         } } }
     {
         world.start();
-        ad->setFrame(adFrame);
-        world.phone.content().addSubview(ad);
-        LMReportButtonHelper::addReportButtonToView(ad.get(), nullptr, metadata);
-        world.phone.wait(1);
+        ad = tests::adWithButton(world, adFrame, metadata);
     }
     TDButtonHandler& handler() const { return *tests::buttonOn(*ad)->buttonHandler(); }
     Flaws flawsOf(UIView& view) const { return Inspector(world.phone.window()).flawsOf(view); }
 
     World world;
-    std::shared_ptr<UIView> ad { make<UIView>() };
+    std::shared_ptr<UIView> ad;
 };
 
 constexpr CGSize screens[] { { 320, 568 }, { 375, 812 }, { 430, 932 }, { 844, 390 }, { 667, 375 },
