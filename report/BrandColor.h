@@ -1,7 +1,6 @@
 #pragma once
 
-#include "platform/uikit/UIColor.h"
-#include "support/UIViewExtensions.h"
+#include "support/UIColorExtensions.h"
 
 namespace lumora {
 

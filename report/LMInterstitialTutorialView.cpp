@@ -1,6 +1,7 @@
 #include "report/LMInterstitialTutorialView.h"
 
 #include "report/ReportProtocols.h"
+#include "support/Guarded.h"
 
 namespace lumora {
 
@@ -28,8 +29,9 @@ id LMInterstitialTutorialView::initWithCoder(Object* coder)
 void LMInterstitialTutorialView::continueButtonWasPressed(Object*)
 {
     const auto delegate = m_delegate.lock();
+    // A delegate that raises must not leave the tutorial over the ad.
     if (respondsToSelector(delegate.get(), sel::continueButtonWasPressed))
-        send(delegate, sel::continueButtonWasPressed);
+        guarded([&] { send(delegate, sel::continueButtonWasPressed); });
     UIView::animateWithDuration(
         fadeTime, [&] { setAlpha(0); },
         [tutorial = weakly(this)](bool) { send(tutorial.lock(), sel::removeFromSuperview); });

@@ -14,6 +14,7 @@ public:
     id initWithCoder(Object* coder);
     /// The continue button's action.
     void continueButtonWasPressed(Object* sender);
+    std::shared_ptr<Object> delegate() const { return m_delegate.lock(); }
     void setDelegate(const std::shared_ptr<Object>& delegate) { m_delegate = delegate; }
 
 private:

@@ -17,6 +17,7 @@ public:
     static std::shared_ptr<LMReportAdView> initFromNibForAdSize(CGSize size);
     /// Gives the buttons their reasons and the close control its tap; twice is harmless.
     void setup();
+    std::shared_ptr<Object> delegate() const { return m_delegate.lock(); }
     void setDelegate(const std::shared_ptr<Object>& delegate) { m_delegate = delegate; }
 
     /// Keeps what the overlay holds in the part of the ad that is on the screen, and its buttons no wider

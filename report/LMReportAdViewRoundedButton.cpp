@@ -3,7 +3,6 @@
 #include "platform/dispatch/Executor.h"
 #include "report/BrandColor.h"
 #include "report/ReportProtocols.h"
-#include "support/Guarded.h"
 
 namespace lumora {
 
@@ -21,7 +20,11 @@ const ClassDescription& LMReportAdViewRoundedButton::classDescription()
             .method<&LMReportAdViewRoundedButton::layoutSubviews>(sel::layoutSubviews)
             .method<&LMReportAdViewRoundedButton::prepareForInterfaceBuilder>(sel::prepareForInterfaceBuilder)
             .method<&LMReportAdViewRoundedButton::setNeedsLayout>(sel::setNeedsLayout)
-            .method<&LMReportAdViewRoundedButton::didTouchUpInside>(didTouchUpInsideSelector));
+            .method<&LMReportAdViewRoundedButton::didTouchUpInside>(didTouchUpInsideSelector)
+            .variable<&LMReportAdViewRoundedButton::m_didSelected>("didSelected")
+            .variable<&LMReportAdViewRoundedButton::m_tapGestureRecognizer>("tapGestureRecognizer")
+            .variable<&LMReportAdViewRoundedButton::m_delegate>("delegate")
+            .variable<&LMReportAdViewRoundedButton::m_userDescription>("userDescription"));
     return description;
 }
 static const RegisteredClass registered { &LMReportAdViewRoundedButton::classDescription };
@@ -57,8 +60,8 @@ void LMReportAdViewRoundedButton::setupView()
 void LMReportAdViewRoundedButton::layoutSubviews()
 {
     sendSuper(classOf<LMReportAdViewRoundedButton>(), this, sel::layoutSubviews);
-    // The interface file gives the frame after the initialiser ran, and layout the final one: a capsule at
-    // any height.
+    // The initialiser knows the interface file's frame only, its constraints come later: a capsule at any
+    // height.
     layer().setCornerRadius(frame().size.height / 2);
 }
 
@@ -84,7 +87,9 @@ void LMReportAdViewRoundedButton::didTouchUpInside()
     dispatch_get_main_queue().asyncAfter(
         timeToSeeTheChoice, [weakButton = std::weak_ptr(shared_from_this())] {
             const auto button = as<LMReportAdViewRoundedButton>(weakButton.lock());
-            if (const auto delegate = button ? button->m_delegate.lock() : nullptr)
+            // Asked again: the screen may have another delegate by now.
+            const auto delegate = button ? button->delegate() : nullptr;
+            if (respondsToSelector(delegate.get(), sel::reportButtonDidTouched))
                 send(delegate, sel::reportButtonDidTouched, button, button->m_userDescription);
         });
 }

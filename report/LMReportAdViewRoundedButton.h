@@ -25,6 +25,7 @@ public:
     void setNeedsLayout();
 
     bool didSelected() const { return m_didSelected; }
+    std::shared_ptr<Object> delegate() const { return m_delegate.lock(); }
     void setDelegate(const std::shared_ptr<Object>& delegate) { m_delegate = delegate; }
     /// The reason that is sent.
     const std::string& userDescription() const { return m_userDescription; }

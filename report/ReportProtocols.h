@@ -6,7 +6,8 @@
 namespace lumora {
 
 // The conversations between the report screens, the handler and the host. Each receiver is held weakly and
-// asked whether it conforms before it is told. All on the main thread.
+// asked whether it conforms before it is told; a reason button's and the tutorial's only whether it answers.
+// All on the main thread.
 
 /// The host's: (ad view, the report).
 inline constexpr const char* ReportButtonDelegateProtocol = "ReportButtonDelegate";

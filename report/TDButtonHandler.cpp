@@ -15,6 +15,7 @@
 #include "report/TDSwipableReportViewController.h"
 #include "service/LMEventsManager.h"
 #include "support/Guarded.h"
+#include "support/UIViewControllerExtensions.h"
 #include "support/UIViewExtensions.h"
 
 namespace lumora {

@@ -65,24 +65,32 @@ void TDSwipableReportViewController::prepareView()
     m_safeAreaRootView->layer().setMask(std::move(mask));
 }
 
-void TDSwipableReportViewController::dismissAndTell(std::function<void(const std::shared_ptr<Object>&)> tell)
+void TDSwipableReportViewController::dismissAndTell(
+    SEL selector, std::function<void(const std::shared_ptr<Object>&)> tell)
 {
-    send(this, sel::dismissViewController, true, [delegate = m_delegate, tell = std::move(tell)] {
+    send(this, sel::dismissViewController, true, [delegate = m_delegate, selector, tell = std::move(tell)] {
         const auto listener = delegate.lock();
-        if (conformsToProtocol(listener.get(), LMSwipableReportViewControllerDelegate))
+        if (conformsToProtocol(listener.get(), LMSwipableReportViewControllerDelegate)
+            && respondsToSelector(listener.get(), selector))
             tell(listener);
     });
 }
 
 void TDSwipableReportViewController::closeView()
 {
-    dismissAndTell(
+    const auto isChosen = [](const auto& button) { return button && button->didSelected(); };
+    // Nothing to cancel while a reason lights up: it is on its way, and would die with the sheet.
+    if (!m_reasonArrived
+        && (isChosen(m_offensiveButton) || isChosen(m_repetitiveButton) || isChosen(m_fraudButton)))
+        return;
+    dismissAndTell(sel::swipableReportViewControllerDidCanceled,
         [](const auto& delegate) { send(delegate, sel::swipableReportViewControllerDidCanceled); });
 }
 
 void TDSwipableReportViewController::reportButtonDidTouched(Object*, const std::string& userDescription)
 {
-    dismissAndTell([userDescription](const auto& delegate) {
+    m_reasonArrived = true;
+    dismissAndTell(sel::swipableReportViewControllerDidClosed, [userDescription](const auto& delegate) {
         send(delegate, sel::swipableReportViewControllerDidClosed, userDescription);
     });
 }

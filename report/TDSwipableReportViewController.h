@@ -6,7 +6,8 @@
 namespace lumora {
 
 /// The sheet over the current screen on which a user picks what is wrong with an interstitial. A tap on the
-/// dimmed area around it cancels. Main thread; tells its delegate, held weakly, once it is gone.
+/// dimmed area around it cancels, except while a chosen reason lights up. Main thread; tells its delegate,
+/// held weakly, once it is gone.
 class TDSwipableReportViewController final : public UIViewController {
 public:
     static const ClassDescription& classDescription();
@@ -18,11 +19,12 @@ public:
     void prepareView();
     void closeView();
     void reportButtonDidTouched(Object* button, const std::string& userDescription);
+    std::shared_ptr<Object> delegate() const { return m_delegate.lock(); }
     void setDelegate(const std::shared_ptr<Object>& delegate) { m_delegate = delegate; }
 
 private:
-    /// Dismisses the sheet, then tells a delegate that conforms.
-    void dismissAndTell(std::function<void(const std::shared_ptr<Object>& delegate)> tell);
+    /// Dismisses the sheet, then tells a delegate that conforms and answers.
+    void dismissAndTell(SEL selector, std::function<void(const std::shared_ptr<Object>& delegate)> tell);
 
     std::weak_ptr<Object> m_delegate;
     std::shared_ptr<UIView> m_overlayView;
@@ -31,6 +33,8 @@ private:
     std::shared_ptr<LMReportAdViewRoundedButton> m_repetitiveButton;
     std::shared_ptr<LMReportAdViewRoundedButton> m_fraudButton;
     std::shared_ptr<UIView> m_safeAreaRootView;
+    // A sheet that could not go then, because the host presents on it, can still be tapped away.
+    bool m_reasonArrived { false };
 };
 
 }

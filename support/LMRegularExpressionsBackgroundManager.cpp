@@ -28,7 +28,7 @@ id LMRegularExpressionsBackgroundManager::init()
     return this;
 }
 
-// Kept: the range says nothing, it is always the whole source that is matched.
+// Kept: the range says nothing, so that one that does not fit the source costs no match.
 void LMRegularExpressionsBackgroundManager::matchesInStringInBackgroundWithDetector(
     std::shared_ptr<const NSRegularExpression> detector, std::string source, NSMatchingOptions options,
     NSRange /*range*/, Completion withCompletionHandler)

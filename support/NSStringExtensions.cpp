@@ -117,7 +117,7 @@ std::string withoutFirst(size_t units, std::string_view text)
 std::string withoutScheme(std::string_view link)
 {
     std::string url { link };
-    // Kept: the scheme may stand anywhere for the beginning to go.
+    // Kept: the scheme may stand anywhere for the beginning to go, and one in capitals stays.
     for (const std::string_view scheme : { "http://", "https://" }) {
         if (url.starts_with(scheme))
             url.erase(0, scheme.size());
@@ -148,6 +148,7 @@ std::vector<std::string_view> linksInText(std::string_view text)
 
 std::optional<std::vector<std::string>> getAllURLs(std::string_view text)
 {
+    // No link can lie outside of its text, and no pattern is compiled that could fail: nothing to skip.
     std::vector<std::string> urls;
     for (const std::string_view link : linksInText(text))
         urls.push_back(withoutScheme(link));

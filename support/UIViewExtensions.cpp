@@ -19,6 +19,9 @@ UIImage takeScreenshot(UIView& view)
 
 static UIImage frameOfPlayingVideo(CALayer& layer)
 {
+    // An ended video under an end card is no longer what the ad shows.
+    if (layer.isHidden() || layer.opacity() <= 0)
+        return {};
     const auto* const video = as<AVPlayerLayer>(&layer);
     if (video && video->player() && video->player()->currentItem())
         return imageWithAVPlayerItem(video->player()->currentItem());
@@ -30,12 +33,23 @@ static UIImage frameOfPlayingVideo(CALayer& layer)
     return {};
 }
 
+/// The picture at the screen's scale: a screenshot of it then has its pixels, not several times as many.
+static UIImage sharpOnScreen(const UIImage& image)
+{
+    const double scale = std::max(image.scale(), UIScreen::mainScreen().scale());
+    if (scale == image.scale())
+        return image;
+    const auto count = static_cast<size_t>(image.pixelWidth()) * static_cast<size_t>(image.pixelHeight()) * 4;
+    return { image.pixelWidth(), image.pixelHeight(), { image.pixels(), image.pixels() + count }, scale };
+}
+
 std::shared_ptr<UIView> getVideoScreenshotView(UIView& view)
 {
     UIImage frame = frameOfPlayingVideo(view.layer());
     // A video that has shown nothing yet leaves the view itself, which is more than no picture.
     if (frame.isNull())
         return retain(&view);
+    frame = sharpOnScreen(frame);
     auto imageView = make<UIImageView>();
     imageView->setFrame({ {}, frame.size() });
     imageView->setImage(std::move(frame));
@@ -78,6 +92,7 @@ std::vector<std::shared_ptr<WKWebView>> getWebViews(UIView& view)
 bool isSuperviewHidden(UIView& view)
 {
     const CGRect frame = view.frame();
+    // Kept: ads that wait are parked left of or above the screen; far right or below does not count.
     const bool clippedAway = frame.size == CGSize {} && view.clipsToBounds();
     if (view.isHidden() || clippedAway || frame.origin.x < 0 || frame.origin.y < 0)
         return true;

@@ -1,8 +1,6 @@
 #pragma once
 
 #include "platform/uikit/UIImage.h"
-#include "support/UIColorExtensions.h"
-#include "support/UIViewControllerExtensions.h"
 
 #include <memory>
 #include <string_view>
@@ -21,7 +19,8 @@ class WKWebView;
 /// The view's hierarchy as it will look after pending updates, at the size of its bounds.
 UIImage takeScreenshot(UIView& view);
 /// The view to photograph for a report: for a view that plays a video, anywhere in its tree of layers, a new
-/// image view of the picture the video is at; else the view itself.
+/// image view of the picture the video is at, in the screen's pixels no larger than in its own; else the view
+/// itself.
 std::shared_ptr<UIView> getVideoScreenshotView(UIView& view);
 
 // UIView (LMViewHelper)

@@ -71,7 +71,8 @@ std::vector<NSRegularExpression::Match> NSRegularExpression::search(
     if (anchored)
         limit = std::min<size_t>(limit, 1);
     auto next = [&] { return anchored ? matcher->lookingAt(status) != 0 : matcher->find(status) != 0; };
-    while (matches.size() < limit && next() && std::chrono::steady_clock::now() < end) {
+    bool inTime = true;
+    while (inTime && matches.size() < limit && next()) {
         Match match;
         for (int32_t number = 0; number <= matcher->groupCount(); number++) {
             Group& group = match.groups.emplace_back();
@@ -88,6 +89,7 @@ std::vector<NSRegularExpression::Match> NSRegularExpression::search(
         match.length = match.groups.front().length;
         match.text = match.groups.front().text;
         matches.push_back(std::move(match));
+        inTime = std::chrono::steady_clock::now() < end;
     }
     return matches;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "interception/TDMetadataClassProtocol.h"
+#include "lumora/LMReportButtonHelper.h"
 #include "tests/world/World.h"
 
 namespace lumora::tests {
@@ -22,5 +23,17 @@ public:
 };
 
 inline NSDictionary fullScreenMetadata() { return { { "metaclass", retain(classOf<FullScreenAd>()) } }; }
+
+/// A view of the host's own on the screen, at the moment its button comes.
+inline std::shared_ptr<UIView> adWithButton(
+    World& world, const CGRect& frame, const NSDictionary& metadata = {})
+{
+    auto ad = make<UIView>();
+    ad->setFrame(frame);
+    world.phone.content().addSubview(ad);
+    LMReportButtonHelper::addReportButtonToView(ad.get(), nullptr, metadata);
+    world.phone.wait(1);
+    return ad;
+}
 
 } // namespace lumora::tests

@@ -40,6 +40,7 @@ TEST(LMPulseAnimationViewTest, SwellsAndBlowsByTheClock)
 {
     Pulse pulse;
     pulse.view->startAnimation();
+    pulse.view->endAnimation();
     struct Row {
         double time, small, smallOpacity, big, bigOpacity;
     };
@@ -72,8 +73,7 @@ TEST(LMPulseAnimationViewTest, ItsDiscsLieBehindWhatItTracks)
     EXPECT_EQ(pulse.disc(0).fillColor(), (UIColor { 5 / 255.0, 89 / 255.0, 175 / 255.0, 1 }));
     pulse.tracked.reset();
     pulse.view->startAnimation();
-    pulse.view->endAnimation();
-    EXPECT_EQ(pulse.view->layer().sublayers().size(), 4u) << "a fresh pair over the old one, and it goes on";
+    EXPECT_EQ(pulse.view->layer().sublayers().size(), 4u) << "a fresh pair over the old one";
     EXPECT_EQ(pulse.disc(2).zPosition(), -1) << "what it tracked is gone";
 }
 

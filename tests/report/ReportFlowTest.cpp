@@ -10,7 +10,7 @@
 #include "report/ReportProtocols.h"
 #include "report/TDButtonManager.h"
 #include "service/LMEventsSaver.h"
-#include "tests/world/World.h"
+#include "tests/report/FullScreenAd.h"
 
 #include <gtest/gtest.h>
 
@@ -80,15 +80,9 @@ class ReportFlowTest : public testing::Test {
 protected:
     ReportFlowTest() { world.start(); }
 
-    /// Puts a button on a view of the host's own.
     std::shared_ptr<UIView> adView(CGSize size, const NSDictionary& metadata = {})
     {
-        auto view = make<UIView>();
-        view->setFrame({ {}, size });
-        world.phone.content().addSubview(view);
-        LMReportButtonHelper::addReportButtonToView(view.get(), nullptr, metadata);
-        world.phone.wait(1);
-        return view;
+        return tests::adWithButton(world, { {}, size }, metadata);
     }
     static NSDictionary interstitial(const std::shared_ptr<Object>& support)
     {
@@ -343,7 +337,11 @@ TEST_F(ReportFlowTest, TheLayoutFollowsTheHeight)
     const auto stranger = make<NSObject>();
     const auto overlay = LMReportAdView::initFromNibForAdSize({ 300, 250 });
     overlay->setDelegate(stranger);
+    world.phone.content().addSubview(overlay);
     EXPECT_NO_THROW(overlay->onButtonClose()) << "who does not conform hears nothing";
+    EXPECT_NO_THROW(overlay->reportButtonDidTouched(nullptr, "fraud"));
+    world.phone.wait(1);
+    EXPECT_TRUE(overlay->superview()) << "and the overlay stays";
 }
 
 TEST_F(ReportFlowTest, AReasonLightsUpForOneSecond)
@@ -352,9 +350,12 @@ TEST_F(ReportFlowTest, AReasonLightsUpForOneSecond)
     world.phone.tap(*buttonOn(*banner));
     world.phone.wait(0.5);
     const auto fraud = tests::reasonOn(*banner, "fraud");
-    EXPECT_DOUBLE_EQ(fraud->layer().cornerRadius(), fraud->frame().size.height / 2);
     EXPECT_EQ(fraud->layer().borderColor(), (UIColor { 5 / 255.0, 89 / 255.0, 175 / 255.0, 1 }));
     fraud->didTouchUpInside();
+    const auto other = tests::reasonOn(*banner, "repetitive");
+    other->didTouchUpInside();
+    const auto stranger = make<NSObject>();
+    other->setDelegate(stranger);
     EXPECT_EQ(fraud->backgroundColor(), fraud->layer().borderColor());
     world.phone.wait(0.5);
     world.phone.tap(*fraud);
@@ -364,6 +365,7 @@ TEST_F(ReportFlowTest, AReasonLightsUpForOneSecond)
     EXPECT_EQ(tests::find<LMReportAdView>(*banner)->alpha(), 0) << "told, and fading";
     world.phone.wait(5);
     EXPECT_EQ(world.service.reports().size(), 1u) << "two fast taps send one";
+    EXPECT_EQ(world.phone.console().lines(), std::vector<std::string> {}) << "nor does a stranger";
 }
 
 TEST_F(ReportFlowTest, ATapOnTheButtonNeverReachesTheAd)
@@ -467,9 +469,15 @@ TEST_F(ReportFlowTest, AnInterstitialIsReportedThroughTheSheet)
     ASSERT_TRUE(sheet);
     Metaclass::player = Metaclass::Player::Paused;
     world.phone.tap(*tests::reasonOn(*sheet->view(), "fraud"));
-    world.phone.wait(2);
+    world.phone.wait(0.5);
+    world.phone.tapAt({ 187, 700 });
+    world.phone.wait(0.74);
+    const auto handler = button->buttonHandler();
+    EXPECT_EQ(handler->vcState(), TDButtonHandler::FlowState::ScreenShown) << "not before the sheet is gone";
+    world.phone.wait(1);
     EXPECT_EQ(std::exchange(Metaclass::player, {}), Metaclass::Player::Playing) << "the video goes on";
     EXPECT_FALSE(world.phone.window().rootViewController()->presentedViewController());
+    ASSERT_EQ(world.service.reports().size(), 1u) << "a tap outside takes nothing back";
     const NSDictionary report = world.lastReport();
     EXPECT_EQ(report["creativeId"], Value { "both" });
     EXPECT_EQ(report["adFormat"], Value { "interstitial" });

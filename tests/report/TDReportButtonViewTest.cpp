@@ -26,12 +26,7 @@ protected:
     }
     std::shared_ptr<TDReportButtonView> buttonOn(const CGRect& frame, bool fullScreen)
     {
-        view = make<UIView>();
-        view->setFrame(frame);
-        world.phone.content().addSubview(view);
-        LMReportButtonHelper::addReportButtonToView(
-            view.get(), nullptr, fullScreen ? tests::fullScreenMetadata() : NSDictionary {});
-        world.phone.wait(1);
+        view = tests::adWithButton(world, frame, fullScreen ? tests::fullScreenMetadata() : NSDictionary {});
         return tests::find<TDReportButtonView>(*view);
     }
 
@@ -104,11 +99,8 @@ TEST_F(TDReportButtonViewTest, AnIconOpensForTheConfiguredNumberOfTaps)
     for (const auto& [record, single] : rows) {
         World fresh { { .record = record } };
         fresh.start();
-        const auto ad = make<UIView>();
-        ad->setFrame(CGRectMake(0, 0, 375, 812));
-        fresh.phone.content().addSubview(ad);
-        LMReportButtonHelper::addReportButtonToView(ad.get(), nullptr, tests::fullScreenMetadata());
-        fresh.phone.wait(1.5);
+        const auto ad = tests::adWithButton(fresh, CGRectMake(0, 0, 375, 812), tests::fullScreenMetadata());
+        fresh.phone.wait(0.5);
         const auto button = tests::find<TDReportButtonView>(*ad);
         const auto icon = tests::find<UIImageView>(*button);
         single ? fresh.phone.doubleTap(*icon) : fresh.phone.tap(*icon);
@@ -178,11 +170,8 @@ TEST_F(TDReportButtonViewTest, BeforeVersionElevenThereIsNoSafeArea)
         World fresh { { .adjust
             = [version = version](Phone::Options& options) { options.device.systemVersion = version; } } };
         fresh.start();
-        const auto ad = make<UIView>();
-        ad->setFrame(CGRectMake(0, 0, 320, 50));
-        fresh.phone.content().addSubview(ad);
-        LMReportButtonHelper::addReportButtonToView(ad.get(), nullptr);
-        fresh.phone.wait(1.1);
+        const auto ad = tests::adWithButton(fresh, CGRectMake(0, 0, 320, 50));
+        fresh.phone.wait(0.1);
         EXPECT_DOUBLE_EQ(tests::find<TDReportButtonView>(*ad)->frame().origin.y, safeArea) << version;
     }
 }

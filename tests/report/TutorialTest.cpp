@@ -1,4 +1,3 @@
-#include "lumora/LMReportButtonHelper.h"
 #include "report/LMInterstitialTutorialView.h"
 #include "report/LMPulseAnimationView.h"
 #include "service/LMFirstTimeLaunchDetector.h"
@@ -21,12 +20,8 @@ struct FirstLaunch {
     }
     void show(bool fullScreen)
     {
-        ad = make<UIView>();
-        ad->setFrame(CGRectMake(0, 0, 375, 812));
-        world.phone.content().addSubview(ad);
-        LMReportButtonHelper::addReportButtonToView(
-            ad.get(), nullptr, fullScreen ? tests::fullScreenMetadata() : NSDictionary {});
-        world.phone.wait(1);
+        ad = tests::adWithButton(
+            world, CGRectMake(0, 0, 375, 812), fullScreen ? tests::fullScreenMetadata() : NSDictionary {});
     }
     std::shared_ptr<LMInterstitialTutorialView> tutorial() const
     {

@@ -7,6 +7,7 @@
 #include "platform/uikit/UITabBarController.h"
 #include "platform/webkit/WKWebView.h"
 #include "support/NSDictionaryExtensions.h"
+#include "support/UIViewControllerExtensions.h"
 #include "tests/platform/uikit/Phone.h"
 
 namespace lumora::test {
@@ -29,13 +30,18 @@ TEST(UIViewExtensions, PhotographsTheFrameOfAVideoAnywhereInTheView)
     item->setCurrentFrame({ 2, 2, std::vector<uint8_t>(16, 255), 0.5 });
     auto frame = as<UIImageView>(getVideoScreenshotView(*ad));
     ASSERT_TRUE(frame);
-    EXPECT_EQ(frame->frame(), CGRectMake(0, 0, 4, 4));
-    EXPECT_EQ(frame->image().pixels(), item->currentFrame().pixels());
+    EXPECT_EQ(frame->frame(), (CGRect { {}, frame->image().size() }));
+    EXPECT_EQ(takeScreenshot(*frame).pixelWidth(), 2) << "no larger than the video";
     // In its own proportions: the middle shows it, the edges nothing.
     const UIImage shown = takeScreenshot(*ad);
     auto alphaAt = [&](int x) { return shown.pixels()[4 * (5 * shown.pixelWidth() + x) + 3]; };
     EXPECT_EQ(alphaAt(shown.pixelWidth() / 2), 255);
     EXPECT_EQ(alphaAt(1), 0);
+    inner->setHidden(true);
+    EXPECT_EQ(getVideoScreenshotView(*ad), ad) << "ended, under its end card";
+    inner->setHidden(false);
+    layer->setOpacity(0);
+    EXPECT_EQ(getVideoScreenshotView(*ad), ad) << "transparent";
 }
 
 TEST(UIViewExtensions, VideoObjectsAnswerKeyPaths)
@@ -105,7 +111,7 @@ TEST(UIViewExtensions, SearchesTheTree)
     EXPECT_EQ(getWebView(*later), nullptr);
 
     EXPECT_EQ(findSubViewIn(root.get(), "WKWebView"), deep);
-    EXPECT_EQ(findSubViewIn(root.get(), "UIView"), root);
+    EXPECT_EQ(findSubViewIn(deep.get(), "UIView"), deep) << "a subclass";
     EXPECT_FALSE(findSubViewIn(root.get(), "UIImageView"));
     EXPECT_FALSE(findSubViewIn(root.get(), "NoSuchView"));
     EXPECT_FALSE(findSubViewIn(nullptr, "UIView"));
