@@ -263,7 +263,7 @@ TEST_F(ReportFlowTest, APresentationThatRaisesLeavesTheFlowToo)
     s_presentations = 0;
     const IMP raise { +[](id, SEL, id, bool, const std::function<void()>&) {
         s_presentations++;
-        throw std::runtime_error("not now");
+        throw 1;
     } };
     world.phone.window().setRootViewController(
         alloc<UIViewController>(ClassBuilder("Raiser", classOf<UIViewController>())
