@@ -108,7 +108,8 @@ void TDButtonHandler::presentReportForIntersitialAdType()
     sheet->view()->setBackgroundColor(UIColor::clearColor());
     sheet->setModalPresentationStyle(UIModalPresentationStyle::OverCurrentContext);
     sheet->setModalTransitionStyle(UIModalTransitionStyle::CrossDissolve);
-    send(presenter, sel::presentViewController, sheet, true, nullptr);
+    if (!guarded([&] { send(presenter, sel::presentViewController, sheet, true, nullptr); }))
+        return;
     if (const auto button = m_buttonView.lock())
         button->animateFromFullToHidden();
 }
@@ -134,43 +135,46 @@ void TDButtonHandler::presentReportAdForBannersAndNativeAdType()
     NSLayoutConstraint::activateConstraints(edges);
     overlay->setDelegate(self());
     overlay->setAlpha(0);
-    adView->layoutIfNeeded();
+    guarded([&] { adView->layoutIfNeeded(); });
     UIView::animateWithDuration(
         overlayFadeTime, [&] { overlay->setAlpha(1); }, nullptr);
     if (const auto button = m_buttonView.lock())
         button->animateFromFullToHidden();
 }
 
-void TDButtonHandler::dismissOverlay(Object* overlay, std::function<void()> then)
+static void takeOff(const std::shared_ptr<UIView>& view)
+{
+    guarded([&] { send(view, sel::removeFromSuperview); });
+}
+
+static void fadeOut(Object* overlay, std::function<void(const std::shared_ptr<UIView>&)> then)
 {
     const auto view = retain(as<UIView>(overlay));
     if (!view)
-        return then();
+        return then(nullptr);
     UIView::animateWithDuration(
         overlayFadeTime, [&] { view->setAlpha(0); },
-        [weakOverlay = std::weak_ptr(view), then = std::move(then)](bool) {
-            if (const auto alive = weakOverlay.lock())
-                send(alive, sel::removeFromSuperview);
-            then();
-        });
+        [weakOverlay = std::weak_ptr(view), then = std::move(then)](bool) { then(weakOverlay.lock()); });
 }
 
 // Cancelling the overlay takes the button off this ad for good, cancelling the sheet brings it back: kept,
 // hosts have come to expect the difference.
 void TDButtonHandler::reportAdViewDidCanceled(Object* overlay)
 {
-    dismissOverlay(overlay, [weakHandler = std::weak_ptr(self())] {
+    fadeOut(overlay, [weakHandler = std::weak_ptr(self())](const std::shared_ptr<UIView>& faded) {
         const auto handler = weakHandler.lock();
-        if (!handler)
-            return;
-        handler->m_vcState = FlowState::Idle;
-        send(handler->m_buttonView.lock(), sel::removeFromSuperview);
+        if (handler)
+            handler->m_vcState = FlowState::Idle;
+        takeOff(faded);
+        if (handler)
+            takeOff(handler->m_buttonView.lock());
     });
 }
 
 void TDButtonHandler::reportAdViewDidTouchReportButton(Object* overlay, const std::string& info)
 {
-    dismissOverlay(overlay, [weakHandler = std::weak_ptr(self()), info] {
+    fadeOut(overlay, [weakHandler = std::weak_ptr(self()), info](const std::shared_ptr<UIView>& faded) {
+        takeOff(faded);
         if (const auto handler = weakHandler.lock())
             handler->swipableReportViewControllerDidClosed(info);
     });
@@ -254,9 +258,13 @@ std::string TDButtonHandler::screenshotOfAd() const
             photographed = as<UIView>(send(m_metadataClass, sel::getOtherViewForScreenshotWithView, adView));
         });
     }
-    if (!photographed)
-        photographed = getVideoScreenshotView(*adView);
-    return base64Encoded(UIImagePNGRepresentation(takeScreenshot(*photographed)));
+    std::string picture;
+    guarded([&] {
+        if (!photographed)
+            photographed = getVideoScreenshotView(*adView);
+        picture = base64Encoded(UIImagePNGRepresentation(takeScreenshot(*photographed)));
+    });
+    return picture;
 }
 
 void TDButtonHandler::addMetadataTo(TDEventModel& event) const
@@ -275,8 +283,11 @@ void TDButtonHandler::addMetadataTo(TDEventModel& event) const
             further = send(
                 m_metadataClass, sel::getOtherInfoForView_andForSupportObject, adView, supportObject());
     });
-    if (const NSDictionary* entries = further.dictionary())
-        event.addAdditionalInfo(*entries);
+    if (const NSDictionary* entries = further.dictionary()) {
+        // Describes the network's objects: one that raises is left out alone.
+        for (const NSDictionary::Entry& entry : *entries)
+            guarded([&] { event.addAdditionalInfo({ entry }); });
+    }
 }
 
 void TDButtonHandler::reportThisAd()
@@ -303,12 +314,20 @@ void TDButtonHandler::reportThisAd()
         = AdProcessingManager::sharedInstance().getProcessorReversedBy(m_adView.lock().get());
     if (!processor)
         return sendEvent(event);
-    event->setAdType(processor->getAdTypeInString());
-    processor->getNewHTMLWithPurpose(
-        LMAdViewProcessor::HTMLPurpose::Report, [handler = self(), event](bool, const std::string& html) {
-            event->setHtml(html);
-            handler->sendEvent(event);
-        });
+    guarded([&] { event->setAdType(processor->getAdTypeInString()); });
+    auto sendOnce = [handler = self(), event, sent = std::make_shared<bool>(false)](const std::string* html) {
+        if (std::exchange(*sent, true))
+            return;
+        if (html)
+            event->setHtml(*html);
+        handler->sendEvent(event);
+    };
+    const bool asked = guarded([&] {
+        processor->getNewHTMLWithPurpose(LMAdViewProcessor::HTMLPurpose::Report,
+            [sendOnce](bool, const std::string& html) { sendOnce(&html); });
+    });
+    if (!asked)
+        sendOnce(nullptr);
 }
 
 // The host is told before delivery and whatever comes of it: kept, it may act on the report at once. With the

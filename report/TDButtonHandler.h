@@ -42,7 +42,7 @@ public:
     void saveAndGetInfoFromMetadataDict(const NSDictionary& metadata);
     /// The action of the button's recognizers: expands the icon, or opens the report screen.
     void handleButtonTapAction(Object* recognizer);
-    /// For a close control; nothing calls it.
+    /// Nothing calls it: kept, it is the action of a close control, which the button has only hidden.
     void reportButtonWasClosed();
     void presentReportForIntersitialAdType();
     void presentReportAdForBannersAndNativeAdType();
@@ -77,8 +77,6 @@ private:
     void sendEvent(const std::shared_ptr<TDEventModel>& event);
     void tellDelegate(const NSDictionary& report) const;
     void deliveryEnded(bool delivered) const;
-    /// Fades an overlay out, takes it off and goes on.
-    static void dismissOverlay(Object* overlay, std::function<void()> then);
 
     FlowState m_vcState { FlowState::Idle };
     std::weak_ptr<TDReportButtonView> m_buttonView;

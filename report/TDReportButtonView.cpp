@@ -17,6 +17,7 @@
 #include "report/TDButtonManager.h"
 #include "service/LMFirstTimeLaunchDetector.h"
 #include "service/TDAPI.h"
+#include "support/Guarded.h"
 
 #include <algorithm>
 
@@ -40,6 +41,12 @@ bool hasSafeArea()
 {
     const std::string& version = UIDevice::currentDevice().systemVersion();
     return numberFromText(version.substr(0, version.find('.'))).value_or(11).integerValue() >= 11;
+}
+
+// An ad that raises while it is laid out costs neither the button nor its impression.
+void layOut(UIView& view)
+{
+    guarded([&] { view.layoutIfNeeded(); });
 }
 } // namespace
 
@@ -216,7 +223,7 @@ void TDReportButtonView::addReportButtonToView(const std::shared_ptr<UIView>& ad
             this, Attribute::Height, nullptr, Attribute::NotAnAttribute, 1, this->frame().size.height),
     });
     // The slide starts from the hidden place, and goes sideways only.
-    adView->layoutIfNeeded();
+    layOut(*adView);
     showButton();
 }
 
@@ -236,8 +243,12 @@ CGRect TDReportButtonView::getFrameForButtonInView(UIView& adView)
 
 double TDReportButtonView::getButtonWidthWithDiff() { return frame().size.width + m_widerAdDiff; }
 
-double TDReportButtonView::iconTrailingConstant()
+double TDReportButtonView::trailingConstantAt(Place place)
 {
+    if (place == Place::Hidden)
+        return getButtonWidthWithDiff();
+    if (place == Place::Full)
+        return m_widerAdDiff;
     return bounds().size.width - (m_textLabel ? m_textLabel->frame().origin.x : 0) + m_widerAdDiff;
 }
 
@@ -255,16 +266,16 @@ double TDReportButtonView::timeForAnimation() const
 }
 
 void TDReportButtonView::slideTo(
-    double trailingConstant, std::function<void(TDReportButtonView&, bool finished)> completion)
+    Place place, std::function<void(TDReportButtonView&, bool finished)> completion)
 {
-    onMainThread([button = self(), trailingConstant, completion = std::move(completion)] {
+    onMainThread([button = self(), place, completion = std::move(completion)] {
         if (button->m_trailingConstraint)
-            button->m_trailingConstraint->setConstant(trailingConstant);
+            button->m_trailingConstraint->setConstant(button->trailingConstantAt(place));
         UIView::animateWithDuration(
             button->timeForAnimation(),
             [&] {
                 if (UIView* superview = button->superview())
-                    superview->layoutIfNeeded();
+                    layOut(*superview);
             },
             [weakButton = std::weak_ptr(button), completion](bool finished) {
                 if (const auto alive = weakButton.lock())
@@ -285,7 +296,7 @@ void TDReportButtonView::animateFromHiddenToFull()
 {
     if (m_buttonState != State::Reported)
         m_buttonState = State::HiddenToFull;
-    slideTo(m_widerAdDiff, [](TDReportButtonView& button, bool) {
+    slideTo(Place::Full, [](TDReportButtonView& button, bool) {
         if (button.m_buttonState == State::Reported)
             return button.afterDelay(stayTime, &TDReportButtonView::animateFromFullToHidden);
         button.m_buttonState = State::Full;
@@ -299,7 +310,7 @@ void TDReportButtonView::animateFromHiddenToIcon()
 {
     if (m_buttonState != State::Reported)
         m_buttonState = State::HiddenToIcon;
-    slideTo(iconTrailingConstant(), [](TDReportButtonView& button, bool) {
+    slideTo(Place::Icon, [](TDReportButtonView& button, bool) {
         if (button.m_buttonState != State::Reported)
             button.m_buttonState = State::Icon;
     });
@@ -310,7 +321,8 @@ void TDReportButtonView::animateFromFullToIcon()
     if (m_buttonState != State::Full)
         return;
     m_buttonState = State::FullToIcon;
-    slideTo(iconTrailingConstant(), [](TDReportButtonView& button, bool finished) {
+    // The one slide whose interruption is heeded: kept, what interrupted it sets the state that counts.
+    slideTo(Place::Icon, [](TDReportButtonView& button, bool finished) {
         if (finished && button.m_buttonState != State::Reported)
             button.m_buttonState = State::Icon;
     });
@@ -318,9 +330,9 @@ void TDReportButtonView::animateFromFullToIcon()
 
 void TDReportButtonView::animateFromIconToFull()
 {
-    // The one slide whose start does not spare the reported state.
+    // The one slide whose start does not spare the reported state: kept, taps reach it from an icon only.
     m_buttonState = State::IconToFull;
-    slideTo(m_widerAdDiff, [](TDReportButtonView& button, bool) {
+    slideTo(Place::Full, [](TDReportButtonView& button, bool) {
         if (button.m_buttonState != State::Reported)
             button.m_buttonState = State::Full;
         button.afterDelay(stayTime, &TDReportButtonView::animateFromFullToIcon);
@@ -331,7 +343,7 @@ void TDReportButtonView::animateFromFullToHidden()
 {
     if (m_buttonState != State::Reported)
         m_buttonState = State::FullToHidden;
-    slideTo(getButtonWidthWithDiff(), [](TDReportButtonView& button, bool) {
+    slideTo(Place::Hidden, [](TDReportButtonView& button, bool) {
         if (button.m_buttonState == State::Reported)
             send(&button, sel::removeFromSuperview);
         else
@@ -410,14 +422,15 @@ void TDReportButtonView::showTutorialOn(UIView& adView)
         { Attribute::Top, Attribute::Trailing, Attribute::Bottom, Attribute::Leading })
         NSLayoutConstraint::constraintWithItem(m_tutorialView.get(), edge, &adView, edge, 1, 0)
             ->setActive(true);
-    adView.layoutIfNeeded();
+    layOut(adView);
     m_tutorialView->setAlpha(0);
     UIView::animateWithDuration(
         tutorialFadeTime, [&] { m_tutorialView->setAlpha(1); },
-        [weakButton = std::weak_ptr(self()), weakAd = weakly(&adView)](bool finished) {
+        [weakButton = std::weak_ptr(self()), weakAd = weakly(&adView)](bool) {
             // Dismissed or removed while it came, it needs no pulse that nobody would end.
             const auto button = weakButton.lock();
-            if (const auto ad = weakAd.lock(); finished && button && ad)
+            const auto ad = weakAd.lock();
+            if (button && ad && button->m_tutorialView && button->m_tutorialView->superview() == ad.get())
                 button->setupPulseViewWithSuperView(ad);
         });
 }
@@ -448,12 +461,13 @@ void TDReportButtonView::setupPulseViewWithSuperView(const std::shared_ptr<UIVie
     NSLayoutConstraint::activateConstraints(
         { constraint(Attribute::Width, nullptr), constraint(Attribute::Height, nullptr),
             constraint(Attribute::CenterX, icon), constraint(Attribute::CenterY, this) });
-    adView->layoutIfNeeded();
+    layOut(*adView);
     m_pulseView->startAnimation();
 }
 
 void TDReportButtonView::continueButtonWasPressed()
 {
+    m_tutorialView.reset();
     if (m_openGR)
         m_openGR->setEnabled(true);
     UIView::animateWithDuration(
@@ -488,6 +502,7 @@ CGSize TDReportButtonView::intrinsicContentSize()
         frame().size.height };
 }
 
+// The same shape for every placement: kept, the button always comes from the right edge.
 UIBezierPath TDReportButtonView::getBezierPathFor(int64_t) const
 {
     const double radius = m_buttonBackground->frame().size.height / 2;
@@ -500,10 +515,23 @@ void TDReportButtonView::layoutSubviews()
     sendSuper(classOf<TDReportButtonView>(), this, sel::layoutSubviews);
     if (m_buttonForm != Form::Full || !m_buttonBackground)
         return;
+    CALayer& body = m_buttonBackground->layer();
+    const CGRect bounds = body.bounds();
     auto mask = make<CAShapeLayer>();
-    mask->setFrame(m_buttonBackground->bounds());
+    mask->setFrame(bounds);
     mask->setPath(getBezierPathFor(m_localPlacement));
-    m_buttonBackground->layer().setMask(std::move(mask));
+    body.setMask(std::move(mask));
+    // The mask alone rounds: a pill's border goes on beyond the straight side, which lies on the ad's edge.
+    if (!m_rim) {
+        m_rim = make<CALayer>();
+        m_rim->setCornerRadius(body.cornerRadius());
+        m_rim->setBorderWidth(body.borderWidth());
+        m_rim->setBorderColor(body.borderColor());
+        body.setCornerRadius(0);
+        body.setBorderWidth(0);
+        body.addSublayer(m_rim);
+    }
+    m_rim->setFrame(CGRectMake(0, 0, bounds.size.width + bounds.size.height, bounds.size.height));
     layer().setZPosition(aboveAdContent);
 }
 

@@ -101,9 +101,11 @@ private:
     void attach(const std::shared_ptr<UIView>& adView, const NSDictionary& metadata);
     void recordImpression() const;
     void showTutorialOn(UIView& adView);
-    void slideTo(double trailingConstant, std::function<void(TDReportButtonView&, bool finished)> completion);
+    enum class Place { Hidden, Icon, Full };
+    /// Where the trailing edge is then, from the ad's, in points.
+    double trailingConstantAt(Place place);
+    void slideTo(Place place, std::function<void(TDReportButtonView&, bool finished)> completion);
     void afterDelay(double seconds, void (TDReportButtonView::*action)());
-    double iconTrailingConstant();
     static double widerAdDiffFor(UIView& adView);
     std::shared_ptr<TDReportButtonView> self();
 
@@ -112,6 +114,7 @@ private:
     double m_widerAdDiff { 0 };
     std::shared_ptr<UIImageView> m_iconView;
     std::shared_ptr<UILabel> m_textLabel;
+    // In the interface file, and hidden: kept, nothing closes a button yet.
     std::shared_ptr<UIView> m_closeView;
     State m_buttonState { State::Hidden };
     Form m_buttonForm { Form::Short };
@@ -120,6 +123,8 @@ private:
     std::shared_ptr<NSLayoutConstraint> m_trailingConstraint;
     std::shared_ptr<NSLayoutConstraint> m_xWidthConstraint;
     std::shared_ptr<UIView> m_buttonBackground;
+    // The body's border in the full form.
+    std::shared_ptr<CALayer> m_rim;
     std::shared_ptr<UITapGestureRecognizer> m_singleTapGesture;
     std::shared_ptr<UITapGestureRecognizer> m_doubleTapGesture;
     // Assigned by nothing: kept, the tutorial's switching of the first has no effect.

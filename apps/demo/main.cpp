@@ -20,6 +20,7 @@
 #include "simulator/Phone.h"
 #include "simulator/networks/GoogleStandIn.h"
 #include "simulator/networks/MoPubStandIn.h"
+#include "simulator/networks/StandIns.h"
 #include "support/UIViewControllerExtensions.h"
 
 #include <algorithm>

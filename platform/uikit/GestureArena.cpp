@@ -302,9 +302,8 @@ bool GestureArena::requiresFailure(UIGestureRecognizer& one, UIGestureRecognizer
 {
     if (one.explicitlyRequires(other))
         return true;
-    // One delegate that answers for both of a view's recognizers would make each wait for the other.
-    const bool siblings = one.view() == other.view() && one.delegate() && one.delegate() == other.delegate();
-    if (siblings || other.explicitlyRequires(one))
+    // Asked for both, one delegate would make each wait for the other.
+    if (other.explicitlyRequires(one))
         return false;
     return ask(sel::gestureRecognizerShouldRequireFailureOf, one, other)
         || ask(sel::gestureRecognizerShouldBeRequiredToFailBy, other, one);

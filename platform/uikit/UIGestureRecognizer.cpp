@@ -122,8 +122,10 @@ void UIGestureRecognizer::sendActions()
                 send<void>(object.get(), target.action, static_cast<id>(sender()));
             else
                 send<void>(object.get(), target.action);
-        } catch (const NSException& exception) {
+        } catch (const std::exception& exception) {
             Process::current().log(std::string { "UIGestureRecognizer: " } + exception.what());
+        } catch (...) {
+            Process::current().log("UIGestureRecognizer: an action has thrown");
         }
     }
 }

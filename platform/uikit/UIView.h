@@ -107,7 +107,7 @@ public:
 
     /// Runs the changes at once and lets what is shown follow them, slowly at both ends. The completion runs
     /// on the main queue after exactly that many seconds; sooner, and with false, when all of it was taken
-    /// over or taken away.
+    /// over or taken away. Changes that throw do not cost the completion.
     static void animateWithDuration(double seconds, const std::function<void()>& animations,
         std::function<void(bool finished)> completion = nullptr);
 

@@ -29,8 +29,10 @@ public:
         animation->setDuration(m_duration);
         animation->setTimingFunction(CAMediaTimingFunction::EaseInEaseOut);
         animation->setInterruptionHandler([block = shared_from_this()] { block->wasInterrupted(); });
-        layer.addAnimation(std::move(animation), keyPath);
         ++m_running;
+        m_replacing = true;
+        layer.addAnimation(std::move(animation), keyPath);
+        m_replacing = false;
     }
 
     void complete()
@@ -42,8 +44,12 @@ public:
 private:
     void wasInterrupted()
     {
+        --m_running;
+        // A second change of one property in one block only goes further.
+        if (m_replacing)
+            return;
         m_finished = false;
-        if (--m_running == 0)
+        if (m_running == 0)
             Process::current().mainQueue().async([block = shared_from_this()] { block->complete(); });
     }
 
@@ -51,6 +57,7 @@ private:
     std::function<void(bool)> m_completion;
     bool m_finished { true };
     int m_running { 0 };
+    bool m_replacing { false };
 };
 
 /// The blocks being run, the innermost last.
@@ -73,11 +80,17 @@ void UIView::animateWithDuration(
         }
         ~Running() { runningBlocks.get().blocks.pop_back(); }
     };
-    if (animations) {
+    auto complete
+        = [&] { Process::current().mainQueue().asyncAfter(duration, [block] { block->complete(); }); };
+    try {
         Running running(block);
-        animations();
+        if (animations)
+            animations();
+    } catch (...) {
+        complete();
+        throw;
     }
-    Process::current().mainQueue().asyncAfter(duration, [block] { block->complete(); });
+    complete();
 }
 
 void UIView::animateChange(const char* keyPath, const CAAnimationValue& from, const CAAnimationValue& to)

@@ -3,6 +3,7 @@
 #include "lumora/LMReportButtonHelper.h"
 #include "lumora/ReportButtonDelegate.h"
 #include "platform/dispatch/VirtualExecutor.h"
+#include "platform/foundation/NSString.h"
 #include "platform/uikit/UIApplication.h"
 #include "platform/webkit/WKWebView.h"
 #include "processing/ProcessorsManager.h"
@@ -10,6 +11,7 @@
 #include "report/ReportProtocols.h"
 #include "report/TDButtonManager.h"
 #include "service/LMEventsSaver.h"
+#include "support/UIViewExtensions.h"
 #include "tests/report/FullScreenAd.h"
 
 #include <gtest/gtest.h>
@@ -64,12 +66,19 @@ public:
     static std::string creative(id adView, id support) { return adView && support ? "both" : "missing"; }
     static std::string plain(id) { return "plain"; }
     static std::string placement(id adView, id support) { return adView && support ? "place" : "missing"; }
-    static Value info(id) { return NSDictionary { { "extra", "yes" } }; }
+    static Value info(id)
+    {
+        class Indescribable final : public NSObject {
+            std::string description() const override { throw std::runtime_error("no words"); }
+        };
+        return NSDictionary { { "raises", make<Indescribable>() }, { "extra", "yes" } };
+    }
     static Value supportInfo(id, id) { return "not asked"; }
     static std::shared_ptr<Object> photographed(id)
     {
-        throw NSException(NSUndefinedKeyException, "a renamed property");
+        return picture ? picture : throw NSException(NSUndefinedKeyException, "a renamed property");
     }
+    static inline std::shared_ptr<Object> picture;
     static bool havePlayer() { return player != Player::None; }
     static void playPlayer() { player = Player::Playing; }
     enum class Player { None, Paused, Playing };
@@ -211,6 +220,8 @@ TEST_F(ReportFlowTest, TheHostHearsOnceItAsksTheConfiguredButton)
     world.phone.wait(1);
     const auto handler = buttonOn(*view)->buttonHandler();
     handler->sendReportWithInfo("my own words");
+    handler->handleButtonTapAction(make<UITapGestureRecognizer>().get());
+    EXPECT_FALSE(tests::find<LMReportAdView>(*view)) << "while a report is on its way a tap opens nothing";
     world.phone.wait(1);
     EXPECT_TRUE(listener->reports.empty()) << "the helper's delegate is dropped";
 
@@ -238,6 +249,47 @@ TEST_F(ReportFlowTest, WithoutAControllerTheFlowStaysWhereItIs)
     world.phone.window().setRootViewController(make<UIViewController>());
     handler->handleButtonTapAction(make<UITapGestureRecognizer>().get());
     EXPECT_FALSE(tests::find<LMReportAdView>(*banner)) << "and further taps do nothing";
+}
+
+TEST_F(ReportFlowTest, APresentationThatRaisesLeavesTheFlowToo)
+{
+    static int s_presentations;
+    s_presentations = 0;
+    const IMP raise { +[](id, SEL, id, bool, const std::function<void()>&) {
+        s_presentations++;
+        throw 1;
+    } };
+    world.phone.window().setRootViewController(
+        alloc<UIViewController>(ClassBuilder("Raiser", classOf<UIViewController>())
+                                    .method(sel::presentViewController, raise)
+                                    .build()));
+    const auto view = adView({ 375, 812 }, tests::fullScreenMetadata());
+    const auto button = buttonOn(*view);
+    button->animateFromIconToFull();
+    world.phone.wait(0.5);
+    for (int taps = 0; taps < 2; taps++, world.phone.wait(0.5))
+        world.phone.tap(*button);
+    EXPECT_EQ(button->buttonState(), State::Full);
+    EXPECT_EQ(s_presentations, 1) << "further taps do nothing";
+}
+
+TEST(TDButtonHandlerTest, TellsALivingAdsHostWithoutRecordOrDelivery)
+{
+    World world;
+    const auto listener = make<Listener>();
+    const auto handler = make<TDButtonHandler>();
+    auto ad = make<UIView>();
+    handler->setAdView(ad);
+    handler->setDelegate(listener);
+    handler->saveAndGetInfoFromMetadataDict(tests::fullScreenMetadata());
+    handler->sendReportWithInfo("early");
+    ASSERT_EQ(listener->reports.size(), 1u);
+    EXPECT_EQ(listener->reports.front()["creativeId"], Value { "" });
+    EXPECT_EQ(listener->reports.front()["metadata"],
+        (Value { NSDictionary { { "config", NSDictionary {} }, { "placementId", "" } } }));
+    ad.reset();
+    handler->sendReportWithInfo("late");
+    EXPECT_EQ(listener->reports.size(), 1u);
 }
 
 TEST_F(ReportFlowTest, AnAdThatDiesMeanwhileTakesEverythingAlong)
@@ -294,12 +346,15 @@ TEST_F(ReportFlowTest, AProcessorGivesMarkupAndType)
             return description;
         }
         void updateEventInfo(const std::shared_ptr<TDEventModel>&, const EventCompletion&) override { }
-        std::string getAdTypeInString() override { return "video"; }
+        std::string getAdTypeInString() override { return raises ? throw 1 : "video"; }
         void getNewHTMLWithPurpose(HTMLPurpose purpose, const HTMLCompletion& completion) override
         {
             answer = [=] { completion(true, purpose == HTMLPurpose::Report ? "<b>ad</b>" : ""); };
+            if (raises)
+                throw std::runtime_error("no page");
         }
         std::function<void()> answer;
+        bool raises { true };
     };
     auto view = adView({ 320, 50 });
     const auto inner = make<UIView>();
@@ -307,6 +362,12 @@ TEST_F(ReportFlowTest, AProcessorGivesMarkupAndType)
     const auto processor = make<Processor>();
     processor->setAdObject(inner);
     ProcessorsManager::sharedInstance().addProcessor(processor);
+    buttonOn(*view)->buttonHandler()->sendReportWithInfo("y");
+    std::exchange(processor->answer, nullptr)();
+    world.phone.wait(1);
+    EXPECT_EQ(world.service.reports().size(), 1u) << "a raising processor costs its two fields, once";
+    EXPECT_EQ(world.lastReport()["html"], Value { "" });
+    processor->raises = false;
     buttonOn(*view)->buttonHandler()->sendReportWithInfo("x");
     view->removeFromSuperview();
     view.reset();
@@ -370,61 +431,34 @@ TEST_F(ReportFlowTest, AReasonLightsUpForOneSecond)
 
 TEST_F(ReportFlowTest, ATapOnTheButtonNeverReachesTheAd)
 {
-    class Counter final : public NSObject {
-    public:
-        static const ClassDescription& classDescription()
-        {
-            static const ClassDescription description
-                = ClassDescription::of<Counter, NSObject>("TestTapCounter")
-                      .method<&Counter::tapped>("tapped"_sel);
-            return description;
-        }
-        void tapped() { taps++; }
-        int taps { 0 };
-    };
-    const auto counter = make<Counter>();
-    struct Row {
-        const char* name;
-        std::function<void(WKWebView&)> prepare;
-    };
-    const Row rows[] = {
-        { "a recognizer of the ad",
-            [&](WKWebView& ad) {
-                const auto tap = make<UITapGestureRecognizer>();
-                tap->addTarget(counter, "tapped"_sel);
-                ad.addGestureRecognizer(tap);
-            } },
-        { "a control under the button",
-            [&](WKWebView& ad) {
-                const auto control = make<UIButton>();
-                control->setFrame(ad.bounds());
-                control->addTarget(counter, "tapped"_sel);
-                ad.insertSubview(control, 0);
-            } },
-        { "a link",
-            [](WKWebView& ad) {
-                ad.loadHTMLString("<a href='https://shop.example/'><h1>MMMMMMMMMMMMMMMMMMM</h1></a>", "");
-            } },
-    };
-    for (const Row& row : rows) {
+    static int s_taps;
+    const auto counter = class_createInstance(ClassBuilder("TapCounter", classOf<NSObject>())
+                                                  .method("tapped"_sel, IMP { +[](id, SEL) { s_taps++; } })
+                                                  .build());
+    for (const bool recognizer : { true, false }) {
+        const char* row = recognizer ? "a recognizer of the ad" : "a link";
         const auto ad = make<WKWebView>();
         ad->setFrame(CGRectMake(0, 0, 320, 250));
         world.phone.content().addSubview(ad);
-        auto hears = [&](const std::function<void()>& tap) {
-            row.prepare(*ad);
+        const auto tap = make<UITapGestureRecognizer>();
+        tap->addTarget(counter, "tapped"_sel);
+        tap->setEnabled(recognizer);
+        ad->addGestureRecognizer(tap);
+        auto hears = [&](const std::function<void()>& touch) {
+            ad->loadHTMLString("<a href='https://shop.example/'><h1>MMMMMMMMMMMMMMMMMMM</h1></a>", "");
             world.phone.wait(0.1);
-            counter->taps = 0;
-            tap();
+            s_taps = 0;
+            touch();
             bool heard = false;
             for (int i = 0; i < 100; i++, world.phone.wait(0.01))
                 heard = heard || ad->isLoading();
-            return heard || counter->taps > 0;
+            return heard || s_taps > 0;
         };
-        EXPECT_TRUE(hears([&] { world.phone.tapAt({ 300, 61 }); })) << row.name;
+        EXPECT_TRUE(hears([&] { world.phone.tapAt({ 300, 61 }); })) << row;
         LMReportButtonHelper::addReportButtonToView(ad.get(), nullptr);
         world.phone.wait(1.1);
-        EXPECT_FALSE(hears([&] { world.phone.tap(*buttonOn(*ad)); })) << row.name;
-        EXPECT_TRUE(tests::find<LMReportAdView>(*ad)) << row.name;
+        EXPECT_FALSE(hears([&] { world.phone.tap(*buttonOn(*ad)); })) << row;
+        EXPECT_TRUE(tests::find<LMReportAdView>(*ad)) << row;
     }
 }
 
@@ -433,22 +467,25 @@ TEST_F(ReportFlowTest, CancellingTheSheetBringsTheButtonBack)
     const auto support = make<NSObject>();
     const auto view = adView({ 375, 812 }, interstitial(support));
     const auto button = buttonOn(*view);
-    world.phone.wait(0.5);
-    button->animateFromIconToFull();
-    world.phone.wait(0.5);
-    world.phone.tap(*button);
-    world.phone.wait(1);
-    UIViewController* sheet = world.phone.window().rootViewController()->presentedViewController();
-    ASSERT_TRUE(sheet);
-    EXPECT_EQ(sheet->modalPresentationStyle(), UIModalPresentationStyle::OverCurrentContext);
-    EXPECT_EQ(button->buttonState(), State::Hidden);
-    button->buttonHandler()->swipableReportViewControllerDidClosed({});
-    world.phone.wait(1);
-    EXPECT_EQ(button->buttonState(), State::Hidden) << "closed with nothing, it stays away";
+    auto open = [&]() -> UIViewController* {
+        world.phone.wait(0.5);
+        button->animateFromIconToFull();
+        world.phone.wait(0.5);
+        world.phone.tap(*button);
+        world.phone.wait(1);
+        EXPECT_EQ(button->buttonState(), State::Hidden);
+        return world.phone.window().rootViewController()->presentedViewController();
+    };
+    ASSERT_TRUE(open());
     world.phone.tapAt({ 187, 700 });
     world.phone.wait(0.35 + 0.3 + 0.26);
     EXPECT_EQ(button->buttonState(), State::Icon);
-    EXPECT_EQ(button->buttonHandler()->vcState(), TDButtonHandler::FlowState::Idle);
+    const UIViewController* sheet = open();
+    ASSERT_TRUE(sheet) << "a cancelled flow starts again";
+    EXPECT_EQ(sheet->modalPresentationStyle(), UIModalPresentationStyle::OverCurrentContext);
+    button->buttonHandler()->swipableReportViewControllerDidClosed({});
+    world.phone.wait(1);
+    EXPECT_EQ(button->buttonState(), State::Hidden) << "closed with nothing, it stays away";
     EXPECT_EQ(world.service.reports().size(), 0u);
 }
 
@@ -484,6 +521,16 @@ TEST_F(ReportFlowTest, AnInterstitialIsReportedThroughTheSheet)
     EXPECT_NE(report["screenshot"], Value { "" }) << "what the metadata class raises costs nothing else";
     EXPECT_EQ((*report["metadata"].dictionary())["placementId"], Value { "place" });
     EXPECT_EQ((*report["metadata"].dictionary())["extra"], Value { "yes" });
+
+    const auto picture = make<UILabel>();
+    picture->setFrame(CGRectMake(0, 0, 40, 30));
+    Metaclass::picture = picture;
+    button->buttonHandler()->sendReportWithInfo("again");
+    world.phone.wait(1);
+    Metaclass::picture.reset();
+    EXPECT_EQ(world.lastReport()["screenshot"],
+        Value { base64Encoded(UIImagePNGRepresentation(takeScreenshot(*picture))) });
+    EXPECT_EQ(Metaclass::player, Metaclass::Player::None) << "no player, none started";
 }
 
 } // namespace

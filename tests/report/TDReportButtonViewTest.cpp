@@ -6,6 +6,8 @@
 #include "platform/uikit/NSLayoutConstraint.h"
 #include "report/TDButtonManager.h"
 #include "report/TDReportButtonPlacement.h"
+#include "support/UIViewExtensions.h"
+#include "tests/platform/drawing/Pixels.h"
 #include "tests/report/FullScreenAd.h"
 
 #include <gtest/gtest.h>
@@ -37,8 +39,11 @@ protected:
 TEST_F(TDReportButtonViewTest, ComesAfterOneSecondAndNotBefore)
 {
     startWith(R"({"active": true})");
-    const auto ad = make<UIView>();
-    ad->setFrame(CGRectMake(0, 0, 320, 50));
+    const auto ad = alloc<UIView>(
+        ClassBuilder("RaisingAd", classOf<UIView>())
+            .method(sel::layoutSubviews, IMP { +[](id, SEL) { throw std::runtime_error("no room"); } })
+            .build());
+    send(ad, sel::initWithFrame, CGRectMake(0, 0, 320, 50));
     LMReportButtonHelper::addReportButtonToView(ad.get(), nullptr);
     world.phone.wait(0.999);
     EXPECT_FALSE(tests::find<TDReportButtonView>(*ad));
@@ -47,6 +52,9 @@ TEST_F(TDReportButtonViewTest, ComesAfterOneSecondAndNotBefore)
     ASSERT_TRUE(button);
     EXPECT_TRUE(ad->clipsToBounds());
     EXPECT_TRUE(TDButtonManager::sharedInstance().containsButton(button.get()));
+    world.phone.wait(0.5);
+    EXPECT_EQ(button->buttonState(), State::Full) << "an ad that raises costs no slide its end";
+    EXPECT_EQ(world.service.impressions().size(), 1u);
 }
 
 TEST_F(TDReportButtonViewTest, TheShortFormSlidesInAtOnceAndStays)
@@ -90,6 +98,14 @@ TEST_F(TDReportButtonViewTest, TheFullFormSlidesInAsAnIconRoundedOnTheLeft)
     const auto mask = std::dynamic_pointer_cast<CAShapeLayer>(body->layer().mask());
     ASSERT_TRUE(mask);
     EXPECT_EQ(mask->path(), button->getBezierPathFor(0));
+    const UIImage picture = takeScreenshot(*button);
+    EXPECT_EQ(test::pixelAt(picture, 1, 1), "00000000");
+    EXPECT_EQ(test::pixelAt(picture, picture.pixelWidth() - 1, 8), "0559afff") << "straight on the right";
+    button->adWasReported();
+    world.phone.wait(3.4999);
+    EXPECT_TRUE(button->superview());
+    world.phone.wait(0.0002);
+    EXPECT_FALSE(button->superview()) << "slid in, three seconds, slid out";
 }
 
 TEST_F(TDReportButtonViewTest, AnIconOpensForTheConfiguredNumberOfTaps)
@@ -119,23 +135,28 @@ TEST_F(TDReportButtonViewTest, AnAdWiderThanTheScreen)
     startWith(R"({"active": true})");
     const std::pair<double, double> rows[] = { { 500, -125 }, { 812, 0 }, { 375, 0 }, { 320, 0 } };
     for (const auto& [width, diff] : rows) {
-        const auto button = buttonOn(CGRectMake(0, 0, width, 100), false);
-        world.phone.wait(0.1);
-        EXPECT_DOUBLE_EQ(button->widerAdDiff(), diff) << width;
-        EXPECT_DOUBLE_EQ(button->frame().maxX(), width + diff) << width;
+        for (const bool fullScreen : { false, true }) {
+            const auto button = buttonOn(CGRectMake(0, 0, width, 100), fullScreen);
+            world.phone.wait(0.3);
+            const CGRect frame = button->frame();
+            const double shown
+                = fullScreen ? tests::find<UILabel>(*button)->frame().origin.x : frame.size.width;
+            EXPECT_DOUBLE_EQ(button->widerAdDiff(), diff) << width;
+            EXPECT_DOUBLE_EQ(frame.origin.x, width + diff - shown) << width << fullScreen;
+        }
     }
 }
 
 TEST_F(TDReportButtonViewTest, AHiddenButtonIsThereButNotSeen)
 {
     startWith(R"({"active": true, "hideButton": true, "buttonTap": "single"})");
-    const auto button = buttonOn(CGRectMake(0, 0, 320, 50), false);
+    const auto button = buttonOn(CGRectMake(0, 100, 320, 50), false);
     EXPECT_TRUE(button->isHidden());
     EXPECT_TRUE(TDButtonManager::sharedInstance().containsButton(button.get()));
     world.phone.wait(1);
     EXPECT_EQ(button->buttonState(), State::Full);
     EXPECT_EQ(world.service.impressions().size(), 1u);
-    world.phone.tapAt({ 310, 10 });
+    world.phone.tapAt({ 310, 110 });
     world.phone.wait(1);
     EXPECT_EQ(button->buttonState(), State::Full) << "untappable";
 }

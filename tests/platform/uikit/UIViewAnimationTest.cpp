@@ -38,9 +38,15 @@ TEST(UIViewAnimation, CompletesOnTheTickWhateverChanged)
     Lines lines;
     auto view = phone.add({});
     UIView::animateWithDuration(
-        0.3, [&] { view->setAlpha(0.5); }, note(lines, "change"));
-    UIView::animateWithDuration(
-        0.3, [] {}, note(lines, "nothing"));
+        0.3,
+        [&] {
+            view->setAlpha(0.5);
+            view->setAlpha(0.2);
+        },
+        note(lines, "two changes"));
+    EXPECT_THROW(UIView::animateWithDuration(
+                     0.3, [] { throw 1; }, note(lines, "a throw")),
+        int);
     UIView::animateWithDuration(
         0, [&] { view->setFrame(CGRectMake(0, 0, 5, 5)); }, note(lines, "at once"));
     EXPECT_EQ(lines, Lines {});
@@ -49,7 +55,7 @@ TEST(UIViewAnimation, CompletesOnTheTickWhateverChanged)
     phone.advance(0.2999);
     EXPECT_EQ(lines.size(), 1U);
     phone.advance(0.0001);
-    EXPECT_EQ(lines, (Lines { "at once finished", "change finished", "nothing finished" }));
+    EXPECT_EQ(lines, (Lines { "at once finished", "two changes finished", "a throw finished" }));
 }
 
 TEST(UIViewAnimation, ANewerOneOfThePropertyStopsTheOlder)
