@@ -35,7 +35,9 @@ struct MetadataClass {
     std::vector<ClassDescription::Entry> operations {};
 };
 
-/// One network's SDK: the methods that are hooked, and where its identifiers are.
+/// One network's SDK: the methods that are hooked, and where its identifiers are. The replacements' names are
+/// the ones that crash reports have shown since the first release, spelling included: kept, and private to
+/// each file.
 struct Network {
     /// "TD<Network>Swizzler": the class whose `swizzleMethods` installs the hooks.
     const char* swizzler;

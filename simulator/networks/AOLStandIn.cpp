@@ -15,7 +15,7 @@ std::vector<std::string> identifierPaths(const std::string& key)
 
 std::shared_ptr<UIView> identifiedContent(StandInAd& ad, CGSize size, const char* adFormat)
 {
-    const auto content = ad.container("MMCreativeView", size);
+    auto content = ad.container("MMCreativeView", size);
     ad.plantOneOf("creativeId", content, identifierPaths("_creativeId"), "aol-creative-1");
     ad.plantOneOf("placementId", content, identifierPaths("_placementId"), "aol-placement-1");
     ad.expectAd("AOL", version, adFormat);

@@ -27,7 +27,7 @@ void loadContent(StandInAd& ad, UIView& banner, const std::shared_ptr<UIView>& c
 /// A creative in a container whose delegate knows its identifiers.
 std::shared_ptr<UIView> identifiedContent(StandInAd& ad, CGSize size, const char* adFormat)
 {
-    const auto content = ad.container("MPClosableView", size);
+    auto content = ad.container("MPClosableView", size);
     ad.plantOneOf("creativeId", content, creativeIdPaths, "dsp-1");
     ad.expectAd("MoPub", MoPubStandIn::version, adFormat);
     return content;
