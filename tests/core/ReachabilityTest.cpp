@@ -4,6 +4,7 @@
 #include "core/TDDeviceInformation.h"
 #include "platform/foundation/NSNotificationCenter.h"
 #include "platform/objc/Message.h"
+#include "report/LMFontsLoader.h"
 #include "simulator/Phone.h"
 #include "tests/platform/TestProcess.h"
 
@@ -274,6 +275,8 @@ TEST(ConnectionTypeTest, CostsNoThreadAndNoDescriptorHoweverOftenItIsAsked)
     test::TemporaryFolder home;
     Process process { { .home = home.path } };
     Process::Scope scope(process);
+    // What every process opens once in its background, a file for each font.
+    LMFontsLoader::load();
     const std::string type = TDDeviceInformation::getConnectionType();
     const size_t threads = entries("/proc/self/task");
     const size_t files = entries("/proc/self/fd");
