@@ -8,6 +8,7 @@ namespace lumora {
 inline constexpr const char* NSUndefinedKeyException = "NSUndefinedKeyException";
 inline constexpr const char* NSInvalidArgumentException = "NSInvalidArgumentException";
 inline constexpr const char* NSGenericException = "NSGenericException";
+inline constexpr const char* NSInternalInconsistencyException = "NSInternalInconsistencyException";
 inline constexpr const char* NSRangeException = "NSRangeException";
 
 /// A platform exception: an unknown key, a message nobody answers, an argument that cannot be. Readers of

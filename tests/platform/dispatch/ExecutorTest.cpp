@@ -1,5 +1,6 @@
 #include "platform/dispatch/Executor.h"
 
+#include "platform/dispatch/DispatchApply.h"
 #include "tests/platform/TestProcess.h"
 
 #include <gtest/gtest.h>
@@ -177,6 +178,22 @@ TEST_P(ExecutorConformance, TakesTasksFromManyThreads)
     bool isDone = false;
     serial->async([&] { executor.mainQueue().async([&] { isDone = unguarded == 1000; }); });
     EXPECT_TRUE(executor.runMainLoop(20, [&] { return isDone && counted == 2000; }));
+}
+
+TEST_P(ExecutorConformance, AppliesABlockToEveryNumberOnce)
+{
+    std::array<std::atomic<int>, 1000> calls {};
+    EXPECT_THROW(dispatch_apply(calls.size(), executor.globalQueue(),
+                     [&](size_t i) {
+                         calls[i]++;
+                         if (i % 100 == 7)
+                             throw std::runtime_error("seven");
+                     }),
+        std::runtime_error);
+    EXPECT_TRUE(std::all_of(calls.begin(), calls.end(), [](const auto& count) { return count == 1; }));
+    executor.stop();
+    dispatch_apply(calls.size(), executor.globalQueue(), [&](size_t i) { calls[i]++; });
+    EXPECT_EQ(calls.back(), 2) << "the caller's own thread does it";
 }
 
 TEST_P(ExecutorConformance, DropsEverythingWhenItStops)

@@ -1,0 +1,61 @@
+#include "hashing/OSHashProviders.h"
+
+#include "hashing/HashKernels.h"
+#include "hashing/RGBABitmap.h"
+#include "platform/process/ProcessLocal.h"
+
+#include <array>
+#include <cstdio>
+
+namespace lumora {
+
+namespace {
+
+ProcessLocal<OSAHash> s_aHash;
+ProcessLocal<OSDHash> s_dHash;
+ProcessLocal<OSPHash> s_pHash;
+
+// A PNG holds exactly the picture's pixels, so a picture hashes without one, and at a fraction of the time.
+UIImage decoded(const NSData& imageData) { return UIImage::imageWithData(imageData).value_or(UIImage {}); }
+
+// Put together first, so that the lines of two threads do not mix.
+void printGreys(const std::array<double, 1024>& greys)
+{
+    std::string text;
+    for (size_t i = 0; i < greys.size(); i++) {
+        std::array<char, 16> number {};
+        std::snprintf(number.data(), number.size(), "%3.0f ", greys[i]);
+        text += number.data();
+        if (i % 32 == 31)
+            text += '\n';
+    }
+    std::fputs(text.c_str(), stdout);
+}
+
+} // namespace
+
+OSAHash& OSAHash::sharedInstance() { return s_aHash.get(); }
+OSHashType OSAHash::hashImageData(const NSData&) const { return OSHashTypeError; }
+OSHashType OSAHash::hashImage(const UIImage&) const { return OSHashTypeError; }
+
+OSDHash& OSDHash::sharedInstance() { return s_dHash.get(); }
+OSHashType OSDHash::hashImageData(const NSData& imageData) const { return hashImage(decoded(imageData)); }
+OSHashType OSDHash::hashImage(const UIImage& image) const
+{
+    const std::optional<RGBABitmap> bitmap = RGBABitmapOfImage(image, { 9, 9 });
+    return bitmap ? dhash_rgba_9_9(bitmap->bytes.data()) : OSHashTypeError;
+}
+
+OSPHash& OSPHash::sharedInstance() { return s_pHash.get(); }
+OSHashType OSPHash::hashImageData(const NSData& imageData) const { return hashImage(decoded(imageData)); }
+OSHashType OSPHash::hashImage(const UIImage& image) const
+{
+    if (const std::optional<RGBABitmap> bitmap = RGBABitmapOfImage(image, { 32, 32 })) {
+        std::array<double, 1024> greys {};
+        greyscale_pixels_rgba_32_32(bitmap->bytes.data(), greys.data());
+        printGreys(greys);
+    }
+    return OSHashTypeError;
+}
+
+} // namespace lumora
