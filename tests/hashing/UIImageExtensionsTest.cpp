@@ -9,7 +9,7 @@ using Pixel = std::vector<int>;
 static const Pixel red { 255, 0, 0, 255 }, black { 0, 0, 0, 255 }, clear { 0, 0, 0, 0 };
 
 /// One of the top row.
-static Pixel pixel(const UIImage& image, int x)
+static Pixel pixel(const UIImage& image, ptrdiff_t x)
 {
     return { image.pixels() + 4 * x, image.pixels() + 4 * x + 4 };
 }
@@ -55,7 +55,8 @@ TEST(UIImageExtensions, AnswersPicturesThatCannotBeDrawn)
     LMLogManager::sharedInstance().setLoggingTTL(1000);
     EXPECT_EQ(pixel(imageWithImage({}), 0), clear);
     EXPECT_TRUE(resizeWithRate({}).isNull());
-    EXPECT_TRUE(getDowngradedImage({ 65501, 1, std::vector<uint8_t>(65501 * 4) }).isNull()) << "no JPEG";
+    EXPECT_TRUE(getDowngradedImage({ 65501, 1, std::vector<uint8_t>(size_t { 65501 } * 4) }).isNull())
+        << "no JPEG";
     const UIImage vast { 1, 1, { 1, 2, 3, 4 }, 1e-5 };
     EXPECT_EQ(resizeWithRate(vast).pixels(), vast.pixels());
     EXPECT_TRUE(getDowngradedImage({}).isNull());
