@@ -49,7 +49,7 @@ public:
     virtual void endTransparencyLayer() = 0;
 };
 
-/// A context over memory, transparent at first.
+/// A context over memory, transparent at first; an opaque one black, and never transparent.
 class CGBitmapContext : public CGContext {
 public:
     virtual UIImage makeImage() = 0;
@@ -57,7 +57,7 @@ public:
 
 /// A bitmap of a size in points; null for an empty size or one beyond 64 million pixels. Defined by the
 /// platform linked.
-std::unique_ptr<CGBitmapContext> makeBitmapContext(CGSize size, double scale);
+std::unique_ptr<CGBitmapContext> makeBitmapContext(CGSize size, double scale, bool opaque = false);
 
 /// The size a text takes when set in at most that width; width 0 is unlimited. Defined by the platform
 /// linked.

@@ -99,11 +99,13 @@ bool isDrawable(const CGRect& rect)
 
 class CairoContext final : public CGBitmapContext {
 public:
-    CairoContext(CairoSurface surface, double scale)
+    CairoContext(CairoSurface surface, double scale, bool opaque)
         : m_surface(std::move(surface))
         , m_cairo(cairo_create(m_surface.get()))
         , m_scale(scale)
     {
+        if (opaque)
+            cairo_paint(m_cairo.get());
         cairo_scale(m_cairo.get(), scale, scale);
     }
 
@@ -228,12 +230,12 @@ private:
 
 } // namespace
 
-std::unique_ptr<CGBitmapContext> makeBitmapContext(CGSize size, double scale)
+std::unique_ptr<CGBitmapContext> makeBitmapContext(CGSize size, double scale, bool opaque)
 {
     CairoSurface surface = makeSurface(size, scale);
     if (!surface)
         return nullptr;
-    return std::make_unique<CairoContext>(std::move(surface), scale);
+    return std::make_unique<CairoContext>(std::move(surface), scale, opaque);
 }
 
 } // namespace lumora

@@ -85,6 +85,7 @@ const ClassDescription& UIView::classDescription()
             .variable(
                 "alpha", [=](Object& object) { return Value { view(object).alpha() }; },
                 [=](Object& object, const Value& value) { view(object).setAlpha(value.doubleValue()); })
+            .variable<&UIView::m_opaque>("opaque")
             .variable<&UIView::m_tag>("tag")
             .variable<&UIView::m_userInteractionEnabled>("userInteractionEnabled"));
     return description;

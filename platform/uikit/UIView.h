@@ -44,6 +44,9 @@ public:
     void setHidden(bool hidden) { layer().setHidden(hidden); }
     bool clipsToBounds() { return layer().masksToBounds(); }
     void setClipsToBounds(bool clips) { layer().setMasksToBounds(clips); }
+    /// A promise to fill the bounds: pictures that ask for it then have no transparency. True from the start.
+    bool isOpaque() const { return m_opaque; }
+    void setOpaque(bool opaque) { m_opaque = opaque; }
     std::optional<UIColor> backgroundColor() { return layer().backgroundColor(); }
     void setBackgroundColor(std::optional<UIColor> color);
     UIViewContentMode contentMode() const { return m_contentMode; }
@@ -140,6 +143,7 @@ private:
     std::vector<std::weak_ptr<NSLayoutConstraint>> m_distantConstraints;
     UIViewContentMode m_contentMode { UIViewContentMode::ScaleToFill };
     int64_t m_tag { 0 };
+    bool m_opaque { true };
     bool m_userInteractionEnabled { true };
     bool m_translatesAutoresizingMask { true };
     bool m_needsLayout { true };

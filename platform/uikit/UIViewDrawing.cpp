@@ -95,9 +95,8 @@ private:
     bool m_presentation;
 };
 
-UIImage picture(CALayer& layer, CGSize size, double scale, bool presentation)
+UIImage picture(CALayer& layer, std::unique_ptr<CGBitmapContext> context, bool presentation)
 {
-    const auto context = makeBitmapContext(size, scale);
     if (!context)
         return {};
     LayerPainter painter(*context, presentation);
@@ -116,9 +115,12 @@ void drawViewHierarchy(UIView& root, CGContext& context)
 UIImage takeImageOfView(UIView& view, CGSize size, double scale)
 {
     view.layoutIfNeeded();
-    return picture(view.layer(), size, scale, true);
+    return picture(view.layer(), makeBitmapContext(size, scale), true);
 }
 
-UIImage renderLayer(CALayer& layer, CGSize size, double scale) { return picture(layer, size, scale, false); }
+UIImage renderLayer(CALayer& layer, CGSize size, double scale, bool opaque)
+{
+    return picture(layer, makeBitmapContext(size, scale, opaque), false);
+}
 
 } // namespace lumora

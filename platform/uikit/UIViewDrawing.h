@@ -11,7 +11,8 @@ void drawViewHierarchy(UIView& root, CGContext& context);
 /// A picture of a view, laid out first, at that many pixels per point. A null picture for an empty size.
 UIImage takeImageOfView(UIView& view, CGSize size, double scale);
 
-/// A picture of a layer and all under it with its model values: without animations and without layout.
-UIImage renderLayer(CALayer& layer, CGSize size, double scale);
+/// A picture of a layer and all under it with its model values: without animations and without layout. An
+/// opaque one has black where nothing is drawn.
+UIImage renderLayer(CALayer& layer, CGSize size, double scale, bool opaque = false);
 
 }
