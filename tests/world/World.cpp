@@ -8,8 +8,8 @@ Phone::Options World::phoneOptions(World& world, const Options& options)
 {
     Phone::Options phone;
     phone.makeTransport = [&world] {
-        auto transport = std::make_shared<DirectTransport>(
-            world.service, TDAPI::getURLWithType(TDAPI::EndpointType::Configuration));
+        auto transport = std::make_shared<DirectTransport>(world.services,
+            TDAPI::getURLWithType(TDAPI::EndpointType::Configuration), LUMORA_COLLECTOR_SERVICE);
         transport->setServiceAway(world.m_away);
         world.m_transport = transport;
         return transport;
@@ -24,7 +24,7 @@ Phone::Options World::phoneOptions(World& world, const Options& options)
 }
 
 World::World(const Options& options)
-    : service(validKey)
+    : services(validKey)
     , phone(phoneOptions(*this, options))
 {
     service.setRecord(options.record);
