@@ -127,8 +127,8 @@ std::string card(const Arrival& arrival)
         = arrival.status ? "answered " + std::to_string(arrival.status) : "closed unanswered";
     const bool isConfiguration = arrival.kind == ArrivalKind::ConfigurationFetch;
     std::string line = "<p class=\"line\"><b>#" + std::to_string(arrival.number) + "</b><time>"
-        + clockTime(arrival.receivedAt) + "</time><span class=\"" + (arrival.status == 200 ? "good" : "bad")
-        + "\">" + status + "</span>";
+        + clockTime(arrival.receivedAt) + "</time><span class=\""
+        + (arrival.status / 100 == 2 ? "good" : "bad") + "\">" + status + "</span>";
     const bool isText = isConfiguration || arrival.kind == ArrivalKind::Log;
     if (!arrival.decrypted.empty())
         line += "<span>decrypted</span>";

@@ -181,10 +181,11 @@ ServiceAnswer LocalServices::list(ArrivalKind kind)
 
 ServiceAnswer LocalServices::page()
 {
-    std::vector<PageSection> sections;
-    for (const Listing& listing : listings)
-        sections.push_back({ listing.title, listing.path, listing.kind, m_store.count(listing.kind),
-            m_store.newestFirst(listing.kind, shownOnPage) });
+    std::vector<PageSection> sections(listings.size());
+    std::transform(listings.begin(), listings.end(), sections.begin(), [this](const Listing& listing) {
+        return PageSection { listing.title, listing.path, listing.kind, m_store.count(listing.kind),
+            m_store.newestFirst(listing.kind, shownOnPage) };
+    });
     return { 200,
         { { "Content-Type", "text/html; charset=utf-8" },
             { "Content-Security-Policy", "default-src 'none'; img-src data:; style-src 'unsafe-inline'" } },

@@ -1,6 +1,7 @@
-// The main job from end to end: an interstitial and two networks' banners are shown, get their report button,
-// are reported, and the reports arrive; then one ad of every network and format; then the service goes away,
-// an ad is reported all the same, the phone is killed, and after its restart the report arrives.
+// The main job from end to end: the library starts and its log arrives; an interstitial and two networks'
+// banners are shown, get their report button, are reported, and the reports arrive; then one ad of every
+// network and format; then the service goes away, an ad is reported all the same, the phone is killed, and
+// after its restart the report arrives.
 
 #include "apps/demo/AllNetworks.h"
 #include "apps/demo/HostApp.h"
@@ -35,7 +36,7 @@ namespace {
 constexpr const char* hostKey = "demo-key-of-the-daily-tide-0001";
 // Seconds anything may take before it counts as not happening.
 constexpr double patience = 20;
-constexpr int64_t timeBetweenLogs = 2;
+constexpr int64_t timeBetweenLogs = 2; // seconds
 
 struct Arguments {
     bool virtualTime { false };

@@ -21,12 +21,14 @@ Plays the configuration service and the collector on 127.0.0.1 until it is inter
   --database FILE      where arrivals are kept; in memory without it
   --record FILE        the configuration record, a JSON object
   --collector-key KEY  the key that the collector asks for, without "Bearer"; none without it
-Prints the port on a line of its own, then the services' base addresses and the page to look at. To change it while it runs:
+Prints the port on a line of its own, then the services' base addresses and the page to look at.
+To change it while it runs:
   curl 127.0.0.1:PORT/control -d '{"record": {"active": true, "ttlConfig": 30}, "cacheControl": "max-age=60",
-    "key": "other", "collectorKey": "", "clearFaults": true, "faults": [{"path": "/api/v1/ad", "times": 2, "status": 500, "delay": 1.5},
-      {"path": "/ads/ios/*", "status": 207, "body": "{\"data\": [{\"status\": 404, \"phash\": \"ff00\"}]}"}]}'
-A fault may have: path, times (null: until cleared), status, delay (seconds), body, garbage (true),
-ending ("closeWithoutAnswer", "closeMidBody").
+    "key": "other", "collectorKey": "", "clearFaults": true,
+    "faults": [{"path": "/api/v1/ad", "times": 2, "status": 500, "delay": 1.5}, {"path": "/ads/ios/*", "status": 207,
+      "body": "{\"data\": [{\"status\": 404, \"phash\": \"ff00\"}]}"}]}'
+A fault may have: path ("*" for any bundle identifier or kind of event), times (null: until cleared),
+status, delay (seconds), body, garbage (true), ending ("closeWithoutAnswer", "closeMidBody").
 )";
 
 struct Options {

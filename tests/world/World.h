@@ -59,7 +59,6 @@ public:
     // The phone comes last and goes first: it talks to all of the others.
     LocalServices services;
     ConfigurationService& service { services.configuration() };
-    CollectorService& collector { services.collector() };
     Phone phone;
 };
 
