@@ -58,7 +58,7 @@ std::shared_ptr<UIView> World::onScreen(const std::shared_ptr<UIView>& banner)
 
 std::shared_ptr<UIView> World::showMoPub(const MoPubStandIn::Creative& creative)
 {
-    const auto banner = onScreen(MoPubStandIn::makeBanner(creative.size));
+    auto banner = onScreen(MoPubStandIn::makeBanner(creative.size));
     MoPubStandIn::load(*banner, creative);
     phone.wait(1.1);
     return banner;
@@ -66,7 +66,7 @@ std::shared_ptr<UIView> World::showMoPub(const MoPubStandIn::Creative& creative)
 
 std::shared_ptr<UIView> World::showAdMob(const GoogleStandIn::Creative& creative)
 {
-    const auto banner = onScreen(GoogleStandIn::makeBanner(creative.size));
+    auto banner = onScreen(GoogleStandIn::makeBanner(creative.size));
     GoogleStandIn::load(*banner, creative);
     phone.wait(1.1);
     return banner;
