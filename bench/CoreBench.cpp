@@ -22,16 +22,16 @@ namespace {
 
 constexpr const char* key = "a-key-of-a-benchmark-that-is-long-enough";
 
-Phone::Options withNetworks(ConfigurationService& service)
+Phone::Options withNetworks(LocalServices& services)
 {
     Phone::Options options;
     options.onBoot = [] {
         for (const StandInNetwork* network : allStandIns())
             network->install();
     };
-    options.makeTransport = [&service] {
+    options.makeTransport = [&services] {
         return std::make_shared<DirectTransport>(
-            service, TDAPI::getURLWithType(TDAPI::EndpointType::Configuration));
+            services, TDAPI::getURLWithType(TDAPI::EndpointType::Configuration), LUMORA_COLLECTOR_SERVICE);
     };
     return options;
 }
@@ -39,8 +39,8 @@ Phone::Options withNetworks(ConfigurationService& service)
 /// With so many events, of 2 KB each, left from earlier launches: they are read in the background.
 void entryCall(benchmark::State& state)
 {
-    ConfigurationService service { key };
-    Phone phone { withNetworks(service) };
+    LocalServices services { key };
+    Phone phone { withNetworks(services) };
     LMEventsSaver saver { std::make_shared<LMEventsSaverUserDefaultsProvider>() };
     for (int64_t i = 0; i < state.range(0); i++) {
         auto event = make<TDEventModel>();
@@ -65,9 +65,9 @@ BENCHMARK(entryCall)->Arg(0)->Arg(1000)->Iterations(200)->Unit(benchmark::kMicro
 
 void freshGate(benchmark::State& state)
 {
-    ConfigurationService service { key };
-    service.setRecord(R"({"active": true, "ttlConfig": 1000000})");
-    Phone phone { withNetworks(service) };
+    LocalServices services { key };
+    services.configuration().setRecord(R"({"active": true, "ttlConfig": 1000000})");
+    Phone phone { withNetworks(services) };
     Lumora::initiateTrackerWithKey(key);
     phone.wait(1);
     const TDActivationManager::Answer answer = [](bool active) { benchmark::DoNotOptimize(active); };

@@ -1,5 +1,6 @@
 #include "devservice/ArrivalStore.h"
 
+#include <algorithm>
 #include <sqlite3.h>
 
 namespace lumora {
@@ -59,15 +60,24 @@ ArrivalStore::ArrivalStore(const std::string& path)
         " receivedAt REAL NOT NULL, target TEXT NOT NULL, authorization TEXT NOT NULL, body BLOB NOT NULL,"
         " isJSON INTEGER NOT NULL, status INTEGER NOT NULL)");
     execute("CREATE INDEX IF NOT EXISTS arrivalsByKind ON arrivals(kind, number)");
-    m_insert = prepare("INSERT INTO arrivals(kind, receivedAt, target, authorization, body, isJSON, status)"
-                       " VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)");
+    execute("CREATE TABLE IF NOT EXISTS hashes(kind INTEGER NOT NULL, hash TEXT NOT NULL,"
+            " PRIMARY KEY(kind, hash)) WITHOUT ROWID");
+    // Files of earlier versions lack it.
+    if (!step(prepare("SELECT 1 FROM pragma_table_info('arrivals') WHERE name = 'decrypted'").get()))
+        execute("ALTER TABLE arrivals ADD COLUMN decrypted BLOB NOT NULL DEFAULT ''");
+    m_insert = prepare(
+        "INSERT INTO arrivals(kind, receivedAt, target, authorization, body, isJSON, status, decrypted)"
+        " VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)");
     m_count = prepare("SELECT count(*) FROM arrivals WHERE kind = ?1");
-    m_select = prepare("SELECT number, receivedAt, target, authorization, body, isJSON, status FROM arrivals"
-                       " WHERE kind = ?1 ORDER BY number DESC LIMIT ?2");
+    m_select = prepare("SELECT number, receivedAt, target, authorization, body, isJSON, status, decrypted"
+                       " FROM arrivals WHERE kind = ?1 ORDER BY number DESC LIMIT ?2");
+    m_insertHash = prepare("INSERT OR IGNORE INTO hashes(kind, hash) VALUES(?1, ?2)");
+    m_findHash = prepare("SELECT 1 FROM hashes WHERE kind = ?1 AND hash = ?2");
 }
 
 void ArrivalStore::add(const Arrival& arrival)
 {
+    const Locker locker(m_lock);
     sqlite3_stmt* insert = m_insert.get();
     const Use use(insert);
     check(sqlite3_bind_int(insert, 1, static_cast<int>(arrival.kind)));
@@ -77,11 +87,13 @@ void ArrivalStore::add(const Arrival& arrival)
     check(sqlite3_bind_blob64(insert, 5, arrival.body.data(), arrival.body.size(), SQLITE_STATIC));
     check(sqlite3_bind_int(insert, 6, arrival.isJSON));
     check(sqlite3_bind_int(insert, 7, arrival.status));
+    check(sqlite3_bind_blob64(insert, 8, arrival.decrypted.data(), arrival.decrypted.size(), SQLITE_STATIC));
     step(insert);
 }
 
 int64_t ArrivalStore::count(ArrivalKind kind)
 {
+    const Locker locker(m_lock);
     const Use use(m_count.get());
     check(sqlite3_bind_int(m_count.get(), 1, static_cast<int>(kind)));
     return step(m_count.get()) ? sqlite3_column_int64(m_count.get(), 0) : 0;
@@ -89,6 +101,7 @@ int64_t ArrivalStore::count(ArrivalKind kind)
 
 std::vector<Arrival> ArrivalStore::newestFirst(ArrivalKind kind, int64_t limit)
 {
+    const Locker locker(m_lock);
     sqlite3_stmt* select = m_select.get();
     const Use use(select);
     check(sqlite3_bind_int(select, 1, static_cast<int>(kind)));
@@ -97,9 +110,38 @@ std::vector<Arrival> ArrivalStore::newestFirst(ArrivalKind kind, int64_t limit)
     while (step(select)) {
         arrivals.push_back({ sqlite3_column_int64(select, 0), kind, sqlite3_column_double(select, 1),
             columnBytes(select, 2), columnBytes(select, 3), columnBytes(select, 4),
-            sqlite3_column_int(select, 5) != 0, sqlite3_column_int(select, 6) });
+            sqlite3_column_int(select, 5) != 0, sqlite3_column_int(select, 6), columnBytes(select, 7) });
     }
     return arrivals;
+}
+
+std::vector<Arrival> ArrivalStore::oldestFirst(ArrivalKind kind)
+{
+    std::vector<Arrival> arrivals = newestFirst(kind);
+    std::reverse(arrivals.begin(), arrivals.end());
+    return arrivals;
+}
+
+void ArrivalStore::addHashes(ArrivalKind kind, const std::vector<std::string>& hashes)
+{
+    const Locker locker(m_lock);
+    for (const std::string& hash : hashes) {
+        if (hash.empty())
+            continue;
+        const Use use(m_insertHash.get());
+        check(sqlite3_bind_int(m_insertHash.get(), 1, static_cast<int>(kind)));
+        check(bindText(m_insertHash.get(), 2, hash));
+        step(m_insertHash.get());
+    }
+}
+
+bool ArrivalStore::hasHash(ArrivalKind kind, const std::string& hash)
+{
+    const Locker locker(m_lock);
+    const Use use(m_findHash.get());
+    check(sqlite3_bind_int(m_findHash.get(), 1, static_cast<int>(kind)));
+    check(bindText(m_findHash.get(), 2, hash));
+    return step(m_findHash.get());
 }
 
 void ArrivalStore::execute(const char* sql)

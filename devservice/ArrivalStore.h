@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/process/Lock.h"
+
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
@@ -11,7 +13,19 @@ struct sqlite3_stmt;
 
 namespace lumora {
 
-enum class ArrivalKind { ConfigurationFetch, Impression, AdRecord, Report };
+/// Kept as numbers: new ones go to the end.
+enum class ArrivalKind {
+    ConfigurationFetch,
+    Impression,
+    AdRecord,
+    Report,
+    Screenshots,
+    SourceHashes,
+    Batch,
+    Complaint,
+    Event,
+    Log
+};
 
 /// One request as it came in, byte for byte.
 struct Arrival {
@@ -23,6 +37,7 @@ struct Arrival {
     std::string body;
     bool isJSON = false;
     int status = 0; ///< what was answered; 0 when the connection was closed unanswered
+    std::string decrypted {}; ///< the JSON inside of an encrypted body
 };
 
 class StoreError : public std::runtime_error {
@@ -30,9 +45,9 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// Keeps arrivals in an SQLite database: a file, which later runs go on with, or ":memory:".
-/// Belongs to one ConfigurationService, which serialises the calls. Every failure, also the constructor's, is
-/// a StoreError carrying SQLite's own words; a failed add() leaves nothing behind.
+/// Keeps arrivals, and the hashes that some of them brought, in an SQLite database: a file, which later runs
+/// go on with, or ":memory:". Any thread. Every failure, also the constructor's, is a StoreError carrying
+/// SQLite's own words; a failed add() leaves nothing behind.
 class ArrivalStore {
 public:
     static constexpr int64_t noLimit = -1;
@@ -42,6 +57,11 @@ public:
     void add(const Arrival&);
     int64_t count(ArrivalKind);
     std::vector<Arrival> newestFirst(ArrivalKind, int64_t limit = noLimit);
+    std::vector<Arrival> oldestFirst(ArrivalKind);
+
+    /// Hashes of one kind of arrival do not count for another. An empty one is left out.
+    void addHashes(ArrivalKind, const std::vector<std::string>&);
+    bool hasHash(ArrivalKind, const std::string&);
 
 private:
     struct Close {
@@ -50,15 +70,19 @@ private:
     };
     using Statement = std::unique_ptr<sqlite3_stmt, Close>;
 
-    void execute(const char* sql);
-    Statement prepare(const char* sql);
-    bool step(sqlite3_stmt*);
-    void check(int result) const;
+    void execute(const char* sql) LUMORA_REQUIRES(m_lock);
+    Statement prepare(const char* sql) LUMORA_REQUIRES(m_lock);
+    bool step(sqlite3_stmt*) LUMORA_REQUIRES(m_lock);
+    void check(int result) const LUMORA_REQUIRES(m_lock);
 
-    std::unique_ptr<sqlite3, Close> m_database; // declared first: statements go before it
-    Statement m_insert;
-    Statement m_count;
-    Statement m_select;
+    Lock m_lock;
+    // Before the statements, which go first.
+    std::unique_ptr<sqlite3, Close> m_database LUMORA_GUARDED_BY(m_lock);
+    Statement m_insert LUMORA_GUARDED_BY(m_lock);
+    Statement m_count LUMORA_GUARDED_BY(m_lock);
+    Statement m_select LUMORA_GUARDED_BY(m_lock);
+    Statement m_insertHash LUMORA_GUARDED_BY(m_lock);
+    Statement m_findHash LUMORA_GUARDED_BY(m_lock);
 };
 
 } // namespace lumora

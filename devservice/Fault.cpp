@@ -2,7 +2,9 @@
 
 #include "devservice/ServiceJSON.h"
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 
 namespace json = boost::json;
 
@@ -97,9 +99,10 @@ json::object Fault::toJSON() const
 
 void Fault::validate() const
 {
-    if (!path.empty() && path != ServicePath::configuration && path != ServicePath::impression
-        && path != ServicePath::ad)
-        reject("path", "is none of the service's paths: " + path);
+    const bool isServed = std::any_of(ServicePath::all.begin(), ServicePath::all.end(),
+        [this](std::string_view served) { return pathMatches(served, path); });
+    if (!path.empty() && !isServed)
+        reject("path", "is none of the services' paths: " + path);
     if (times == 0U)
         reject("times", "must be at least 1");
     if (status && (*status < 200 || *status > 599))
@@ -119,6 +122,44 @@ void Fault::apply(ServiceAnswer& answer) const
         answer.body.clear();
     answer.delaySeconds = delaySeconds;
     answer.ending = ending;
+}
+
+void FaultPlan::add(std::vector<Fault> faults)
+{
+    for (const Fault& fault : faults)
+        fault.validate();
+    const Locker locker(m_lock);
+    std::move(faults.begin(), faults.end(), std::back_inserter(m_faults));
+}
+
+void FaultPlan::clear()
+{
+    const Locker locker(m_lock);
+    m_faults.clear();
+}
+
+std::optional<Fault> FaultPlan::take(std::string_view path)
+{
+    const Locker locker(m_lock);
+    const auto found = std::find_if(
+        m_faults.begin(), m_faults.end(), [path](const Fault& fault) { return fault.concerns(path); });
+    if (found == m_faults.end())
+        return std::nullopt;
+    if (found->times && --*found->times == 0) {
+        Fault last = std::move(*found);
+        m_faults.erase(found);
+        return last;
+    }
+    return *found;
+}
+
+json::array FaultPlan::toJSON() const
+{
+    const Locker locker(m_lock);
+    json::array faults;
+    for (const Fault& fault : m_faults)
+        faults.push_back(fault.toJSON());
+    return faults;
 }
 
 } // namespace lumora

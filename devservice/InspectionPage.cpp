@@ -127,15 +127,19 @@ std::string card(const Arrival& arrival)
         = arrival.status ? "answered " + std::to_string(arrival.status) : "closed unanswered";
     const bool isConfiguration = arrival.kind == ArrivalKind::ConfigurationFetch;
     std::string line = "<p class=\"line\"><b>#" + std::to_string(arrival.number) + "</b><time>"
-        + clockTime(arrival.receivedAt) + "</time><span class=\"" + (arrival.status == 200 ? "good" : "bad")
-        + "\">" + status + "</span>";
-    if (!arrival.isJSON && !isConfiguration)
+        + clockTime(arrival.receivedAt) + "</time><span class=\""
+        + (arrival.status / 100 == 2 ? "good" : "bad") + "\">" + status + "</span>";
+    const bool isText = isConfiguration || arrival.kind == ArrivalKind::Log;
+    if (!arrival.decrypted.empty())
+        line += "<span>decrypted</span>";
+    else if (!arrival.isJSON && !isText)
         line += "<span class=\"bad\">not JSON</span>";
     line += "<code class=\"note\">"
         + (arrival.authorization.empty() ? "no Authorization" : excerpt(arrival.authorization, longestField))
-        + "</code></p>";
+        + "</code>" + (isConfiguration ? "" : "<code>" + excerpt(arrival.target, longestField) + "</code>")
+        + "</p>";
 
-    const auto body = parseJSON(arrival.body);
+    const auto body = parseJSON(arrival.decrypted.empty() ? arrival.body : arrival.decrypted);
     const json::value* value = body ? &*body : nullptr;
     if (value && value->is_array() && value->get_array().size() == 1)
         value = value->get_array().data();
@@ -143,7 +147,7 @@ std::string card(const Arrival& arrival)
     std::string picture;
     if (isConfiguration) {
         content = "<code>" + excerpt(arrival.target, longestBody) + "</code>";
-    } else if (value && value->is_object()) {
+    } else if (!isText && value && value->is_object()) {
         picture = thumbnail(value->get_object());
         content = fieldList(value->get_object(), !picture.empty());
     } else {

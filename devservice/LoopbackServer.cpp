@@ -1,7 +1,6 @@
 #include "devservice/LoopbackServer.h"
 
-#include "devservice/ConfigurationService.h"
-#include "devservice/ServiceJSON.h"
+#include "devservice/LocalServices.h"
 
 #include <boost/asio.hpp>
 #include <boost/beast.hpp>
@@ -28,10 +27,10 @@ constexpr size_t drainSize = 65536; // bytes
 /// One connection. It lives in the handlers of its pending operation and goes with the last of them.
 class Session : public std::enable_shared_from_this<Session> {
 public:
-    Session(tcp::socket socket, ConfigurationService& service)
+    Session(tcp::socket socket, LocalServices& services)
         : m_stream(std::move(socket))
         , m_delay(m_stream.get_executor())
-        , m_service(service)
+        , m_services(services)
     {
     }
 
@@ -84,11 +83,7 @@ private:
             sendError(400, "this is not HTTP: " + error.message());
     }
 
-    void sendError(int status, const std::string& message)
-    {
-        send({ status, { { "Content-Type", "application/json" } }, R"({"error":)" + quoted(message) + "}" },
-            false);
-    }
+    void sendError(int status, const std::string& message) { send(errorAnswer(status, message), false); }
 
     void answerRequest()
     {
@@ -98,7 +93,7 @@ private:
             std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count() };
         for (const auto& field : message)
             request.headers.emplace(field.name_string(), field.value());
-        ServiceAnswer answer = m_service.handle(request);
+        ServiceAnswer answer = m_services.handle(request);
         m_delay.expires_after(std::chrono::duration_cast<std::chrono::steady_clock::duration>(
             std::chrono::duration<double>(answer.delaySeconds)));
         m_delay.async_wait([self = shared_from_this(), answer = std::move(answer)](auto error) mutable {
@@ -155,7 +150,7 @@ private:
 
     beast::tcp_stream m_stream;
     asio::steady_timer m_delay;
-    ConfigurationService& m_service;
+    LocalServices& m_services;
     beast::flat_buffer m_buffer;
     std::optional<http::request_parser<http::string_body>> m_parser;
     http::response<http::string_body> m_response;
@@ -164,8 +159,8 @@ private:
 } // namespace
 
 struct LoopbackServer::Running {
-    Running(ConfigurationService& service, uint16_t port)
-        : m_service(service)
+    Running(LocalServices& services, uint16_t port)
+        : m_services(services)
         , m_acceptor(m_context)
         , m_pause(m_context)
     {
@@ -195,7 +190,7 @@ private:
     {
         m_acceptor.async_accept([this](auto error, tcp::socket socket) {
             if (!error) {
-                std::make_shared<Session>(std::move(socket), m_service)->readHeader();
+                std::make_shared<Session>(std::move(socket), m_services)->readHeader();
                 return accept();
             }
             m_pause.expires_after(acceptPause); // out of descriptors, say: trying again at once would spin
@@ -217,7 +212,7 @@ private:
         }
     }
 
-    ConfigurationService& m_service;
+    LocalServices& m_services;
     asio::io_context m_context { 1 };
     tcp::acceptor m_acceptor;
     asio::steady_timer m_pause;
@@ -225,8 +220,8 @@ private:
     std::thread m_thread;
 };
 
-LoopbackServer::LoopbackServer(ConfigurationService& service, uint16_t port)
-    : m_service(service)
+LoopbackServer::LoopbackServer(LocalServices& services, uint16_t port)
+    : m_services(services)
     , m_port(port)
 {
 }
@@ -238,7 +233,7 @@ void LoopbackServer::start()
     if (m_running)
         return;
     try {
-        m_running = std::make_unique<Running>(m_service, m_port);
+        m_running = std::make_unique<Running>(m_services, m_port);
     } catch (const boost::system::system_error& error) {
         throw std::system_error(error.code(), "cannot listen on 127.0.0.1:" + std::to_string(m_port));
     }
@@ -247,9 +242,11 @@ void LoopbackServer::start()
 
 void LoopbackServer::stop() { m_running.reset(); }
 
-std::string LoopbackServer::baseURL() const
+std::string LoopbackServer::configurationURL() const
 {
-    return "http://127.0.0.1:" + std::to_string(m_port) + std::string(ConfigurationService::apiPath);
+    return collectorURL() + std::string(ConfigurationService::apiPath);
 }
+
+std::string LoopbackServer::collectorURL() const { return "http://127.0.0.1:" + std::to_string(m_port); }
 
 } // namespace lumora

@@ -1,16 +1,30 @@
 #pragma once
 
+#include <array>
 #include <map>
 #include <string>
 #include <string_view>
 
 namespace lumora {
 
+/// Where the services take what is sent to them; a "*" stands for any one part between slashes.
 namespace ServicePath {
 inline constexpr std::string_view configuration = "/api/v1/sdk/config";
 inline constexpr std::string_view impression = "/api/v1/sdk/impression";
 inline constexpr std::string_view ad = "/api/v1/ad";
+// The collector's, with the bundle identifier.
+inline constexpr std::string_view batch = "/ads/ios/*";
+inline constexpr std::string_view screenshots = "/ads/ios/*/i";
+inline constexpr std::string_view sourceHashes = "/ads/ios/*/h";
+inline constexpr std::string_view complaint = "/complaints/ios/*/";
+inline constexpr std::string_view event = "/event/ios/*/*"; ///< and the kind of event
+inline constexpr std::string_view logs = "/logs";
+
+inline constexpr std::array all { configuration, impression, ad, batch, screenshots, sourceHashes, complaint,
+    event, logs };
 } // namespace ServicePath
+
+bool pathMatches(std::string_view pattern, std::string_view path);
 
 struct CaseInsensitiveLess {
     using is_transparent = void;
@@ -24,6 +38,10 @@ struct ServiceRequest {
     ServiceHeaders headers {};
     std::string body {};
     double receivedAt = 0; ///< seconds since 1970
+
+    std::string_view path() const;
+    /// All values of a header, so that one sent twice is seen as what it is; empty without one.
+    std::string header(std::string_view name) const;
 };
 
 enum class Ending {
@@ -40,5 +58,9 @@ struct ServiceAnswer {
     double delaySeconds = 0;
     Ending ending = Ending::Normal;
 };
+
+ServiceAnswer jsonAnswer(int status, std::string body);
+/// With the message as the "error" of a JSON object.
+ServiceAnswer errorAnswer(int status, std::string_view message);
 
 } // namespace lumora

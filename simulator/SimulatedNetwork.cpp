@@ -41,6 +41,14 @@ HTTPExchangeAnswer received(const ServiceAnswer& answer)
 
 } // namespace
 
+/// Path and query as the service sees them; empty for a foreign address.
+std::string DirectTransport::targetOf(const std::string& url) const
+{
+    if (url.starts_with(m_configurationURL))
+        return std::string { ConfigurationService::apiPath } + url.substr(m_configurationURL.size());
+    return url.starts_with(m_collectorURL + "/") ? url.substr(m_collectorURL.size()) : "";
+}
+
 void DirectTransport::start(HTTPExchangeRequest request, Completion completion)
 {
     if (m_stopped)
@@ -49,21 +57,21 @@ void DirectTransport::start(HTTPExchangeRequest request, Completion completion)
     auto finish = [&queue, completion](double delay, HTTPExchangeAnswer answer) {
         queue.asyncAfter(delay, [completion, answer = std::move(answer)] { completion(answer); });
     };
-    if (!request.url.starts_with(m_baseURL))
+    std::string target = targetOf(request.url);
+    if (target.empty())
         return finish(
             latency, failure(NSURLErrorCannotFindHost, "a server with that name could not be found"));
 
     // The request reaches the service half-way; what happens to the answer is decided there and then.
-    queue.asyncAfter(latency, [this, request = std::move(request), finish] {
+    queue.asyncAfter(latency, [this, request = std::move(request), target = std::move(target), finish] {
         if (m_away)
             return finish(0, failure(NSURLErrorCannotConnectToHost, "could not connect to the server"));
-        ServiceRequest incoming { request.method,
-            std::string { ConfigurationService::apiPath } + request.url.substr(m_baseURL.size()) };
+        ServiceRequest incoming { request.method, target };
         for (const auto& [name, value] : request.headers)
             incoming.headers.emplace(name, value);
         incoming.body = request.body;
         incoming.receivedAt = Process::current().now();
-        const ServiceAnswer answer = m_service.handle(incoming);
+        const ServiceAnswer answer = m_services.handle(incoming);
         if (answer.delaySeconds + 2 * latency >= request.timeout)
             return finish(request.timeout - latency, failure(NSURLErrorTimedOut, "the request timed out"));
         finish(answer.delaySeconds + latency, received(answer));

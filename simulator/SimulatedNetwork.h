@@ -1,6 +1,6 @@
 #pragma once
 
-#include "devservice/ConfigurationService.h"
+#include "devservice/LocalServices.h"
 #include "platform/foundation/HTTPTransport.h"
 #include "platform/systemconfiguration/NetworkPath.h"
 
@@ -22,26 +22,32 @@ private:
     std::atomic<uint32_t> m_flags { kSCNetworkReachabilityFlagsReachable };
 };
 
-/// Brings exchanges to a service in the same program, in the time of the process that started them: `latency`
-/// seconds each way, time-outs, refused connections and the service's faults included. Deterministic under
-/// the virtual clock. The service must outlive it.
+/// Brings what is meant for the services' addresses to their stand-ins in the same program, in the time of
+/// the process that started it: `latency` seconds each way, time-outs, refused connections and planned faults
+/// included. Deterministic under the virtual clock. The services must outlive it.
 class DirectTransport final : public HTTPTransport {
 public:
     static constexpr double latency = 0.02;
 
-    DirectTransport(ConfigurationService& service, std::string baseURL)
-        : m_service(service)
-        , m_baseURL(std::move(baseURL))
+    /// The base addresses as the services' clients have them: the one ends in "/api/v1/", the other in no
+    /// slash.
+    DirectTransport(LocalServices& services, std::string configurationURL, std::string collectorURL)
+        : m_services(services)
+        , m_configurationURL(std::move(configurationURL))
+        , m_collectorURL(std::move(collectorURL))
     {
     }
     void start(HTTPExchangeRequest request, Completion completion) override;
     void stop() override { m_stopped = true; }
-    /// A service that is away refuses connections.
+    /// Services that are away refuse connections.
     void setServiceAway(bool away) { m_away = away; }
 
 private:
-    ConfigurationService& m_service;
-    std::string m_baseURL;
+    std::string targetOf(const std::string& url) const;
+
+    LocalServices& m_services;
+    std::string m_configurationURL;
+    std::string m_collectorURL;
     std::atomic<bool> m_stopped { false };
     std::atomic<bool> m_away { false };
 };

@@ -1,11 +1,14 @@
-// The main job from end to end: an interstitial and two networks' banners are shown, get their report button,
-// are reported, and the reports arrive; then one ad of every network and format; then the service goes away,
-// an ad is reported all the same, the phone is killed, and after its restart the report arrives.
+// The main job from end to end: the library starts and its log arrives; an interstitial and two networks'
+// banners are shown, get their report button, are reported, and the reports arrive; then one ad of every
+// network and format; then the service goes away, an ad is reported all the same, the phone is killed, and
+// after its restart the report arrives.
 
 #include "apps/demo/AllNetworks.h"
 #include "apps/demo/HostApp.h"
 #include "apps/demo/Story.h"
+#include "devservice/LocalServices.h"
 #include "devservice/LoopbackServer.h"
+#include "lumora/LMLogManager.h"
 #include "lumora/Lumora.h"
 #include "platform/foundation/NSFileManager.h"
 #include "platform/foundation/NSJSONSerialization.h"
@@ -33,6 +36,7 @@ namespace {
 constexpr const char* hostKey = "demo-key-of-the-daily-tide-0001";
 // Seconds anything may take before it counts as not happening.
 constexpr double patience = 20;
+constexpr int64_t timeBetweenLogs = 2; // seconds
 
 struct Arguments {
     bool virtualTime { false };
@@ -58,6 +62,7 @@ private:
     Ad moPub(const std::filesystem::path& creative, const std::string& reason, const std::string& creativeId);
     Ad adMob(const std::filesystem::path& creative, const std::string& reason, const std::string& creativeId);
     void startLibrary();
+    void receiveLog();
     std::shared_ptr<TDReportButtonView> showAd(const Ad& ad);
     bool reportAd(const Ad& ad, const std::shared_ptr<TDReportButtonView>& button);
     void checkReport(const Ad& ad, const Arrival& report);
@@ -69,7 +74,8 @@ private:
     void setServiceAway(bool away);
 
     Arguments m_arguments;
-    ConfigurationService m_service;
+    LocalServices m_services;
+    ConfigurationService& m_service;
     LoopbackServer m_server;
     std::weak_ptr<DirectTransport> m_direct;
     bool m_away { false };
@@ -80,8 +86,9 @@ private:
 
 Demo::Demo(const Arguments& arguments)
     : m_arguments(arguments)
-    , m_service(hostKey)
-    , m_server(m_service)
+    , m_services(hostKey)
+    , m_service(m_services.configuration())
+    , m_server(m_services)
 {
     m_service.setRecord(
         R"({"active": true, "ttlConfig": 3600, "buttonTap": "single", "retryAfter": 300, "retryLimit": 5,
@@ -98,8 +105,10 @@ Demo::Demo(const Arguments& arguments)
     const std::string address = TDAPI::getURLWithType(TDAPI::EndpointType::Configuration);
     options.makeTransport = [this, address]() -> std::shared_ptr<HTTPTransport> {
         if (!m_arguments.virtualTime)
-            return std::make_shared<RoutedTransport>(makeCurlTransport(), address, m_server.baseURL());
-        auto direct = std::make_shared<DirectTransport>(m_service, address);
+            return std::make_shared<RoutedTransport>(std::make_unique<RoutedTransport>(makeCurlTransport(),
+                                                         LUMORA_COLLECTOR_SERVICE, m_server.collectorURL()),
+                address, m_server.configurationURL());
+        auto direct = std::make_shared<DirectTransport>(m_services, address, LUMORA_COLLECTOR_SERVICE);
         direct->setServiceAway(m_away);
         m_direct = direct;
         return direct;
@@ -155,14 +164,23 @@ void Demo::startLibrary()
 {
     m_app = std::make_unique<HostApp>(m_phone->content());
     const size_t fetchesBefore = m_service.configurationFetches().size();
+    LMLogManager::sharedInstance().setLoggingTTL(timeBetweenLogs);
     Lumora::initiateTrackerWithKey(hostKey);
-    m_story->tell("the host calls initiateTrackerWithKey");
+    m_story->tell("the host switches the log file on and calls initiateTrackerWithKey");
     m_story->expect(
         m_phone->waitUntil([&] { return m_service.configurationFetches().size() > fetchesBefore; }, patience)
             && m_service.configurationFetches().back().status == 200,
         "the configuration is fetched with the host's key");
     // The answer is on its way back.
     m_phone->wait(0.2);
+}
+
+void Demo::receiveLog()
+{
+    CollectorService& collector = m_services.collector();
+    const bool arrived = m_phone->waitUntil([&] { return !collector.logs().empty(); }, patience);
+    if (m_story->expect(arrived, "the log file arrives at the collector"))
+        m_story->document("log.txt", collector.logs().front().body);
 }
 
 std::shared_ptr<TDReportButtonView> Demo::showAd(const Ad& ad)
@@ -356,9 +374,10 @@ void Demo::restartAndDeliver(const Ad& ad)
 int Demo::run()
 {
     m_story->chapter("The phone boots");
-    m_story->tell(m_arguments.virtualTime ? "the service answers in process, under the virtual clock"
-                                          : "the service answers at " + m_server.baseURL());
+    m_story->tell(m_arguments.virtualTime ? "the services answer in process, under the virtual clock"
+                                          : "the services answer at " + m_server.collectorURL());
     startLibrary();
+    receiveLog();
     m_story->picture(m_phone->screen(), "boot");
     reportInterstitial();
     const auto& creatives = m_arguments.creatives;

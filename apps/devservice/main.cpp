@@ -1,4 +1,4 @@
-#include "devservice/ConfigurationService.h"
+#include "devservice/LocalServices.h"
 #include "devservice/LoopbackServer.h"
 
 #include <charconv>
@@ -13,17 +13,22 @@
 namespace {
 
 constexpr std::string_view usage = R"(devservice [--port N] [--key KEY] [--database FILE] [--record FILE]
+           [--collector-key KEY]
 
-Runs the configuration service on 127.0.0.1 until it is interrupted.
-  --port N         the port; any free one without it
-  --key KEY        the bearer key that is let in; "demo-key" without it
-  --database FILE  where arrivals are kept; in memory without it
-  --record FILE    the configuration record, a JSON object
-Prints the port on a line of its own, then where to look. To change it while it runs:
+Plays the configuration service and the collector on 127.0.0.1 until it is interrupted.
+  --port N             the port; any free one without it
+  --key KEY            the bearer key that the configuration service lets in; "demo-key" without it
+  --database FILE      where arrivals are kept; in memory without it
+  --record FILE        the configuration record, a JSON object
+  --collector-key KEY  the key that the collector asks for, without "Bearer"; none without it
+Prints the port on a line of its own, then the services' base addresses and the page to look at.
+To change it while it runs:
   curl 127.0.0.1:PORT/control -d '{"record": {"active": true, "ttlConfig": 30}, "cacheControl": "max-age=60",
-    "key": "other", "clearFaults": true, "faults": [{"path": "/api/v1/ad", "times": 2, "status": 500, "delay": 1.5}]}'
-A fault may have: path, times (null: until cleared), status, delay (seconds), body, garbage (true),
-ending ("closeWithoutAnswer", "closeMidBody").
+    "key": "other", "collectorKey": "", "clearFaults": true,
+    "faults": [{"path": "/api/v1/ad", "times": 2, "status": 500, "delay": 1.5}, {"path": "/ads/ios/*", "status": 207,
+      "body": "{\"data\": [{\"status\": 404, \"phash\": \"ff00\"}]}"}]}'
+A fault may have: path ("*" for any bundle identifier or kind of event), times (null: until cleared),
+status, delay (seconds), body, garbage (true), ending ("closeWithoutAnswer", "closeMidBody").
 )";
 
 struct Options {
@@ -31,6 +36,7 @@ struct Options {
     std::string key = "demo-key";
     std::string database = ":memory:";
     std::string recordFile;
+    std::string collectorKey;
 };
 
 uint16_t portIn(std::string_view text)
@@ -58,6 +64,8 @@ Options optionsIn(int count, char** arguments)
             options.database = value;
         else if (name == "--record")
             options.recordFile = value;
+        else if (name == "--collector-key")
+            options.collectorKey = value;
         else
             throw std::invalid_argument("unknown option " + std::string(name));
     }
@@ -82,13 +90,14 @@ void serve(const Options& options)
     sigaddset(&endings, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &endings, nullptr);
 
-    lumora::ConfigurationService service(options.key, options.database);
+    lumora::LocalServices services(options.key, options.database);
     if (!options.recordFile.empty())
-        service.setRecord(contentsOf(options.recordFile));
-    lumora::LoopbackServer server(service, options.port);
+        services.configuration().setRecord(contentsOf(options.recordFile));
+    services.collector().setAcceptedKey(options.collectorKey);
+    lumora::LoopbackServer server(services, options.port);
     server.start();
-    std::cout << server.port() << "\nservice " << server.baseURL()
-              << "\npage    http://127.0.0.1:" << server.port() << "/" << std::endl;
+    std::cout << server.port() << "\nconfiguration " << server.configurationURL() << "\ncollector     "
+              << server.collectorURL() << "\npage          " << server.collectorURL() << "/" << std::endl;
     int ending = 0;
     sigwait(&endings, &ending);
 }

@@ -1,7 +1,7 @@
 // Pictures of the report button in every state and form and of every report screen, on screens and ads of
 // many sizes: gallery FOLDER writes button-states.png, screens.png and screen-sizes.png there.
 
-#include "devservice/ConfigurationService.h"
+#include "devservice/LocalServices.h"
 #include "interception/TDMetadataClassProtocol.h"
 #include "lumora/LMReportButtonHelper.h"
 #include "lumora/Lumora.h"
@@ -50,10 +50,10 @@ UIImage cut(const UIImage& whole, const CGRect& part)
 class Stage {
 public:
     Stage(CGSize screen, bool firstLaunch)
-        : m_service(hostKey)
-        , m_phone(optionsFor(screen, m_service))
+        : m_services(hostKey)
+        , m_phone(optionsFor(screen, m_services))
     {
-        m_service.setRecord(R"({"active": true, "ttlConfig": 3600, "buttonTap": "single"})");
+        m_services.configuration().setRecord(R"({"active": true, "ttlConfig": 3600, "buttonTap": "single"})");
         Lumora::initiateTrackerWithKey(hostKey);
         wait(0.1);
         m_phone.content().setBackgroundColor(UIColor { 0.8, 0.83, 0.88, 1 });
@@ -89,19 +89,19 @@ public:
     UIImage screen(const CGRect& part) { return cut(m_phone.screen(), part); }
 
 private:
-    static Phone::Options optionsFor(CGSize screen, ConfigurationService& service)
+    static Phone::Options optionsFor(CGSize screen, LocalServices& services)
     {
         Phone::Options options;
         const bool notched = screen.height > 2 * screen.width;
         options.screen = { screen.width, screen.height, 2, notched ? 44.0 : 0, notched ? 34.0 : 0 };
-        options.makeTransport = [&service] {
-            return std::make_shared<DirectTransport>(
-                service, TDAPI::getURLWithType(TDAPI::EndpointType::Configuration));
+        options.makeTransport = [&services] {
+            return std::make_shared<DirectTransport>(services,
+                TDAPI::getURLWithType(TDAPI::EndpointType::Configuration), LUMORA_COLLECTOR_SERVICE);
         };
         return options;
     }
 
-    ConfigurationService m_service;
+    LocalServices m_services;
     // The ad goes before its phone.
     Phone m_phone;
     std::shared_ptr<UIView> m_ad;

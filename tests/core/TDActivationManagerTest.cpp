@@ -209,7 +209,7 @@ TEST(TDActivationManagerTest, AnErrorStatusIsAnInactiveRecordWithTheHeadersTimeT
 {
     World world;
     world.service.setCacheControl("max-age=600, public");
-    world.service.addFault({ .status = 500 });
+    world.services.addFault({ .status = 500 });
     world.start();
     const auto config = TDActivationManager::sharedInstance().getConfig();
     EXPECT_FALSE(config->active().boolValue());

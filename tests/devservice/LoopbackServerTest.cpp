@@ -1,6 +1,6 @@
 #include "devservice/LoopbackServer.h"
 
-#include "devservice/ConfigurationService.h"
+#include "devservice/LocalServices.h"
 
 #include <curl/curl.h>
 #include <gtest/gtest.h>
@@ -73,11 +73,12 @@ class LoopbackServerTest : public testing::Test {
 protected:
     LoopbackServerTest() { server.start(); }
 
-    std::string config() const { return server.baseURL() + "sdk/config"; }
-    std::string ad() const { return server.baseURL() + "ad"; }
+    std::string config() const { return server.configurationURL() + "sdk/config"; }
+    std::string ad() const { return server.configurationURL() + "ad"; }
 
-    ConfigurationService service { "key" };
-    LoopbackServer server { service };
+    LocalServices services { "key" };
+    ConfigurationService& service { services.configuration() };
+    LoopbackServer server { services };
     Client client;
 };
 
@@ -113,7 +114,7 @@ TEST_F(LoopbackServerTest, FaultsAreWhatAClientSees)
     client.set(CURLOPT_TIMEOUT_MS, 500L);
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        service.addFault(row.fault);
+        services.addFault(row.fault);
         EXPECT_EQ(client.get(config()), row.outcome);
         EXPECT_EQ(client.status(), row.status);
         EXPECT_EQ(client.body(), row.body);
@@ -122,7 +123,7 @@ TEST_F(LoopbackServerTest, FaultsAreWhatAClientSees)
 
 TEST_F(LoopbackServerTest, DelayedAnswerHoldsNobodyElseUp)
 {
-    service.addFault({ .delaySeconds = 3000 });
+    services.addFault({ .delaySeconds = 3000 });
     Client waiting;
     waiting.set(CURLOPT_TIMEOUT_MS, 100L);
     EXPECT_EQ(waiting.get(config()), CURLE_OPERATION_TIMEDOUT);
@@ -140,7 +141,7 @@ TEST_F(LoopbackServerTest, GoesAwayAndComesBackOnTheSamePort)
         EXPECT_EQ(config(), url);
         EXPECT_EQ(client.get(url), CURLE_OK);
     }
-    LoopbackServer second(service, server.port());
+    LoopbackServer second(services, server.port());
     EXPECT_THROW(second.start(), std::system_error);
 }
 

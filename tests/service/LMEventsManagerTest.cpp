@@ -138,7 +138,7 @@ TEST(LMEventsManagerTest, TheBudgetIsOneForAllAndSpentToTheTick)
         = R"({"active": true, "ttlConfig": 100000, "retryAfter": 10, "retryLimit": 2})" } };
     const double start = world.phone.process().now();
     world.start();
-    world.service.addFault(
+    world.services.addFault(
         { .path = reportPath, .times = std::nullopt, .ending = Ending::CloseWithoutAnswer });
     for (const char* type : { "a", "b" })
         LMEventsManager::shared().handleEvent(eventOf(type), nullptr);
@@ -178,8 +178,8 @@ TEST(LMEventsManagerTest, TheAnswerToAnEarlierEventLeavesTheLaterOne)
         event->setTs(7);
         LMEventsManager::shared().handleEventAsPending(event, adView.get());
     }
-    world.service.addFault({ .path = reportPath, .status = 200 });
-    world.service.addFault({ .path = reportPath, .ending = Ending::CloseWithoutAnswer });
+    world.services.addFault({ .path = reportPath, .status = 200 });
+    world.services.addFault({ .path = reportPath, .ending = Ending::CloseWithoutAnswer });
     const auto filler = make<Filler>();
     filler->setAdObject(adView);
     LMEventsManager::shared().checkProcessorForPendingEvents(*filler);
@@ -209,7 +209,7 @@ TEST(LMEventsManagerTest, WithoutNetworkAPassSpendsNothing)
 TEST(LMEventsManagerTest, TimersWithAndWithoutAConfiguration)
 {
     World world { { .record = R"({"active": true, "ttlConfig": 100000, "retryAfter": 42})" } };
-    world.service.addFault({ .delaySeconds = 7 });
+    world.services.addFault({ .delaySeconds = 7 });
     world.start();
     LMEventsManager::shared().handleEvent(eventOf("early"), nullptr);
     EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 5, 0.1);

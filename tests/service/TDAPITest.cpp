@@ -55,7 +55,7 @@ TEST(TDAPITest, BodiesThatAreNoRecordAddNothing)
     for (const char* body : { "not json", "[1,2]", "\"text\"", "", "{\"active\":", "\xff\xfe" }) {
         World world;
         world.service.setCacheControl("max-age=77");
-        world.service.addFault({ .body = body });
+        world.services.addFault({ .body = body });
         world.start();
         const auto config = TDActivationManager::sharedInstance().getConfig();
         ASSERT_TRUE(config) << body;
@@ -81,7 +81,7 @@ TEST(TDAPITest, ASlowAnswerIsWaitedForUpToFifteenSeconds)
 {
     World world;
     TDAPI::setNewAuthKey(tests::validKey);
-    world.service.addFault({ .delaySeconds = 14.5 });
+    world.services.addFault({ .delaySeconds = 14.5 });
     bool failed = false;
     std::shared_ptr<TDConfig> config;
     bool onMain = true;
@@ -103,7 +103,7 @@ TEST(TDAPITest, OnlyTwoHundredLetsTheBodyIn)
     for (int status : { 304, 404, 500 }) {
         World world { { .record = R"({"active": true, "ttlConfig": 5})" } };
         world.service.setCacheControl("no-cache");
-        world.service.addFault({ .status = status });
+        world.services.addFault({ .status = status });
         world.start();
         const auto config = TDActivationManager::sharedInstance().getConfig();
         EXPECT_FALSE(config->active().boolValue()) << status;
@@ -135,7 +135,7 @@ TEST(TDAPITest, TransportErrorsAreFailures)
     };
     for (const Fault& fault : faults) {
         World world;
-        world.service.addFault(fault);
+        world.services.addFault(fault);
         std::optional<NSError> error;
         TDAPI::activateTindalWithCompletion(
             [](const auto&) { ADD_FAILURE(); }, [&](const NSError& failed) { error = failed; });
@@ -190,7 +190,7 @@ TEST(TDAPITest, AnyStatusIsDelivered)
 {
     World world;
     TDAPI::setNewAuthKey(tests::validKey);
-    world.service.addFault({ .status = 500 });
+    world.services.addFault({ .status = 500 });
     int delivered = 0;
     TDAPI::sendReport(
         {}, [&](bool success, const NSDictionary&) { delivered += success ? 1 : 0; }, nullptr);

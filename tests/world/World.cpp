@@ -8,8 +8,8 @@ Phone::Options World::phoneOptions(World& world, const Options& options)
 {
     Phone::Options phone;
     phone.makeTransport = [&world] {
-        auto transport = std::make_shared<DirectTransport>(
-            world.service, TDAPI::getURLWithType(TDAPI::EndpointType::Configuration));
+        auto transport = std::make_shared<DirectTransport>(world.services,
+            TDAPI::getURLWithType(TDAPI::EndpointType::Configuration), LUMORA_COLLECTOR_SERVICE);
         transport->setServiceAway(world.m_away);
         world.m_transport = transport;
         return transport;
@@ -24,7 +24,7 @@ Phone::Options World::phoneOptions(World& world, const Options& options)
 }
 
 World::World(const Options& options)
-    : service(validKey)
+    : services(validKey)
     , phone(phoneOptions(*this, options))
 {
     service.setRecord(options.record);
@@ -58,7 +58,7 @@ std::shared_ptr<UIView> World::onScreen(const std::shared_ptr<UIView>& banner)
 
 std::shared_ptr<UIView> World::showMoPub(const MoPubStandIn::Creative& creative)
 {
-    const auto banner = onScreen(MoPubStandIn::makeBanner(creative.size));
+    auto banner = onScreen(MoPubStandIn::makeBanner(creative.size));
     MoPubStandIn::load(*banner, creative);
     phone.wait(1.1);
     return banner;
@@ -66,7 +66,7 @@ std::shared_ptr<UIView> World::showMoPub(const MoPubStandIn::Creative& creative)
 
 std::shared_ptr<UIView> World::showAdMob(const GoogleStandIn::Creative& creative)
 {
-    const auto banner = onScreen(GoogleStandIn::makeBanner(creative.size));
+    auto banner = onScreen(GoogleStandIn::makeBanner(creative.size));
     GoogleStandIn::load(*banner, creative);
     phone.wait(1.1);
     return banner;

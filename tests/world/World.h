@@ -1,6 +1,6 @@
 #pragma once
 
-#include "devservice/ConfigurationService.h"
+#include "devservice/LocalServices.h"
 #include "lumora/Lumora.h"
 #include "platform/dispatch/VirtualExecutor.h"
 #include "platform/foundation/NSJSONSerialization.h"
@@ -19,7 +19,7 @@ namespace lumora::tests {
 
 inline constexpr const char* validKey = "a-key-of-exactly-thirty-chars!";
 
-/// A configuration service and a phone with both networks' SDKs, under the virtual clock.
+/// Both services and a phone with both networks' SDKs, under the virtual clock.
 class World {
 public:
     struct Options {
@@ -57,7 +57,8 @@ private:
 
 public:
     // The phone comes last and goes first: it talks to all of the others.
-    ConfigurationService service;
+    LocalServices services;
+    ConfigurationService& service { services.configuration() };
     Phone phone;
 };
 
