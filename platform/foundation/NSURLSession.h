@@ -95,7 +95,7 @@ public:
     /// Completed from just before the completion is called, or when the process stops.
     State state() const;
     /// Completes with NSURLErrorCancelled, whatever arrives after this call; nothing when it is too late, or
-    /// done already. The request may reach the server all the same: the transport does not break off.
+    /// done already. The transport is told to break off, but the request may reach the server all the same.
     void cancel();
 
 private:

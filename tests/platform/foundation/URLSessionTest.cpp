@@ -168,6 +168,23 @@ TEST_F(URLSession, DropsWhatIsInFlightWhenTheProcessStops)
     NSURLSession::sharedSession().dataTaskWithRequest(get(silent.url), nullptr);
 }
 
+TEST_F(URLSession, BreaksOffWhatIsCancelled)
+{
+    std::atomic<size_t> pieces { 0 };
+    TinyServer server([&](size_t number) { return pieces = number, "HTTP/1.1 200 OK\r\n\r\n"; }, 1);
+    std::atomic<int64_t> code { 0 };
+    const auto task = NSURLSession::sharedSession().dataTaskWithRequest(
+        get(server.url), [&](const NSData&, const auto&, const auto& error) { code = error->code; });
+    ASSERT_TRUE(process.executor().runMainLoop(20, [&] { return pieces > 2; }));
+    task->cancel();
+    ASSERT_TRUE(process.executor().runMainLoop(20, [&] { return code != 0; }));
+    EXPECT_EQ(code, NSURLErrorCancelled);
+    server.setAnswer(TinyServer::whole("HTTP/1.1 204 No Content\r\n\r\n"));
+    NSMutableURLRequest next = get(server.url);
+    next.timeoutInterval = 20;
+    EXPECT_TRUE(fetch(next).response) << "the server takes one connection after the other";
+}
+
 TEST(URLSessionOverAHeldTransport, CompletesOnItsOwnQueueOnce)
 {
     test::TemporaryFolder home;
