@@ -79,8 +79,7 @@ protected:
     std::vector<std::string> logged()
     {
         const auto lines = world.phone.console().lines();
-        const std::vector<std::string> fresh(
-            lines.begin() + static_cast<std::ptrdiff_t>(m_read), lines.end());
+        std::vector<std::string> fresh(lines.begin() + static_cast<std::ptrdiff_t>(m_read), lines.end());
         m_read = lines.size();
         return fresh;
     }
