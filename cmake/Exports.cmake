@@ -22,6 +22,8 @@ set(lumora_exported_names
     lowercased newUUIDString numberFromText parseURL prefixOfUTF16Length propertyListWithData referenceTo referencedIndex removeFile
     repairedUTF8 replaceFile saturatingInt32 saturatingInteger stringWithFormat textOfUUID timeIntervalSince1970Now trimmed
     unarchiveObjectWithData utf16Length writeToFile
+    # platform/security
+    CCCrypt CC_MD5 arc4random_uniform
     # platform/uikit, platform/quartzcore, platform/coregraphics, platform/webkit
     GestureArena HTMLTokenizer LayoutPass LayoutSolver PageEngine WebEngine WebEngineClient decodedHTML drawViewHierarchy
     interpolated linkAtPoint loadNibNamed makeBitmapContext makeWebEngine measureText paintHTML renderLayer setWebEngineFactory

@@ -7,8 +7,8 @@
 #include "platform/foundation/NSString.h"
 #include "platform/process/AtomicProperty.h"
 #include "platform/process/ProcessLocal.h"
-#include "platform/uikit/UIDevice.h"
 #include "service/ServiceConfiguration.h"
+#include "service/ServiceRequests.h"
 #include "support/Guarded.h"
 
 namespace lumora {
@@ -22,19 +22,12 @@ ProcessLocal<AtomicProperty<std::optional<std::string>>> s_authKey;
 
 NSDictionary deviceFields()
 {
-    return {
-        { "uuid", lowercased(TDDeviceInformation::getUUID()) },
-        { "idfa", ASIdentifierManager::advertisingIdentifier().value_or("") },
-        { "model", TDDeviceInformation::getDeviceName() },
-        { "os", "ios" },
-        { "osVersion", TDDeviceInformation::getOSVersion() },
-        { "cellNetwork", TDDeviceInformation::getCarrierName() },
-        { "connection", TDDeviceInformation::getConnectionType() },
-        { "bundleId", TDDeviceInformation::getBundleID() },
-        { "appVersion", TDDeviceInformation::getAppVersion() },
-        { "buildNumber", TDDeviceInformation::getBuildNumber() },
-        { "lmVersion", TDDeviceInformation::getLMVersion() },
-    };
+    NSDictionary fields = commonDeviceFields();
+    fields.set("uuid", lowercased(TDDeviceInformation::getUUID()));
+    fields.set("os", "ios");
+    fields.set("connection", TDDeviceInformation::getConnectionType());
+    fields.set("lmVersion", TDDeviceInformation::getLMVersion());
+    return fields;
 }
 
 using EndpointType = TDAPI::EndpointType;
@@ -104,12 +97,7 @@ std::string TDAPI::getBearer()
 
 NSMutableURLRequest TDAPI::createURLRequestWithURL(const std::string& url, const std::string& andMethod)
 {
-    NSMutableURLRequest request;
-    request.url = url;
-    request.httpMethod = andMethod;
-    request.timeoutInterval = 15.0;
-    request.cachePolicy = NSMutableURLRequest::CachePolicy::ReloadIgnoringLocalCacheData;
-    request.addValue("application/json", "Content-Type");
+    NSMutableURLRequest request = jsonRequest(url, andMethod);
     request.addValue(getBearer(), "Authorization");
     return request;
 }

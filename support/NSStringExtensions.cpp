@@ -2,6 +2,7 @@
 
 #include "platform/foundation/NSRegularExpression.h"
 #include "platform/foundation/NSString.h"
+#include "platform/security/CommonDigest.h"
 
 #include <array>
 
@@ -153,6 +154,18 @@ std::optional<std::vector<std::string>> getAllURLs(std::string_view text)
     for (const std::string_view link : linksInText(text))
         urls.push_back(withoutScheme(link));
     return urls.empty() ? std::nullopt : std::optional(std::move(urls));
+}
+
+std::optional<std::string> md5(std::string_view text)
+{
+    std::array<unsigned char, CC_MD5_DIGEST_LENGTH> digest {};
+    if (!CC_MD5(text.data(), text.size(), digest.data()))
+        return std::nullopt;
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string hex;
+    for (const unsigned char byte : digest)
+        hex.append(1, digits[byte >> 4]).append(1, digits[byte & 15]);
+    return hex;
 }
 
 } // namespace lumora

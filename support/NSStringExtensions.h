@@ -21,4 +21,10 @@ std::optional<std::vector<std::string>> getAllURLs(std::string_view text);
 /// The same links as they stand in the text, which must outlive them.
 std::vector<std::string_view> linksInText(std::string_view text);
 
+// NSString (MD5)
+
+/// The MD5 digest of the text's bytes as 32 hexadecimal digits in lower case; nothing where the system makes
+/// none.
+std::optional<std::string> md5(std::string_view text);
+
 } // namespace lumora

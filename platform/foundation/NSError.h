@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/objc/Object.h"
+
 #include <cstdint>
 #include <string>
 
@@ -9,6 +11,20 @@ struct NSError {
     std::string domain;
     int64_t code { 0 };
     std::string localizedDescription;
+};
+
+/// An error as an object, for what takes or keeps objects. Any thread.
+class NSErrorObject final : public NSObject {
+public:
+    static const ClassDescription& classDescription();
+    static std::shared_ptr<NSErrorObject> of(NSError error);
+
+    const NSError& error() const { return m_error; }
+    /// Domain, code and text in the platform's words.
+    std::string description() const override;
+
+private:
+    NSError m_error;
 };
 
 inline constexpr const char* NSURLErrorDomain = "NSURLErrorDomain";

@@ -25,29 +25,22 @@ std::optional<NSError> refusal(const std::string& url)
     return std::nullopt;
 }
 
-struct DataTask {
-    std::shared_ptr<DispatchQueue> queue;
-    NSURLSession::Completion completion;
-    std::string url;
-    size_t longestBody;
-};
-
-void finish(DataTask& task, HTTPExchangeAnswer answer)
-{
-    // Whatever the transport was.
-    if (answer.body.size() > task.longestBody) {
-        answer.body = {};
-        answer.bodyIsLeftOut = true;
-    }
-    if (answer.error.empty())
-        task.completion(NSData::fromText(answer.body),
-            NSHTTPURLResponse { task.url, answer.status, std::move(answer.headers), answer.bodyIsLeftOut },
-            std::nullopt);
-    else
-        task.completion({}, std::nullopt, urlError(answer.errorCode, std::move(answer.error)));
-}
-
 } // namespace
+
+const ClassDescription& NSHTTPURLResponseObject::classDescription()
+{
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<NSHTTPURLResponseObject, NSObject>("NSHTTPURLResponse"));
+    return description;
+}
+static const RegisteredClass registered { &NSHTTPURLResponseObject::classDescription };
+
+std::shared_ptr<NSHTTPURLResponseObject> NSHTTPURLResponseObject::of(NSHTTPURLResponse response)
+{
+    auto object = make<NSHTTPURLResponseObject>();
+    object->m_response = std::move(response);
+    return object;
+}
 
 NSURLSession& NSURLSession::sharedSession()
 {
@@ -60,38 +53,130 @@ NSURLSession::NSURLSession()
 {
 }
 
-void NSURLSession::dataTaskWithRequest(NSMutableURLRequest request, Completion completion)
+/// What the transport and the session's queue hand to each other. Its completion is called, and what that
+/// holds let go, on the queue.
+class NSURLSessionDataTask::Exchange {
+public:
+    Exchange(NSURLSession::Completion completion, std::string url, size_t longestBody)
+        : m_url(std::move(url))
+        , m_longestBody(longestBody)
+        , m_completion(std::move(completion))
+    {
+    }
+
+    State state() const
+    {
+        Locker hold(m_lock);
+        return m_state;
+    }
+    /// False when it is too late.
+    bool beginCancelling()
+    {
+        Locker hold(m_lock);
+        const bool isRunning = m_state == State::Running;
+        if (isRunning) {
+            m_state = State::Canceling;
+            *m_isCancelled = true;
+        }
+        return isRunning;
+    }
+    /// For the transport.
+    std::shared_ptr<const std::atomic<bool>> isCancelled() const { return m_isCancelled; }
+    void finish(HTTPExchangeAnswer answer);
+    void fail(const NSError& error) { complete(State::Running, {}, std::nullopt, error); }
+    void finishCancelling()
+    {
+        complete(State::Canceling, {}, std::nullopt, urlError(NSURLErrorCancelled, "cancelled"));
+    }
+
+private:
+    /// Does nothing when the exchange is in another state: what was cancelled takes no late answer.
+    void complete(State from, const NSData& body, const std::optional<NSHTTPURLResponse>& response,
+        const std::optional<NSError>& error)
+    {
+        NSURLSession::Completion completion;
+        {
+            Locker hold(m_lock);
+            if (m_state != from)
+                return;
+            m_state = State::Completed;
+            completion.swap(m_completion);
+        }
+        completion(body, response, error);
+    }
+
+    const std::string m_url;
+    const size_t m_longestBody;
+    const std::shared_ptr<std::atomic<bool>> m_isCancelled { std::make_shared<std::atomic<bool>>(false) };
+    mutable Lock m_lock;
+    State m_state LUMORA_GUARDED_BY(m_lock) { State::Running };
+    NSURLSession::Completion m_completion LUMORA_GUARDED_BY(m_lock);
+};
+
+void NSURLSessionDataTask::Exchange::finish(HTTPExchangeAnswer answer)
 {
+    if (!answer.error.empty())
+        return fail(urlError(answer.errorCode, std::move(answer.error)));
+    // Whatever the transport was.
+    if (answer.body.size() > m_longestBody) {
+        answer.body = {};
+        answer.bodyIsLeftOut = true;
+    }
+    complete(State::Running, NSData::fromText(answer.body),
+        NSHTTPURLResponse { m_url, answer.status, std::move(answer.headers), answer.bodyIsLeftOut },
+        std::nullopt);
+}
+
+NSURLSessionDataTask::State NSURLSessionDataTask::state() const
+{
+    const std::shared_ptr<Exchange> exchange = m_exchange.lock();
+    return exchange ? exchange->state() : State::Completed;
+}
+
+void NSURLSessionDataTask::cancel()
+{
+    std::shared_ptr<Exchange> exchange = m_exchange.lock();
+    const std::shared_ptr<DispatchQueue> queue = m_queue.lock();
+    if (exchange && queue && exchange->beginCancelling())
+        queue->async([exchange = std::move(exchange)] { exchange->finishCancelling(); });
+}
+
+std::shared_ptr<NSURLSessionDataTask> NSURLSession::dataTaskWithRequest(
+    NSMutableURLRequest request, Completion completion)
+{
+    using Exchange = NSURLSessionDataTask::Exchange;
+    std::shared_ptr<NSURLSessionDataTask> task(new NSURLSessionDataTask(++m_tasks, request));
     if (!completion) {
         completion
             = [](const NSData&, const std::optional<NSHTTPURLResponse>&, const std::optional<NSError>&) {};
         request.longestBody = 0;
     }
+    auto running = std::make_shared<Exchange>(std::move(completion), request.url, request.longestBody);
+    task->m_exchange = running;
+    task->m_queue = m_queue;
     if (std::optional<NSError> error = refusal(request.url)) {
-        m_queue->async([completion = std::move(completion), error = std::move(error)] {
-            completion({}, std::nullopt, error);
-        });
-        return;
+        m_queue->async([running = std::move(running), error = *std::move(error)] { running->fail(error); });
+        return task;
     }
 
     HTTPExchangeRequest exchange;
-    exchange.url = request.url;
+    exchange.url = std::move(request.url);
     exchange.method = std::move(request.httpMethod);
     exchange.headers = std::move(request.headers);
     exchange.body = std::move(request.httpBody);
     exchange.timeout = request.timeoutInterval;
     exchange.longestBody = request.longestBody;
+    exchange.isCancelled = running->isCancelled();
     // Handed on as a whole, so that what the completion holds is let go on the queue, not on the transport's
     // thread.
-    auto task = std::make_shared<DataTask>(
-        DataTask { m_queue, std::move(completion), std::move(request.url), request.longestBody });
-    auto answered = [task = std::move(task)](HTTPExchangeAnswer answer) mutable {
-        const std::shared_ptr<DispatchQueue> queue = std::move(task->queue);
-        queue->async([task = std::move(task), answer = std::move(answer)]() mutable {
-            finish(*task, std::move(answer));
+    auto answered = [queue = m_queue, running = std::move(running)](HTTPExchangeAnswer answer) mutable {
+        const std::shared_ptr<DispatchQueue> target = std::move(queue);
+        target->async([running = std::move(running), answer = std::move(answer)]() mutable {
+            running->finish(std::move(answer));
         });
     };
     Process::current().configuration().transport->start(std::move(exchange), std::move(answered));
+    return task;
 }
 
 } // namespace lumora

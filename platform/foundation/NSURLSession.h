@@ -5,7 +5,9 @@
 #include "platform/foundation/NSError.h"
 #include "platform/foundation/Value.h"
 
+#include <atomic>
 #include <functional>
+#include <memory>
 #include <optional>
 
 namespace lumora {
@@ -44,24 +46,73 @@ struct NSHTTPURLResponse {
     bool bodyIsLeftOut { false };
 };
 
+/// A response as an object, for what takes or keeps objects. Any thread.
+class NSHTTPURLResponseObject final : public NSObject {
+public:
+    static const ClassDescription& classDescription();
+    static std::shared_ptr<NSHTTPURLResponseObject> of(NSHTTPURLResponse response);
+
+    const NSHTTPURLResponse& response() const { return m_response; }
+
+private:
+    NSHTTPURLResponse m_response;
+};
+
+class NSURLSessionDataTask;
+
 /// The HTTP client of a process, over the transport of its configuration. Any thread.
 class NSURLSession {
 public:
     /// Called exactly once unless the process stops first, on the session's own serial queue, never inside
-    /// the call that started the exchange. Either a response with its body, whatever its status, or an error
-    /// in NSURLErrorDomain.
+    /// the call that started or cancelled the exchange. Either a response with its body, whatever its status,
+    /// or an error in NSURLErrorDomain.
     using Completion = std::function<void(const NSData& body,
         const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error)>;
 
     static NSURLSession& sharedSession();
 
     NSURLSession();
-    /// Starts an exchange. A text that is no URL, or none of HTTP, is an error and touches no network. No
-    /// completion: sent and forgotten, nothing of the answer is kept.
-    void dataTaskWithRequest(NSMutableURLRequest request, Completion completion);
+    /// Starts an exchange and answers its task, never null; nobody has to keep it. A text that is no URL, or
+    /// none of HTTP, is an error and touches no network. No completion: sent and forgotten, nothing of the
+    /// answer is kept.
+    std::shared_ptr<NSURLSessionDataTask> dataTaskWithRequest(
+        NSMutableURLRequest request, Completion completion);
 
 private:
     std::shared_ptr<DispatchQueue> m_queue;
+    std::atomic<size_t> m_tasks { 0 };
+};
+
+/// One exchange of a session. The exchange goes on without it, and ends without it. Any thread.
+class NSURLSessionDataTask {
+public:
+    /// A task is running from the start.
+    enum class State { Running = 0, Canceling = 2, Completed = 3 };
+
+    /// Counts the tasks of the session, from 1.
+    size_t taskIdentifier() const { return m_identifier; }
+    const NSMutableURLRequest& originalRequest() const { return m_request; }
+    /// Completed from just before the completion is called, or when the process stops.
+    State state() const;
+    /// Completes with NSURLErrorCancelled, whatever arrives after this call; nothing when it is too late, or
+    /// done already. The transport is told to break off, but the request may reach the server all the same.
+    void cancel();
+
+private:
+    friend class NSURLSession;
+    class Exchange;
+    NSURLSessionDataTask(size_t identifier, NSMutableURLRequest request)
+        : m_identifier(identifier)
+        , m_request(std::move(request))
+    {
+    }
+
+    size_t m_identifier;
+    NSMutableURLRequest m_request;
+    // Whoever carries it owns it, so what its completion holds goes with the process, however long a task is
+    // kept.
+    std::weak_ptr<Exchange> m_exchange;
+    std::weak_ptr<DispatchQueue> m_queue;
 };
 
 }

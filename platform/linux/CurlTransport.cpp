@@ -82,6 +82,7 @@ public:
 private:
     static size_t bodyArrived(char* bytes, size_t size, size_t count, void* exchange);
     static size_t headerArrived(char* bytes, size_t size, size_t count, void* exchange);
+    static int progressed(void* exchange, curl_off_t, curl_off_t, curl_off_t, curl_off_t);
     void addHeaders();
     void setMethod(CURL* easy);
     void setTimeout(CURL* easy);
@@ -160,6 +161,11 @@ CURL* Exchange::prepared()
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &headerArrived);
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
+    if (m_request.isCancelled) {
+        curl_easy_setopt(easy, CURLOPT_NOPROGRESS, 0L);
+        curl_easy_setopt(easy, CURLOPT_XFERINFOFUNCTION, &progressed);
+        curl_easy_setopt(easy, CURLOPT_XFERINFODATA, this);
+    }
     curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
     addHeaders();
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, m_headers.get());
@@ -176,6 +182,12 @@ size_t Exchange::headerArrived(char* bytes, size_t size, size_t count, void* exc
 {
     auto& collector = static_cast<Exchange*>(exchange)->m_collector;
     return collector.addHeaderLine({ bytes, size * count }) ? size * count : 0;
+}
+
+// Asked whenever something moves, in either direction.
+int Exchange::progressed(void* exchange, curl_off_t, curl_off_t, curl_off_t, curl_off_t)
+{
+    return *static_cast<Exchange*>(exchange)->m_request.isCancelled ? 1 : 0;
 }
 
 void Exchange::finish(CURLcode result)

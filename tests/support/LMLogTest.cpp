@@ -175,7 +175,7 @@ TEST(LMLogUploadTest, TheTimerUploadsAndEmptiesTheFile)
     EXPECT_EQ(sent.front().method, "POST");
     EXPECT_TRUE(sent.front().url.ends_with("/logs"));
     EXPECT_EQ(sent.front().body, "one");
-    EXPECT_EQ(*sent.front().headers.find("authorization"), "(null)");
+    EXPECT_EQ(sent.front().headers.find("Authorization"), nullptr) << "nobody set a key";
 }
 
 TEST_F(LMLogTest, OnlyTheNewestTimeToLiveGetsATimer)

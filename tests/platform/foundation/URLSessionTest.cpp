@@ -168,6 +168,23 @@ TEST_F(URLSession, DropsWhatIsInFlightWhenTheProcessStops)
     NSURLSession::sharedSession().dataTaskWithRequest(get(silent.url), nullptr);
 }
 
+TEST_F(URLSession, BreaksOffWhatIsCancelled)
+{
+    std::atomic<size_t> pieces { 0 };
+    TinyServer server([&](size_t number) { return pieces = number, "HTTP/1.1 200 OK\r\n\r\n"; }, 1);
+    std::atomic<int64_t> code { 0 };
+    const auto task = NSURLSession::sharedSession().dataTaskWithRequest(
+        get(server.url), [&](const NSData&, const auto&, const auto& error) { code = error->code; });
+    ASSERT_TRUE(process.executor().runMainLoop(20, [&] { return pieces > 2; }));
+    task->cancel();
+    ASSERT_TRUE(process.executor().runMainLoop(20, [&] { return code != 0; }));
+    EXPECT_EQ(code, NSURLErrorCancelled);
+    server.setAnswer(TinyServer::whole("HTTP/1.1 204 No Content\r\n\r\n"));
+    NSMutableURLRequest next = get(server.url);
+    next.timeoutInterval = 20;
+    EXPECT_TRUE(fetch(next).response) << "the server takes one connection after the other";
+}
+
 TEST(URLSessionOverAHeldTransport, CompletesOnItsOwnQueueOnce)
 {
     test::TemporaryFolder home;
@@ -200,6 +217,84 @@ TEST(URLSessionOverAHeldTransport, CompletesOnItsOwnQueueOnce)
     process.executor().drain();
     EXPECT_EQ(calls, 2);
     EXPECT_EQ(process.console->lines().size(), 2u) << "both exceptions ended at the bottom of the queue";
+}
+
+using State = NSURLSessionDataTask::State;
+
+/// A process whose exchanges the test answers, and what its completions were called with.
+struct HeldSession : testing::Test {
+    std::shared_ptr<NSURLSessionDataTask> start(const std::string& url)
+    {
+        NSMutableURLRequest request;
+        request.url = url;
+        request.httpBody = "body";
+        return NSURLSession::sharedSession().dataTaskWithRequest(
+            request, [this, guard = held](const NSData&, const auto& response, const auto& error) {
+                heard.push_back(error ? error->code : response->statusCode);
+            });
+    }
+    void answer(size_t exchange)
+    {
+        HTTPExchangeAnswer answer;
+        answer.status = 200;
+        process.transport->completions.at(exchange)(answer);
+    }
+
+    std::vector<int64_t> heard;
+    std::shared_ptr<int> held { std::make_shared<int>() };
+    test::TemporaryFolder home;
+    test::TestProcess process { home.path };
+};
+
+TEST_F(HeldSession, ATaskTellsWhatItIsAndHowFarItHasCome)
+{
+    const auto first = start("https://h/1");
+    const auto second = start("https://h/2");
+    EXPECT_EQ(first->taskIdentifier(), 1u);
+    EXPECT_EQ(second->taskIdentifier(), 2u);
+    EXPECT_EQ(second->originalRequest().url, "https://h/2");
+    EXPECT_EQ(second->originalRequest().httpBody, "body");
+    EXPECT_EQ(first->state(), State::Running);
+    answer(0);
+    process.executor().drain();
+    EXPECT_EQ(first->state(), State::Completed);
+    EXPECT_EQ(second->state(), State::Running);
+    process.process.stop();
+    EXPECT_EQ(held.use_count(), 1) << "a task that is kept keeps nothing of its completion";
+    EXPECT_EQ(second->state(), State::Completed);
+    second->cancel();
+}
+
+TEST_F(HeldSession, CancellingEndsATaskOnce)
+{
+    const auto early = start("https://h/1");
+    const auto late = start("https://h/2");
+    const auto refused = start("no URL");
+    answer(1);
+    for (const auto& task : { early, late, refused, early }) {
+        task->cancel();
+        EXPECT_EQ(task->state(), State::Canceling);
+    }
+    EXPECT_TRUE(heard.empty()) << "never inside the call";
+    process.executor().drain();
+    answer(0);
+    process.executor().drain();
+    early->cancel();
+    process.executor().drain();
+    EXPECT_EQ(heard, std::vector<int64_t>(3, NSURLErrorCancelled)) << "whatever had arrived, or did later";
+    EXPECT_EQ(early->state(), State::Completed);
+    EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST_F(HeldSession, ATaskThatIsDoneIsNotCancelled)
+{
+    const auto task = start("https://h/1");
+    answer(0);
+    process.executor().drain();
+    task->cancel();
+    process.executor().drain();
+    EXPECT_EQ(heard, std::vector<int64_t> { 200 });
+    EXPECT_EQ(task->state(), State::Completed);
 }
 
 } // namespace lumora

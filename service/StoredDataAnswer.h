@@ -1,0 +1,16 @@
+#pragma once
+
+#include "platform/foundation/Value.h"
+
+#include <optional>
+#include <string_view>
+
+namespace lumora {
+
+/// What the collector still lacks of a batch of ads, by its answer of status 207 or 404: a dictionary of
+/// "images", the perceptual hashes, and "htmls", the source hashes, that it knows no content for. Both lists
+/// are empty, never absent, when the answer says nothing of use; an absent body is logged. `wasEncoded` says
+/// whether the batch could be written as JSON at all. Any thread.
+NSDictionary missingItems(std::optional<std::string_view> body, bool wasEncoded);
+
+} // namespace lumora
