@@ -111,7 +111,7 @@ void TDReportButtonView::attach(const std::shared_ptr<UIView>& adView, const NSD
     const std::shared_ptr<TDConfig> config = TDActivationManager::sharedInstance().getConfig();
     if (config && config->sdks() && m_buttonHandler->metadataClass()) {
         // Looks the network up in the list and changes nothing by it: kept, the list does not gate buttons.
-        const std::string name = m_buttonHandler->metadataText(sel::getSDKName);
+        const std::string name = m_buttonHandler->ad().metadataText(sel::getSDKName);
         static_cast<void>(std::any_of(config->sdks()->begin(), config->sdks()->end(),
             [&](const std::string& listed) { return equalIgnoringCase(listed, name); }));
     }
@@ -128,13 +128,14 @@ void TDReportButtonView::attach(const std::shared_ptr<UIView>& adView, const NSD
 
 void TDReportButtonView::recordImpression() const
 {
-    if (!m_buttonHandler->metadataClass())
+    const ReportedAd& ad = m_buttonHandler->ad();
+    if (!ad.metadataClass())
         return TDAPI::recordImpression({ { "sdk", "user_defined" } });
     TDAPI::recordImpression({
-        { "sdk", m_buttonHandler->metadataText(sel::getSDKName) },
-        { "sdkVersion", m_buttonHandler->metadataText(sel::getVersion) },
-        { "adType", m_buttonHandler->metadataText(sel::adType) },
-        { "creativeId", m_buttonHandler->getCreativeId() },
+        { "sdk", ad.metadataText(sel::getSDKName) },
+        { "sdkVersion", ad.metadataText(sel::getVersion) },
+        { "adType", ad.metadataText(sel::adType) },
+        { "creativeId", ad.creativeId() },
     });
 }
 
@@ -147,7 +148,7 @@ void TDReportButtonView::configureHandlerWithView(const std::shared_ptr<UIView>&
 
 void TDReportButtonView::checkAndUpdateButtonForm()
 {
-    m_buttonForm = m_buttonHandler->metadataText(sel::adType) == "interstitial" ? Form::Full : Form::Short;
+    m_buttonForm = m_buttonHandler->ad().isInterstitial() ? Form::Full : Form::Short;
     updateButtonForm();
 }
 
@@ -395,7 +396,7 @@ void TDReportButtonView::sendReportWithInfo(const Value& info)
 // The first launch is asked for last: the question uses it up.
 void TDReportButtonView::addTutorialViewOnView(const std::shared_ptr<UIView>& adView)
 {
-    if (!adView || m_buttonHandler->metadataText(sel::adType) != "interstitial"
+    if (!adView || !m_buttonHandler->ad().isInterstitial()
         || !LMFirstTimeLaunchDetector::sharedInstance().isFirstLaunch())
         return;
     if (m_openGR)
