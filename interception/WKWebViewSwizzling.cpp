@@ -5,6 +5,8 @@
 #include "interception/TDMetadataClassesFactory.h"
 #include "lumora/LMReportButtonHelper.h"
 #include "platform/dispatch/Executor.h"
+#include "platform/process/Lock.h"
+#include "platform/process/ProcessLocal.h"
 #include "platform/webkit/WKWebView.h"
 #include "processing/LMAdViewProcessorsFactory.h"
 #include "processing/ProxyDelegate.h"
@@ -67,13 +69,15 @@ std::shared_ptr<Object> currentNavigationDelegate(id self)
     return current;
 }
 
+// Held while a web view gets its order: two threads' first calls must share one.
+ProcessLocal<Lock> s_callOrderCreation;
+
 /// The calls of one hook on one web view, counted. The web view owns it; any thread.
 class CallOrder final : public Object {
 public:
     static std::shared_ptr<CallOrder> of(const DelegateHook& hook, id self)
     {
-        static Lock s_creation;
-        Locker hold(s_creation);
+        Locker hold(s_callOrderCreation.get(self->isa()->registry().process()));
         auto order = as<CallOrder>(objc_getAssociatedObject(*self, &hook).object());
         if (!order) {
             order = std::make_shared<CallOrder>();

@@ -28,6 +28,8 @@ AdProcessingManager& AdProcessingManager::sharedInstance() { return s_sharedInst
 void AdProcessingManager::frameworkWasInitialised()
 {
     s_initialised.run([] {
+        // Apart from start-up's list of networks: what every host has is hooked by the processors' half
+        // itself, after all of the others.
         for (const char* name : { "NSObject", "UIAlertView", "UIApplication", "UIWindow", "openURLSwizzler" })
             guarded([&] { send(NSClassFromString(name), sel::swizzleMethods); });
     });

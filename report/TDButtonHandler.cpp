@@ -1,13 +1,10 @@
 #include "report/TDButtonHandler.h"
 
 #include "core/TDActivationManager.h"
-#include "interception/TDMetadataClassProtocol.h"
 #include "platform/dispatch/Executor.h"
-#include "platform/foundation/NSString.h"
 #include "platform/uikit/NSLayoutConstraint.h"
 #include "platform/uikit/UITapGestureRecognizer.h"
 #include "platform/uikit/UIViewController.h"
-#include "processing/AdProcessingManager.h"
 #include "report/InterfaceFiles.h"
 #include "report/LMReportAdView.h"
 #include "report/ReportProtocols.h"
@@ -16,7 +13,6 @@
 #include "service/LMEventsManager.h"
 #include "support/Guarded.h"
 #include "support/UIViewControllerExtensions.h"
-#include "support/UIViewExtensions.h"
 
 namespace lumora {
 
@@ -57,11 +53,17 @@ std::shared_ptr<TDButtonHandler> TDButtonHandler::self()
     return std::static_pointer_cast<TDButtonHandler>(shared_from_this());
 }
 
+std::string TDButtonHandler::adLocalId() const
+{
+    const auto button = m_buttonView.lock();
+    return button ? button->adLocalId() : "";
+}
+
 void TDButtonHandler::saveAndGetInfoFromMetadataDict(const NSDictionary& metadata)
 {
     m_metadata = metadata;
-    m_metadataClass = metadata["metaclass"].object();
-    m_supportObject = metadata["supportview"].object();
+    m_ad.setMetadataClass(metadata["metaclass"].object());
+    m_ad.setSupportObject(metadata["supportview"].object());
     m_metadata.remove("metaclass");
     m_metadata.remove("supportview");
 }
@@ -79,7 +81,7 @@ void TDButtonHandler::handleButtonTapAction(Object* recognizer)
         if (m_vcState != FlowState::Idle)
             return;
         m_vcState = FlowState::ScreenShown;
-        if (metadataText(sel::adType) == "interstitial")
+        if (m_ad.isInterstitial())
             presentReportForIntersitialAdType();
         else
             presentReportAdForBannersAndNativeAdType();
@@ -116,7 +118,7 @@ void TDButtonHandler::presentReportForIntersitialAdType()
 
 void TDButtonHandler::presentReportAdForBannersAndNativeAdType()
 {
-    const auto adView = m_adView.lock();
+    const auto adView = m_ad.view();
     if (!currentViewController() || !adView)
         return;
     const CGSize size = adView->frame().size;
@@ -205,129 +207,18 @@ void TDButtonHandler::sendReportWithInfo(const Value& info)
     reportThisAd();
 }
 
-bool TDButtonHandler::metadataClassResponds(SEL selector) const
-{
-    return respondsToSelector(m_metadataClass.get(), selector);
-}
-
-// A network that renamed or broke a private property costs the report that one field.
-template <typename... A, typename... P>
-static std::string textFrom(
-    Object* metadataClass, const TypedSelector<std::string(A...)>& question, P&&... about)
-{
-    std::string text;
-    guarded([&] { text = send(metadataClass, question, std::forward<P>(about)...); });
-    return text;
-}
-
-std::string TDButtonHandler::metadataText(const TypedSelector<std::string()>& question) const
-{
-    return textFrom(m_metadataClass.get(), question);
-}
-
-std::string TDButtonHandler::getCreativeId() const
-{
-    const auto adView = m_adView.lock();
-    if (metadataClassResponds(sel::getCreativeIDWithObject_withSupportObject))
-        return textFrom(m_metadataClass.get(), sel::getCreativeIDWithObject_withSupportObject, adView.get(),
-            supportObject().get());
-    if (metadataClassResponds(sel::getCreativeIDWithObject))
-        return textFrom(m_metadataClass.get(), sel::getCreativeIDWithObject, adView.get());
-    return "";
-}
-
-std::string TDButtonHandler::getPlacementId() const
-{
-    const auto adView = m_adView.lock();
-    if (metadataClassResponds(sel::getPlacementIDWithObject_withSupportObject))
-        return textFrom(m_metadataClass.get(), sel::getPlacementIDWithObject_withSupportObject, adView.get(),
-            supportObject().get());
-    if (metadataClassResponds(sel::getPlacementIDWithObject))
-        return textFrom(m_metadataClass.get(), sel::getPlacementIDWithObject, adView.get());
-    return "";
-}
-
-std::string TDButtonHandler::screenshotOfAd() const
-{
-    const auto adView = m_adView.lock();
-    if (!adView)
-        return "";
-    std::shared_ptr<UIView> photographed;
-    if (metadataClassResponds(sel::getOtherViewForScreenshotWithView)) {
-        guarded([&] {
-            photographed = as<UIView>(send(m_metadataClass, sel::getOtherViewForScreenshotWithView, adView));
-        });
-    }
-    std::string picture;
-    guarded([&] {
-        if (!photographed)
-            photographed = getVideoScreenshotView(*adView);
-        picture = base64Encoded(UIImagePNGRepresentation(takeScreenshot(*photographed)));
-    });
-    return picture;
-}
-
-void TDButtonHandler::addMetadataTo(TDEventModel& event) const
-{
-    const auto adView = m_adView.lock();
-    event.setSdk(metadataText(sel::getSDKName));
-    event.setSdkVersion(metadataText(sel::getVersion));
-    event.setCreativeId(getCreativeId());
-    event.setPlacementId(getPlacementId());
-    event.setAdFormat(metadataText(sel::adType));
-    Value further;
-    guarded([&] {
-        if (metadataClassResponds(sel::getOtherInfoForView))
-            further = send(m_metadataClass, sel::getOtherInfoForView, adView);
-        else if (metadataClassResponds(sel::getOtherInfoForView_andForSupportObject))
-            further = send(
-                m_metadataClass, sel::getOtherInfoForView_andForSupportObject, adView, supportObject());
-    });
-    if (const NSDictionary* entries = further.dictionary()) {
-        // Describes the network's objects: one that raises is left out alone.
-        for (const NSDictionary::Entry& entry : *entries)
-            guarded([&] { event.addAdditionalInfo({ entry }); });
-    }
-}
-
 void TDButtonHandler::reportThisAd()
 {
     m_vcState = FlowState::Sending;
-    guarded([&] {
-        if (conformsToProtocol(m_metadataClass.get(), TDMetadataClassPlayerManipulateSupportProtocol)
-            && send(m_metadataClass, sel::havePlayer))
-            send(m_metadataClass, sel::playPlayer);
-    });
+    m_ad.resumePlayer();
     auto event = make<TDEventModel>();
-    const auto button = m_buttonView.lock();
-    event->setAdId(button ? button->adLocalId() : "");
-    if (std::string screenshot = screenshotOfAd(); !screenshot.empty())
-        event->setScreenshot(std::move(screenshot));
-    if (m_metadataClass)
-        addMetadataTo(*event);
+    event->setAdId(adLocalId());
+    m_ad.addFactsTo(*event);
     event->setType(m_userReport);
     const Value buttonTap = configuredButtonTap();
     event->addAdditionalInfo({ { "config",
         buttonTap.isNothing() ? NSDictionary {} : NSDictionary { { "buttonTap", buttonTap } } } });
-
-    const auto processor
-        = AdProcessingManager::sharedInstance().getProcessorReversedBy(m_adView.lock().get());
-    if (!processor)
-        return sendEvent(event);
-    guarded([&] { event->setAdType(processor->getAdTypeInString()); });
-    auto sendOnce = [handler = self(), event, sent = std::make_shared<bool>(false)](const std::string* html) {
-        if (std::exchange(*sent, true))
-            return;
-        if (html)
-            event->setHtml(*html);
-        handler->sendEvent(event);
-    };
-    const bool asked = guarded([&] {
-        processor->getNewHTMLWithPurpose(LMAdViewProcessor::HTMLPurpose::Report,
-            [sendOnce](bool, const std::string& html) { sendOnce(&html); });
-    });
-    if (!asked)
-        sendOnce(nullptr);
+    m_ad.addMarkupTo(event, [handler = self(), event] { handler->sendEvent(event); });
 }
 
 // The host is told before delivery and whatever comes of it: kept, it may act on the report at once. With the
@@ -348,7 +239,7 @@ void TDButtonHandler::sendEvent(const std::shared_ptr<TDEventModel>& event)
 void TDButtonHandler::tellDelegate(const NSDictionary& report) const
 {
     const auto delegate = m_delegate.lock();
-    const auto adView = m_adView.lock();
+    const auto adView = m_ad.view();
     if (!adView || !conformsToProtocol(delegate.get(), ReportButtonDelegateProtocol))
         return;
     guarded([&] { send(delegate, sel::reportButtonWasClickedInView, adView, report); });
@@ -361,24 +252,12 @@ void TDButtonHandler::deliveryEnded(bool delivered) const
         return;
     if (!delivered)
         send(button, sel::removeFromSuperview);
-    else if (m_adView.lock())
+    else if (m_ad.view())
         button->adWasReported();
 }
 
-void TDButtonHandler::getAdInfo()
-{
-    const auto button = m_buttonView.lock();
-    NSDictionary info { { "adId", button ? button->adLocalId() : "" } };
-    if (std::string screenshot = screenshotOfAd(); !screenshot.empty())
-        info.set("screenshot", std::move(screenshot));
-    const auto processor
-        = AdProcessingManager::sharedInstance().getProcessorReversedBy(m_adView.lock().get());
-    if (!processor) {
-        info.set("html", "");
-        return;
-    }
-    processor->getNewHTMLWithPurpose(LMAdViewProcessor::HTMLPurpose::AdRecord,
-        [info](bool, const std::string& html) mutable { info.set("html", html); });
-}
+void TDButtonHandler::getAdInfo() { m_ad.gatherInfo(adLocalId()); }
+
+std::string TDButtonHandler::getCreativeId() const { return m_ad.creativeId(); }
 
 } // namespace lumora

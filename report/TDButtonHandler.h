@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/uikit/UIImage.h"
 #include "platform/uikit/UIView.h"
+#include "report/ReportedAd.h"
 #include "service/TDEventModel.h"
 
 #include <string>
@@ -10,10 +10,10 @@ namespace lumora {
 
 class TDReportButtonView;
 
-/// The controller behind one report button: takes its taps, opens the report screen that suits the ad, and
-/// turns the chosen reason into a report. The button owns it; it holds button, ad view, support object and
-/// delegate weakly, the metadata class strongly. Main thread, except the event pipeline's completion, which
-/// it moves there.
+/// The controller behind one report button: takes its taps, opens the report screen that suits the ad, sends
+/// the chosen reason as a report, and lets the button show what became of it. What the report says of the ad
+/// it has from `ReportedAd`. The button owns it; it holds button, ad and delegate weakly. Main thread, except
+/// the event pipeline's completion, which it moves there.
 class TDButtonHandler final : public NSObject {
 public:
     static const ClassDescription& classDescription();
@@ -24,16 +24,14 @@ public:
     FlowState vcState() const { return m_vcState; }
     std::shared_ptr<TDReportButtonView> buttonView() const { return m_buttonView.lock(); }
     void setButtonView(const std::shared_ptr<TDReportButtonView>& button) { m_buttonView = button; }
-    std::shared_ptr<UIView> adView() const { return m_adView.lock(); }
-    void setAdView(const std::shared_ptr<UIView>& adView) { m_adView = adView; }
+    const ReportedAd& ad() const { return m_ad; }
+    std::shared_ptr<UIView> adView() const { return m_ad.view(); }
+    void setAdView(const std::shared_ptr<UIView>& adView) { m_ad.setView(adView); }
     std::shared_ptr<Object> delegate() const { return m_delegate.lock(); }
     /// The host's listener, told of every report.
     void setDelegate(const std::shared_ptr<Object>& delegate) { m_delegate = delegate; }
-    /// Null for a button that was attached without metadata. A class object.
-    const std::shared_ptr<Object>& metadataClass() const { return m_metadataClass; }
-    /// What the metadata class says; empty without one, and when a private property of the network raises.
-    std::string metadataText(const TypedSelector<std::string()>& question) const;
-    std::shared_ptr<Object> supportObject() const { return m_supportObject.lock(); }
+    const std::shared_ptr<Object>& metadataClass() const { return m_ad.metadataClass(); }
+    std::shared_ptr<Object> supportObject() const { return m_ad.supportObject(); }
     const std::string& userReport() const { return m_userReport; }
     /// What was left of the metadata when the two reserved keys were taken out; read by nobody.
     const NSDictionary& metadata() const { return m_metadata; }
@@ -46,8 +44,7 @@ public:
     void reportButtonWasClosed();
     void presentReportForIntersitialAdType();
     void presentReportAdForBannersAndNativeAdType();
-    /// Gathers identifier, screenshot and markup and sends nothing: kept, the round of the ad monitor ends
-    /// here.
+    /// The ad's `gatherInfo`.
     void getAdInfo();
     /// Assembles the report and hands it to the event pipeline. The state stays Sending: kept, only a report
     /// screen ends it, so after a report of the host's own a tap opens nothing.
@@ -69,23 +66,17 @@ public:
 
 private:
     std::shared_ptr<TDButtonHandler> self();
-    bool metadataClassResponds(SEL selector) const;
-    std::string getPlacementId() const;
-    /// The ad as a PNG in base64; empty without an ad view or picture.
-    std::string screenshotOfAd() const;
-    void addMetadataTo(TDEventModel& event) const;
+    std::string adLocalId() const;
     void sendEvent(const std::shared_ptr<TDEventModel>& event);
     void tellDelegate(const NSDictionary& report) const;
     void deliveryEnded(bool delivered) const;
 
     FlowState m_vcState { FlowState::Idle };
     std::weak_ptr<TDReportButtonView> m_buttonView;
-    std::weak_ptr<UIView> m_adView;
+    ReportedAd m_ad;
     std::weak_ptr<Object> m_delegate;
     NSDictionary m_metadata;
     std::string m_userReport;
-    std::shared_ptr<Object> m_metadataClass;
-    std::weak_ptr<Object> m_supportObject;
 };
 
 }

@@ -9,7 +9,6 @@
 #include "platform/uikit/UIDevice.h"
 #include "platform/uikit/UILayoutGuide.h"
 #include "platform/uikit/UIScreen.h"
-#include "report/BrandColor.h"
 #include "report/InterfaceFiles.h"
 #include "report/LMInterstitialTutorialView.h"
 #include "report/LMPulseAnimationView.h"
@@ -29,8 +28,6 @@ constexpr double attachDelay = 1.0;
 constexpr double stayTime = 3.0;
 constexpr double fullFormSlideTime = 0.25;
 constexpr double otherFormSlideTime = 0.01;
-constexpr double tutorialDelay = 2.0;
-constexpr double tutorialFadeTime = 0.7;
 constexpr double topFraction = 0.12;
 constexpr double shortFormWidthCorrection = 14.0;
 constexpr double captionPadding = 14.0;
@@ -71,8 +68,13 @@ const ClassDescription& TDReportButtonView::classDescription()
             .variable<&TDReportButtonView::m_openGR>("openGR")
             .variable<&TDReportButtonView::m_closeGR>("closeGR")
             .variable<&TDReportButtonView::m_openShortGR>("openShortGR")
-            .variable<&TDReportButtonView::m_pulseView>("pulseView")
-            .variable<&TDReportButtonView::m_tutorialView>("tutorialView"));
+            .variable("pulseView",
+                [](Object& button) {
+                    return Value(static_cast<TDReportButtonView&>(button).m_tutorial.pulseView());
+                })
+            .variable("tutorialView", [](Object& button) {
+                return Value(static_cast<TDReportButtonView&>(button).m_tutorial.tutorialView());
+            }));
     return description;
 }
 static const RegisteredClass registered { &TDReportButtonView::classDescription };
@@ -111,7 +113,7 @@ void TDReportButtonView::attach(const std::shared_ptr<UIView>& adView, const NSD
     const std::shared_ptr<TDConfig> config = TDActivationManager::sharedInstance().getConfig();
     if (config && config->sdks() && m_buttonHandler->metadataClass()) {
         // Looks the network up in the list and changes nothing by it: kept, the list does not gate buttons.
-        const std::string name = m_buttonHandler->metadataText(sel::getSDKName);
+        const std::string name = m_buttonHandler->ad().metadataText(sel::getSDKName);
         static_cast<void>(std::any_of(config->sdks()->begin(), config->sdks()->end(),
             [&](const std::string& listed) { return equalIgnoringCase(listed, name); }));
     }
@@ -128,13 +130,14 @@ void TDReportButtonView::attach(const std::shared_ptr<UIView>& adView, const NSD
 
 void TDReportButtonView::recordImpression() const
 {
-    if (!m_buttonHandler->metadataClass())
+    const ReportedAd& ad = m_buttonHandler->ad();
+    if (!ad.metadataClass())
         return TDAPI::recordImpression({ { "sdk", "user_defined" } });
     TDAPI::recordImpression({
-        { "sdk", m_buttonHandler->metadataText(sel::getSDKName) },
-        { "sdkVersion", m_buttonHandler->metadataText(sel::getVersion) },
-        { "adType", m_buttonHandler->metadataText(sel::adType) },
-        { "creativeId", m_buttonHandler->getCreativeId() },
+        { "sdk", ad.metadataText(sel::getSDKName) },
+        { "sdkVersion", ad.metadataText(sel::getVersion) },
+        { "adType", ad.metadataText(sel::adType) },
+        { "creativeId", ad.creativeId() },
     });
 }
 
@@ -147,7 +150,7 @@ void TDReportButtonView::configureHandlerWithView(const std::shared_ptr<UIView>&
 
 void TDReportButtonView::checkAndUpdateButtonForm()
 {
-    m_buttonForm = m_buttonHandler->metadataText(sel::adType) == "interstitial" ? Form::Full : Form::Short;
+    m_buttonForm = m_buttonHandler->ad().isInterstitial() ? Form::Full : Form::Short;
     updateButtonForm();
 }
 
@@ -395,102 +398,32 @@ void TDReportButtonView::sendReportWithInfo(const Value& info)
 // The first launch is asked for last: the question uses it up.
 void TDReportButtonView::addTutorialViewOnView(const std::shared_ptr<UIView>& adView)
 {
-    if (!adView || m_buttonHandler->metadataText(sel::adType) != "interstitial"
+    if (!adView || !m_buttonHandler->ad().isInterstitial()
         || !LMFirstTimeLaunchDetector::sharedInstance().isFirstLaunch())
         return;
     if (m_openGR)
         m_openGR->setEnabled(false);
-    dispatch_get_main_queue().asyncAfter(
-        tutorialDelay, [weakButton = std::weak_ptr(self()), weakAd = std::weak_ptr(adView)] {
-            const auto button = weakButton.lock();
-            const auto ad = weakAd.lock();
-            if (button && ad && button->superview() == ad.get())
-                button->showTutorialOn(*ad);
-        });
-}
-
-void TDReportButtonView::showTutorialOn(UIView& adView)
-{
-    m_tutorialView = as<LMInterstitialTutorialView>(loadInterface("LMInterstitialTutorialView", this));
-    if (!m_tutorialView)
-        return;
-    m_tutorialView->setDelegate(self());
-    m_tutorialView->setTranslatesAutoresizingMaskIntoConstraints(false);
-    adView.addSubview(m_tutorialView);
-    using Attribute = NSLayoutAttribute;
-    for (const Attribute edge :
-        { Attribute::Top, Attribute::Trailing, Attribute::Bottom, Attribute::Leading })
-        NSLayoutConstraint::constraintWithItem(m_tutorialView.get(), edge, &adView, edge, 1, 0)
-            ->setActive(true);
-    layOut(adView);
-    m_tutorialView->setAlpha(0);
-    UIView::animateWithDuration(
-        tutorialFadeTime, [&] { m_tutorialView->setAlpha(1); },
-        [weakButton = std::weak_ptr(self()), weakAd = weakly(&adView)](bool) {
-            // Dismissed or removed while it came, it needs no pulse that nobody would end.
-            const auto button = weakButton.lock();
-            const auto ad = weakAd.lock();
-            if (button && ad && button->m_tutorialView && button->m_tutorialView->superview() == ad.get())
-                button->setupPulseViewWithSuperView(ad);
-        });
+    m_tutorial.scheduleOn(adView);
 }
 
 void TDReportButtonView::setupPulseViewWithSuperView(const std::shared_ptr<UIView>& adView)
 {
-    if (!adView || superview() != adView.get())
-        return;
-    m_pulseView = make<LMPulseAnimationView>();
-    m_pulseView->setTrackedView(adView);
-    m_pulseView->setPulseColor(brandColor());
-    m_pulseView->setSmallLayer_size(50);
-    m_pulseView->setSmallLayer_expandingValue(10);
-    m_pulseView->setBigLayer_expandingSize(200);
-    m_pulseView->setSmallLayer_expandingTime(0.35);
-    m_pulseView->setSmallLayer_silenceTimeAfterExpanding(0.2);
-    m_pulseView->setSmallLayer_backingToNormalTime(0.35);
-    m_pulseView->setSmallLayer_silenceTimeAfterBackingToNormal(0.55);
-    m_pulseView->setBigLayer_blowingTime(0.7);
-    m_pulseView->setTranslatesAutoresizingMaskIntoConstraints(false);
-    adView->insertSubviewAboveSubview(m_pulseView, m_tutorialView.get());
-    using Attribute = NSLayoutAttribute;
-    UIView* const icon = m_iconView ? m_iconView.get() : static_cast<UIView*>(this);
-    auto constraint = [&](Attribute attribute, UIView* other) {
-        return NSLayoutConstraint::constraintWithItem(
-            m_pulseView.get(), attribute, other, other ? attribute : Attribute::NotAnAttribute, 1, 0);
-    };
-    NSLayoutConstraint::activateConstraints(
-        { constraint(Attribute::Width, nullptr), constraint(Attribute::Height, nullptr),
-            constraint(Attribute::CenterX, icon), constraint(Attribute::CenterY, this) });
-    layOut(*adView);
-    m_pulseView->startAnimation();
+    m_tutorial.pulseAround(m_iconView ? *m_iconView : static_cast<UIView&>(*this), adView);
 }
 
 void TDReportButtonView::continueButtonWasPressed()
 {
-    m_tutorialView.reset();
     if (m_openGR)
         m_openGR->setEnabled(true);
-    UIView::animateWithDuration(
-        tutorialFadeTime,
-        [&] {
-            if (m_pulseView)
-                m_pulseView->setAlpha(0);
-        },
-        [weakButton = std::weak_ptr(self())](bool) {
-            const auto button = weakButton.lock();
-            if (const auto pulse = button ? std::exchange(button->m_pulseView, nullptr) : nullptr)
-                send(pulse, sel::removeFromSuperview);
-        });
+    m_tutorial.dismiss();
 }
 
 void TDReportButtonView::didMoveToSuperview()
 {
     sendSuper(classOf<TDReportButtonView>(), this, sel::didMoveToSuperview);
     // Without a button there is no icon to pulse around.
-    if (!superview()) {
-        if (const auto pulse = std::exchange(m_pulseView, nullptr))
-            send(pulse, sel::removeFromSuperview);
-    }
+    if (!superview())
+        m_tutorial.removePulse();
 }
 
 CGSize TDReportButtonView::intrinsicContentSize()

@@ -4,14 +4,13 @@
 #include "platform/uikit/UILabel.h"
 #include "platform/uikit/UITapGestureRecognizer.h"
 #include "platform/uikit/UIView.h"
+#include "report/FirstLaunchTutorial.h"
 #include "report/TDButtonHandler.h"
 
 #include <string>
 
 namespace lumora {
 
-class LMInterstitialTutorialView;
-class LMPulseAnimationView;
 class NSLayoutConstraint;
 
 /// The small control on an ad's top right corner: slides in from the right edge, opens on taps, and says "Ad
@@ -87,7 +86,7 @@ public:
     /// Handed on to the handler; nothing happens while there is none.
     void sendReportWithInfo(const Value& info);
 
-    /// At the first launch, over an interstitial, after 2.0 s.
+    // At the first launch, over an interstitial; see `FirstLaunchTutorial`.
     void addTutorialViewOnView(const std::shared_ptr<UIView>& adView);
     void setupPulseViewWithSuperView(const std::shared_ptr<UIView>& adView);
     void continueButtonWasPressed();
@@ -100,7 +99,6 @@ public:
 private:
     void attach(const std::shared_ptr<UIView>& adView, const NSDictionary& metadata);
     void recordImpression() const;
-    void showTutorialOn(UIView& adView);
     enum class Place { Hidden, Icon, Full };
     /// Where the trailing edge is then, from the ad's, in points.
     double trailingConstantAt(Place place);
@@ -131,9 +129,7 @@ private:
     std::shared_ptr<UIGestureRecognizer> m_openGR;
     std::shared_ptr<UIGestureRecognizer> m_closeGR;
     std::shared_ptr<UIGestureRecognizer> m_openShortGR;
-    // There while the tutorial's pulse runs.
-    std::shared_ptr<LMPulseAnimationView> m_pulseView;
-    std::shared_ptr<LMInterstitialTutorialView> m_tutorialView;
+    FirstLaunchTutorial m_tutorial { *this };
 };
 
 }

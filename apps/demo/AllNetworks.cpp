@@ -1,8 +1,8 @@
 #include "apps/demo/AllNetworks.h"
 
 #include "lumora/LMReportButtonHelper.h"
-#include "platform/foundation/NSJSONSerialization.h"
 #include "simulator/Finding.h"
+#include "simulator/SoleObject.h"
 #include "simulator/networks/StandIns.h"
 
 namespace lumora {
@@ -11,14 +11,6 @@ namespace {
 
 // Seconds: the button comes one after the ad, a report goes at once.
 constexpr double patience = 5;
-
-NSDictionary reportIn(const Arrival& arrival)
-{
-    const auto body = JSONObjectWithData(arrival.body);
-    const bool isOne = body && body->isArray() && body->array()->size() == 1;
-    return isOne && body->array()->front().isDictionary() ? *body->array()->front().dictionary()
-                                                          : NSDictionary {};
-}
 
 /// What the report says under a field's name, wherever in it the field stands.
 Value said(const NSDictionary& report, const std::string& field)
@@ -63,7 +55,8 @@ void reportEveryNetwork(Phone& phone, const ConfigurationService& service, Story
             send(button, sel::sendReportWithInfo, Value { "repetitive" });
             const bool arrived
                 = button && phone.waitUntil([&] { return service.reports().size() > before; }, patience);
-            const NSDictionary report = arrived ? reportIn(service.reports().back()) : NSDictionary {};
+            const NSDictionary report
+                = arrived ? soleObjectIn(service.reports().back().body) : NSDictionary {};
             bool isComplete = arrived;
             for (const auto& [field, value] : ad.expected())
                 isComplete &= field == "button" || said(report, field) == value;

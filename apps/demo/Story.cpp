@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <sstream>
+#include <stdexcept>
 
 namespace lumora {
 
@@ -82,18 +84,27 @@ bool Story::expect(bool holds, const std::string& line)
     return holds;
 }
 
+void Story::write(const std::string& fileName, std::string_view content) const
+{
+    const std::filesystem::path path = m_folder / fileName;
+    std::ofstream file(path, std::ios::binary);
+    file << content;
+    file.close();
+    if (!file)
+        throw std::runtime_error("cannot write " + path.string());
+}
+
 void Story::picture(const UIImage& image, const std::string& name)
 {
     const std::string fileName
         = stringWithFormat("%02d-%@.png", { static_cast<int64_t>(m_entries.size()), name });
-    const NSData png = UIImagePNGRepresentation(image);
-    std::ofstream(m_folder / fileName, std::ios::binary) << png.view();
+    write(fileName, UIImagePNGRepresentation(image).view());
     m_entries.push_back({ Kind::Picture, m_now() - m_start, fileName });
 }
 
 void Story::document(const std::string& fileName, const std::string& content)
 {
-    std::ofstream(m_folder / fileName, std::ios::binary) << content;
+    write(fileName, content);
     m_entries.push_back({ Kind::Document, m_now() - m_start, fileName });
 }
 
@@ -124,7 +135,7 @@ void Story::table(const std::vector<std::string>& header, const std::vector<std:
 
 void Story::writePage() const
 {
-    std::ofstream page(m_folder / "index.html");
+    std::ostringstream page;
     page << pageHead;
     std::string caption;
     for (const Entry& entry : m_entries) {
@@ -158,6 +169,7 @@ void Story::writePage() const
     page << (m_failures == 0 ? "<p class=\"ok\">Everything expected happened.</p>"
                              : "<p class=\"no\">Something expected did not happen.</p>")
          << "</main></html>\n";
+    write("index.html", page.str());
 }
 
 } // namespace lumora

@@ -11,7 +11,7 @@
 namespace lumora {
 
 /// Tells what happens, line by line as it happens, and keeps the pictures for the page at the end. One
-/// thread.
+/// thread. A file or folder that cannot be written throws a std::runtime_error that names it.
 class Story {
 public:
     /// `now` gives the seconds that are printed before each line, counted from the first question.
@@ -41,6 +41,7 @@ private:
         std::string text;
     };
     void add(Kind kind, const std::string& text, std::string_view mark);
+    void write(const std::string& fileName, std::string_view content) const;
 
     std::filesystem::path m_folder;
     std::function<double()> m_now;

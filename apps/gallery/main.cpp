@@ -2,7 +2,6 @@
 // many sizes: gallery FOLDER writes button-states.png, screens.png and screen-sizes.png there.
 
 #include "devservice/LocalServices.h"
-#include "interception/TDMetadataClassProtocol.h"
 #include "lumora/LMReportButtonHelper.h"
 #include "lumora/Lumora.h"
 #include "platform/uikit/UILabel.h"
@@ -10,6 +9,7 @@
 #include "service/LMFirstTimeLaunchDetector.h"
 #include "service/TDAPI.h"
 #include "simulator/Finding.h"
+#include "simulator/FullScreenAd.h"
 #include "simulator/Phone.h"
 
 #include <cstdio>
@@ -21,22 +21,6 @@ namespace {
 constexpr const char* hostKey = "gallery-key-of-thirty-letters!";
 constexpr UIColor ink { 0.09, 0.13, 0.2, 1 };
 constexpr UIColor paper { 0.93, 0.94, 0.96, 1 };
-
-/// The pictures' own network: full-screen ads.
-class FullScreenAd final : public NSObject {
-public:
-    static const ClassDescription& classDescription()
-    {
-        static const ClassDescription description
-            = ClassDescription::of<FullScreenAd, NSObject>("GalleryFullScreenAd")
-                  .classMethod<&name>(sel::getSDKName)
-                  .classMethod<&name>(sel::getVersion)
-                  .classMethod<&type>(sel::adType);
-        return description;
-    }
-    static std::string name() { return "Gallery"; }
-    static std::string type() { return "interstitial"; }
-};
 
 UIImage cut(const UIImage& whole, const CGRect& part)
 {
@@ -77,8 +61,8 @@ public:
             std::min(frame.size.width, m_phone.content().bounds().size.width), frame.size.height - lower));
         m_ad->addSubview(words);
         m_phone.content().addSubview(m_ad);
-        LMReportButtonHelper::addReportButtonToView(m_ad.get(), nullptr,
-            fullScreen ? NSDictionary { { "metaclass", retain(classOf<FullScreenAd>()) } } : NSDictionary {});
+        LMReportButtonHelper::addReportButtonToView(
+            m_ad.get(), nullptr, fullScreen ? fullScreenMetadata() : NSDictionary {});
         wait(1);
         return buttonOn(*m_ad);
     }

@@ -1,7 +1,7 @@
 // AdColony: interstitials. Their report button comes with the web view's delegate.
 
-#include "interception/CreativeView.h"
 #include "interception/Network.h"
+#include "interception/ScreenshotView.h"
 #include "platform/process/AtomicProperty.h"
 #include "platform/process/ProcessLocal.h"
 #include "support/Guarded.h"

@@ -1,7 +1,8 @@
 // AppLovin: banners and video interstitials.
 
-#include "interception/CreativeView.h"
 #include "interception/Network.h"
+#include "interception/ReportButtonAttachment.h"
+#include "interception/ScreenshotView.h"
 #include "support/Guarded.h"
 
 namespace lumora {

@@ -1,8 +1,8 @@
 // AppNexus: banners, interstitials and native ads. A native ad's identifiers are in the answer that brought
 // it, so the hook on the request keeps them until the ad is shown.
 
-#include "interception/CreativeView.h"
 #include "interception/Network.h"
+#include "interception/ReportButtonAttachment.h"
 #include "platform/foundation/NSJSONSerialization.h"
 #include "platform/process/ProcessLocal.h"
 #include "support/Guarded.h"

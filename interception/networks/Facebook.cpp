@@ -1,7 +1,7 @@
 // Facebook Audience Network: banners (met by their web view's delegate), interstitials and native ads.
 
-#include "interception/CreativeView.h"
 #include "interception/Network.h"
+#include "interception/ReportButtonAttachment.h"
 #include "platform/process/AtomicProperty.h"
 #include "platform/process/ProcessLocal.h"
 #include "support/Guarded.h"

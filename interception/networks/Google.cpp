@@ -1,7 +1,8 @@
 // AdMob and Google Ad Manager ("DFP"): banners, interstitials and native ads.
 
-#include "interception/CreativeView.h"
 #include "interception/Network.h"
+#include "interception/ReportButtonAttachment.h"
+#include "interception/ScreenshotView.h"
 #include "platform/foundation/NSString.h"
 #include "platform/process/AtomicProperty.h"
 #include "platform/process/ProcessLocal.h"

@@ -1,7 +1,8 @@
 // InMobi: banners, and interstitials in two kinds of controller.
 
-#include "interception/CreativeView.h"
 #include "interception/Network.h"
+#include "interception/ReportButtonAttachment.h"
+#include "interception/ScreenshotView.h"
 #include "support/Guarded.h"
 
 namespace lumora {

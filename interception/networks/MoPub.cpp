@@ -1,7 +1,8 @@
 // MoPub: banners, interstitials, rewarded videos and native ads.
 
-#include "interception/CreativeView.h"
 #include "interception/Network.h"
+#include "interception/ReportButtonAttachment.h"
+#include "interception/ScreenshotView.h"
 #include "support/Guarded.h"
 
 namespace lumora {

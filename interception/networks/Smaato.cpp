@@ -1,7 +1,7 @@
 // Smaato: banners, interstitials and native ads.
 
-#include "interception/CreativeView.h"
 #include "interception/Network.h"
+#include "interception/ReportButtonAttachment.h"
 #include "support/Guarded.h"
 
 namespace lumora {

@@ -1,7 +1,8 @@
 // SpotX: video interstitials, and players inside the host's content.
 
-#include "interception/CreativeView.h"
 #include "interception/Network.h"
+#include "interception/ReportButtonAttachment.h"
+#include "interception/ScreenshotView.h"
 #include "support/Guarded.h"
 
 namespace lumora {

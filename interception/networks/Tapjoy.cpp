@@ -1,7 +1,8 @@
 // Tapjoy: interstitials. What an ad is stands in its markup.
 
-#include "interception/CreativeView.h"
 #include "interception/Network.h"
+#include "interception/ReportButtonAttachment.h"
+#include "interception/ScreenshotView.h"
 #include "support/Guarded.h"
 
 namespace lumora {

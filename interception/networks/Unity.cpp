@@ -1,7 +1,8 @@
 // Unity Ads: interstitials and videos in one controller. What an ad is stands in the auction's last answer.
 
-#include "interception/CreativeView.h"
 #include "interception/Network.h"
+#include "interception/ReportButtonAttachment.h"
+#include "interception/ScreenshotView.h"
 #include "platform/foundation/NSJSONSerialization.h"
 #include "platform/foundation/NSString.h"
 #include "platform/foundation/NSURL.h"

@@ -1,7 +1,7 @@
 // Verve: banners and interstitials.
 
-#include "interception/CreativeView.h"
 #include "interception/Network.h"
+#include "interception/ReportButtonAttachment.h"
 #include "support/Guarded.h"
 
 namespace lumora {

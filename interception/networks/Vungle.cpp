@@ -1,7 +1,8 @@
 // Vungle: interstitials in two kinds of controller, which know what they show: their own view is the ad.
 
-#include "interception/CreativeView.h"
 #include "interception/Network.h"
+#include "interception/ReportButtonAttachment.h"
+#include "interception/ScreenshotView.h"
 #include "support/Guarded.h"
 
 namespace lumora {

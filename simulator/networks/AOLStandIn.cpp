@@ -5,7 +5,20 @@ namespace lumora {
 namespace {
 
 constexpr const char* version = "6.8.2";
-std::string sdkVersion(id, SEL) { return version; }
+
+// -[MMInlineAd view]
+id inlineView(id self, SEL) { return object_getInstanceVariable(*self, "inlineView").object().get(); }
+
+void install()
+{
+    installVersion<version>("MMSDK", "version", "sharedInstance");
+    ClassBuilder("MMInlineAd", classOf<NSObject>())
+        .method("contentLoadSucceeded"_sel, &standInMethod<void>)
+        .method("view"_sel, &inlineView);
+    ClassBuilder("MMInterstitialAd", classOf<NSObject>()).method("willDisplay"_sel, &standInMethod<void>);
+    ClassBuilder("MMNativeAd", classOf<NSObject>())
+        .method("loadIntoLayoutFromBundle:"_sel, &standInMethod<std::shared_ptr<Object>, id>);
+}
 
 std::vector<std::string> identifierPaths(const std::string& key)
 {
@@ -21,9 +34,6 @@ std::shared_ptr<UIView> identifiedContent(StandInAd& ad, CGSize size, const char
     ad.expectAd("AOL", version, adFormat);
     return content;
 }
-
-// -[MMInlineAd view]
-id inlineView(id self, SEL) { return object_getInstanceVariable(*self, "inlineView").object().get(); }
 
 void showBanner(StandInAd& ad)
 {
@@ -45,26 +55,15 @@ void showInterstitial(StandInAd& ad)
 
 void showNative(StandInAd& ad)
 {
+    ad.expectAd("AOL", version, "interstitial");
     const auto native = ad.keep(standInObject("MMNativeAd"));
     ad.adView = ad.keep(standInView("MMNativeAdView", { 300, 100 }));
     ad.plant("creativeId", native, "_creativeId", "aol-creative-2");
     ad.plant("placementId", native, "_placementId", "aol-placement-2");
-    ad.expectAd("AOL", version, "interstitial");
     setBehaviour(*native, [&ad] { return ad.adView; });
     ad.call<std::shared_ptr<Object>>(
-        native.get(), "loadIntoLayoutFromBundle:", static_cast<id>(ad.keep(standInObject("MMBundle")).get()));
+        native.get(), "loadIntoLayoutFromBundle:", ad.keep(standInObject("MMBundle")).get());
     ad.place(ad.adView);
-}
-
-void install()
-{
-    installVersion("MMSDK", "version", &sdkVersion, "sharedInstance");
-    ClassBuilder("MMInlineAd", classOf<NSObject>())
-        .method("contentLoadSucceeded"_sel, &standInMethod<void>)
-        .method("view"_sel, &inlineView);
-    ClassBuilder("MMInterstitialAd", classOf<NSObject>()).method("willDisplay"_sel, &standInMethod<void>);
-    ClassBuilder("MMNativeAd", classOf<NSObject>())
-        .method("loadIntoLayoutFromBundle:"_sel, &standInMethod<std::shared_ptr<Object>, id>);
 }
 
 } // namespace

@@ -5,14 +5,24 @@ namespace lumora {
 namespace {
 
 constexpr const char* version = "4.4.1";
-std::string sdkVersion(id, SEL) { return version; }
+
+void install()
+{
+    installVersion<version>("AdColony", "getSDKVersion");
+    standInClass("ADCWebViewModule", classOf<NSObject>());
+    ClassBuilder("AdColonyInterstitial", classOf<NSObject>())
+        .method("showWithPresentingViewController:"_sel, &standInMethod<bool, id>);
+    ClassBuilder("ADCContainer", classOf<UIViewController>())
+        .method("viewDidAppear:"_sel, &standInMethod<void, bool>)
+        .method("setPresenting:"_sel, &standInMethod<void, bool>);
+}
 
 void showInterstitial(StandInAd& ad)
 {
+    ad.expectAd("AdColony", version, "interstitial");
     const auto interstitial = ad.keep(standInObject("AdColonyInterstitial",
         { { "sessionID", "session-1" }, { "zoneID", "vz-zone-1" }, { "adID", int64_t { 77 } } }));
     ad.plant("creativeId", interstitial, "creativeID", int64_t { 4711 });
-    ad.expectAd("AdColony", version, "interstitial");
     const auto content = ad.container("ADCView", ad.fullScreen());
     std::shared_ptr<UIViewController> controller;
     setBehaviour(*interstitial, [&] {
@@ -24,17 +34,6 @@ void showInterstitial(StandInAd& ad)
     ad.announce(*controller, "viewDidAppear:");
     if (const auto webView = as<WKWebView>(ad.adView))
         send(webView, sel::setNavigationDelegate, ad.keep(standInObject("ADCWebViewModule")));
-}
-
-void install()
-{
-    installVersion("AdColony", "getSDKVersion", &sdkVersion);
-    standInClass("ADCWebViewModule", classOf<NSObject>());
-    ClassBuilder("AdColonyInterstitial", classOf<NSObject>())
-        .method("showWithPresentingViewController:"_sel, &standInMethod<bool, id>);
-    ClassBuilder("ADCContainer", classOf<UIViewController>())
-        .method("viewDidAppear:"_sel, &standInMethod<void, bool>)
-        .method("setPresenting:"_sel, &standInMethod<void, bool>);
 }
 
 } // namespace

@@ -5,7 +5,13 @@ namespace lumora {
 namespace {
 
 constexpr const char* version = "2.2.17";
-std::string sdkVersion(id, SEL) { return version; }
+
+void install()
+{
+    installVersion<version>("AmazonAdRegistration", "version", "sharedRegistration");
+    standInClass("AMMRAdView", classOf<UIView>());
+    standInClass("AMAMraidInterstitialAdView", classOf<UIView>());
+}
 
 const char* const creatives[] = { R"({"crId":"4711"})", R"({"cid" : 4711})", R"({"cid":"1","crId":"4711"})" };
 
@@ -37,13 +43,6 @@ void showInterstitial(StandInAd& ad)
     plantData(ad, view, "_browsingController._adView._delegate._delegate._data", "interstitial");
     ad.present("AMAInterstitialViewController", view);
     setDelegate(ad, view);
-}
-
-void install()
-{
-    installVersion("AmazonAdRegistration", "version", &sdkVersion, "sharedRegistration");
-    standInClass("AMMRAdView", classOf<UIView>());
-    standInClass("AMAMraidInterstitialAdView", classOf<UIView>());
 }
 
 } // namespace

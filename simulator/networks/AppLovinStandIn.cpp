@@ -5,12 +5,11 @@ namespace lumora {
 namespace {
 
 constexpr CGSize bannerSize { 320, 50 };
-
-std::string sdkVersion(id, SEL) { return "6.11.4"; }
+constexpr const char* version = "6.11.4";
 
 void install()
 {
-    installVersion("ALSdk", "version", &sdkVersion);
+    installVersion<version>("ALSdk", "version");
     ClassBuilder("ALAdView", classOf<UIView>())
         .method("adService:didLoadAd:"_sel, &standInMethod<void, id, id>);
     ClassBuilder("ALBaseVideoViewController", classOf<UIViewController>())
@@ -25,9 +24,8 @@ void plantIn(StandInAd& ad, const std::shared_ptr<Object>& owner)
 
 void showBanner(StandInAd& ad)
 {
-    ad.expectAd("AppLovin", sdkVersion({}, {}), "banner");
-    const auto banner = standInView("ALAdView", bannerSize);
-    banner->addSubview(ad.creative(bannerSize));
+    ad.expectAd("AppLovin", version, "banner");
+    const auto banner = ad.container("ALAdView", bannerSize);
     plantIn(ad, banner);
     ad.place(banner);
     ad.adView = banner;
@@ -37,12 +35,11 @@ void showBanner(StandInAd& ad)
 
 void showInterstitial(StandInAd& ad)
 {
-    ad.expectAd("AppLovin", sdkVersion({}, {}), "interstitial");
+    ad.expectAd("AppLovin", version, "interstitial");
     const auto webView = ad.creative(ad.fullScreen());
     const auto controller = ad.present("ALBaseVideoViewController", webView);
     plantIn(ad, controller);
-    // Sent once the transition is over.
-    ad.expectMessage(controller.get(), "viewDidAppear:", { false });
+    ad.announce(*controller, "viewDidAppear:");
     ad.adView = webView ? webView : retain(controller->view());
 }
 

@@ -8,7 +8,7 @@ constexpr CGSize bannerSize { 320, 50 };
 constexpr const char* requestFinish = "universalAdFetcher:didFinishRequestWithResponse:";
 constexpr const char* trackView = "registerViewForTracking:withRootViewController:clickableViews:error:";
 
-std::string sdkVersion(id, SEL) { return "7.4.1"; }
+constexpr const char* version = "7.4.1";
 
 void bannerDidFinish(id self, SEL _cmd, id fetcher, id response)
 {
@@ -19,7 +19,8 @@ void bannerDidFinish(id self, SEL _cmd, id fetcher, id response)
 
 void install()
 {
-    ClassBuilder("ANUniversalTagRequestBuilder", classOf<NSObject>()).method("version"_sel, &sdkVersion);
+    ClassBuilder("ANUniversalTagRequestBuilder", classOf<NSObject>())
+        .method("version"_sel, &answers<version>);
     ClassBuilder("ANBannerAdView", classOf<UIView>())
         .method(sel_registerName(requestFinish), &bannerDidFinish);
     ClassBuilder("ANInterstitialAd", classOf<UIView>())
@@ -46,7 +47,7 @@ std::shared_ptr<UIView> makeContent(StandInAd& ad, CGSize size, const std::strin
 
 void showBanner(StandInAd& ad)
 {
-    ad.expectAd("AppNexus", sdkVersion({}, {}), "banner");
+    ad.expectAd("AppNexus", version, "banner");
     const auto banner = standInView("ANBannerAdView", bannerSize);
     const auto fetcher = ad.keep(standInObject("ANUniversalAdFetcher"));
     const auto response = ad.keep(
@@ -59,7 +60,7 @@ void showBanner(StandInAd& ad)
 
 void showInterstitial(StandInAd& ad)
 {
-    ad.expectAd("AppNexus", sdkVersion({}, {}), "interstitial");
+    ad.expectAd("AppNexus", version, "interstitial");
     const auto interstitial = ad.keep(standInView("ANInterstitialAd", ad.fullScreen()));
     const auto content = makeContent(ad, ad.fullScreen(), "68035");
     ad.makeReady(interstitial, content);
@@ -71,7 +72,7 @@ void showInterstitial(StandInAd& ad)
 void showNative(StandInAd& ad)
 {
     // Says "banner" of its native ads: kept.
-    ad.expectAd("AppNexus", sdkVersion({}, {}), "banner");
+    ad.expectAd("AppNexus", version, "banner");
     const auto request = ad.keep(standInObject("ANNativeAdRequest"));
     const auto fetcher = ad.keep(standInObject("ANUniversalAdFetcher"));
     const auto response = ad.keep(standInObject("ANAdFetcherResponse"));

@@ -5,7 +5,19 @@ namespace lumora {
 namespace {
 
 constexpr const char* version = "6.2.1";
-std::string sdkVersion(id, SEL) { return version; }
+
+void install()
+{
+    installVersion<version>("FBAudienceNetwork", "FB_AD_SDK_VERSION");
+    standInClass("FBAdWebKitContentContainer", classOf<NSObject>());
+    ClassBuilder("FBAdEventManager", classOf<NSObject>())
+        .method("dispatchEventsImmediately"_sel, &standInMethod<void>);
+    ClassBuilder("FBDisplayAdController", classOf<NSObject>())
+        .method("notifyAdViewPresented"_sel, &standInMethod<void>);
+    ClassBuilder("FBNativeAdBase", classOf<NSObject>())
+        .method("setNativeAdView:"_sel, &standInMethod<void, id>);
+    ClassBuilder("FBNativeAd", NSClassFromString("FBNativeAdBase"));
+}
 
 void dispatchEvents(StandInAd& ad)
 {
@@ -16,13 +28,13 @@ void dispatchEvents(StandInAd& ad)
 
 void showBanner(StandInAd& ad)
 {
+    ad.expectAd("Facebook", version, "banner");
     dispatchEvents(ad);
     const auto banner = ad.container("FBAdView", { 320, 50 });
     ad.plantOneOf("placementId", banner,
         { "_delegate._delegate._placementID", "_delegate._placementID",
             "_delegate._delegate._delegate._delegate._placementID" },
         "fb-placement-1");
-    ad.expectAd("Facebook", version, "banner");
     ad.place(banner);
     if (const auto webView = as<WKWebView>(ad.adView))
         send(webView, sel::setNavigationDelegate, ad.keep(standInObject("FBAdWebKitContentContainer")));
@@ -30,10 +42,10 @@ void showBanner(StandInAd& ad)
 
 void showInterstitial(StandInAd& ad)
 {
+    ad.expectAd("Facebook", version, "interstitial");
     dispatchEvents(ad);
     const auto content = ad.container("FBAdContentView", ad.fullScreen());
     ad.plant("placementId", ad.adView, "_delegate._delegate._placementID", "fb-placement-2");
-    ad.expectAd("Facebook", version, "interstitial");
     const auto controller = ad.keep(standInObject("FBDisplayAdController"));
     ad.present("FBInterstitialAdViewController", content);
     ad.call<void>(controller.get(), "notifyAdViewPresented");
@@ -41,26 +53,13 @@ void showInterstitial(StandInAd& ad)
 
 void showNative(StandInAd& ad)
 {
+    ad.expectAd("Facebook", version, "native");
     dispatchEvents(ad);
     const auto native = ad.keep(standInObject("FBNativeAd"));
     ad.adView = ad.keep(standInView("FBNativeAdView", { 300, 100 }));
     ad.plant("placementId", native, "_placementID", "fb-placement-3");
-    ad.expectAd("Facebook", version, "native");
     ad.place(ad.adView);
-    ad.call<void>(native.get(), "setNativeAdView:", static_cast<id>(ad.adView.get()));
-}
-
-void install()
-{
-    installVersion("FBAudienceNetwork", "FB_AD_SDK_VERSION", &sdkVersion);
-    standInClass("FBAdWebKitContentContainer", classOf<NSObject>());
-    ClassBuilder("FBAdEventManager", classOf<NSObject>())
-        .method("dispatchEventsImmediately"_sel, &standInMethod<void>);
-    ClassBuilder("FBDisplayAdController", classOf<NSObject>())
-        .method("notifyAdViewPresented"_sel, &standInMethod<void>);
-    ClassBuilder("FBNativeAdBase", classOf<NSObject>())
-        .method("setNativeAdView:"_sel, &standInMethod<void, id>);
-    ClassBuilder("FBNativeAd", NSClassFromString("FBNativeAdBase"));
+    ad.call<void>(native.get(), "setNativeAdView:", ad.adView.get());
 }
 
 } // namespace

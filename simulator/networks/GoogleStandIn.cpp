@@ -8,9 +8,7 @@ namespace {
 
 using Completion = std::function<void(int64_t)>;
 
-std::string sdkVersion(id, SEL) { return GoogleStandIn::version; }
-std::string tellOlderVersion(id, SEL) { return GoogleStandIn::olderVersion; }
-std::string bidderVersion(id, SEL) { return "3.4.6"; }
+constexpr const char* bidderVersion = "3.4.6";
 
 // -[GADTransactionTable objectForKey:] and -[GADHTTPResponse allHeaderFields]
 std::shared_ptr<Object> objectForKey(id self, SEL, id task)
@@ -25,8 +23,7 @@ std::shared_ptr<UIView> renderedView(StandInAd& ad, CGSize size)
 {
     auto rendered = standInView("GADWebAdView", size);
     ad.adView = ad.creative(size);
-    if (ad.adView)
-        rendered->addSubview(ad.adView);
+    rendered->addSubview(ad.adView);
     return rendered;
 }
 
@@ -44,7 +41,7 @@ void plantIdentifiers(StandInAd& ad, const std::shared_ptr<Object>& support)
         { "_slot._loadingRequest._customTargeting", "_lastRequest._customTargeting",
             "_refreshTargeting._customTargeting" },
         targeting);
-    ad.expect("DTB(Amazon)", "3.4.6");
+    ad.expect("DTB(Amazon)", bidderVersion);
 }
 
 void loadBanner(StandInAd& ad, const std::shared_ptr<UIView>& banner, const std::shared_ptr<UIView>& rendered)
@@ -58,8 +55,7 @@ void loadBanner(StandInAd& ad, const std::shared_ptr<UIView>& banner, const std:
         banner.lock()->addSubview(rendered.lock());
         return nullptr;
     });
-    ad.call<void>(
-        banner.get(), "adViewDidReceiveAd:", static_cast<id>(ad.keep(standInObject("GADAd")).get()));
+    ad.call<void>(banner.get(), "adViewDidReceiveAd:", ad.keep(standInObject("GADAd")).get());
 }
 
 template <const char* const& className, const char* const& sdk> void showBanner(StandInAd& ad)
@@ -106,9 +102,8 @@ void receiveResponse(StandInAd& ad)
     ad.plant("creativeId", monitor, "_transactionsByTask", table);
     ad.expect("creativeId", "138");
     const auto session = ad.keep(standInObject("GADURLSession"));
-    ad.call<void>(monitor.get(),
-        "URLSession:dataTask:didReceiveResponse:completionHandler:", static_cast<id>(session.get()),
-        static_cast<id>(task.get()), static_cast<id>(response.get()), Completion { [](int64_t) {} });
+    ad.call<void>(monitor.get(), "URLSession:dataTask:didReceiveResponse:completionHandler:", session.get(),
+        task.get(), response.get(), Completion { [](int64_t) {} });
 }
 
 template <const char* const& adUnit, const char* const& sdk> void showNative(StandInAd& ad)
@@ -127,7 +122,7 @@ template <const char* const& adUnit, const char* const& sdk> void showNative(Sta
     ad.plant("button", nativeAd, "_internalNativeAd._nativeAdContext._context._webViewController._webView",
         ad.adView);
     ad.place(view);
-    ad.call<void>(view.get(), "setNativeAd:", static_cast<id>(nativeAd.get()));
+    ad.call<void>(view.get(), "setNativeAd:", nativeAd.get());
 }
 
 constexpr const char* adMob = "AdMob";
@@ -143,9 +138,9 @@ constexpr const char* adManagerInterstitial = "DFPInterstitial";
 
 void GoogleStandIn::install()
 {
-    installVersion("GADORequest", "sdkVersion", &sdkVersion);
-    installVersion("GADRequest", "sdkVersion", &tellOlderVersion);
-    installVersion("DTBAds", "version", &bidderVersion);
+    installVersion<version>("GADORequest", "sdkVersion");
+    installVersion<olderVersion>("GADRequest", "sdkVersion");
+    installVersion<bidderVersion>("DTBAds", "version");
     ClassBuilder("GADBannerView", classOf<UIView>())
         .method("adViewDidReceiveAd:"_sel, &standInMethod<void, id>);
     ClassBuilder("DFPBannerView", NSClassFromString("GADBannerView"));

@@ -5,21 +5,30 @@ namespace lumora {
 namespace {
 
 constexpr const char* version = "9.1.5";
-std::string sdkVersion(id, SEL) { return version; }
+
+void install()
+{
+    installVersion<version>("IMSdk", "getVersion");
+    ClassBuilder("IMBanner", classOf<UIView>()).method("adDidFinishLoad:"_sel, &standInMethod<void, id>);
+    for (const char* name : { "IMNativeRenderViewController", "IMRenderViewController" })
+        ClassBuilder(name, classOf<UIViewController>())
+            .method("viewDidAppear:"_sel, &standInMethod<void, bool>);
+}
 
 void showBanner(StandInAd& ad)
 {
+    ad.expectAd("InMobi", version, "banner");
     const auto banner = ad.container("IMBanner", { 320, 50 });
     ad.adView = banner;
     ad.plant("creativeId", banner, "_bannerView._ad._manager._ad._delegate._creativeId", "im-creative-1");
     ad.plant("placementId", banner, "_bannerView._ad._placementId", "im-placement-1");
-    ad.expectAd("InMobi", version, "banner");
     ad.place(banner);
-    ad.call<void>(banner.get(), "adDidFinishLoad:", static_cast<id>(ad.keep(standInObject("IMAd")).get()));
+    ad.call<void>(banner.get(), "adDidFinishLoad:", ad.keep(standInObject("IMAd")).get());
 }
 
 void showInterstitial(StandInAd& ad, const char* controllerClass)
 {
+    ad.expectAd("InMobi", version, "interstitial");
     const auto view = ad.container("IMUIView", ad.fullScreen());
     ad.adView = view;
     ad.plantOneOf("creativeId", view,
@@ -32,20 +41,10 @@ void showInterstitial(StandInAd& ad, const char* controllerClass)
             "_properties._actionDelegate._delegate._delegate._placementId", "_ad._placementId",
             "_delegate._delegate._delegate._delegate._placementId" },
         int64_t { 1469137441636 });
-    ad.expectAd("InMobi", version, "interstitial");
     ad.present(controllerClass, view, "viewDidAppear:");
 }
 void showNativeRendered(StandInAd& ad) { showInterstitial(ad, "IMNativeRenderViewController"); }
 void showRendered(StandInAd& ad) { showInterstitial(ad, "IMRenderViewController"); }
-
-void install()
-{
-    installVersion("IMSdk", "getVersion", &sdkVersion);
-    ClassBuilder("IMBanner", classOf<UIView>()).method("adDidFinishLoad:"_sel, &standInMethod<void, id>);
-    for (const char* name : { "IMNativeRenderViewController", "IMRenderViewController" })
-        ClassBuilder(name, classOf<UIViewController>())
-            .method("viewDidAppear:"_sel, &standInMethod<void, bool>);
-}
 
 } // namespace
 

@@ -4,18 +4,18 @@ namespace lumora {
 
 namespace {
 
-std::string sdkVersion(id, SEL) { return "6.17.0"; }
+constexpr const char* version = "6.17.0";
 
 void install()
 {
-    installVersion("IronSource", "sdkVersion", &sdkVersion);
+    installVersion<version>("IronSource", "sdkVersion");
     ClassBuilder("SupersonicAdsPublisher", classOf<NSObject>())
         .method("setSupersonicAdsView:"_sel, &standInMethod<void, id>);
 }
 
 void showInterstitial(StandInAd& ad)
 {
-    ad.expectAd("Ironsource", sdkVersion({}, {}), "interstitial");
+    ad.expectAd("Ironsource", version, "interstitial");
     const auto publisher = ad.keep(standInObject("SupersonicAdsPublisher"));
     ad.adView = standInView("SupersonicAdsView", ad.fullScreen());
     ad.adView->addSubview(ad.creative(ad.fullScreen()));

@@ -6,8 +6,6 @@ namespace lumora {
 
 namespace {
 
-std::string sdkVersion(id, SEL) { return MoPubStandIn::version; }
-
 const std::vector<std::string> creativeIdPaths { "_delegate._configuration._dspCreativeId",
     "_delegate._delegate._adConfiguration.dspCreativeId", "_delegate._configuration._creativeId",
     "_delegate._delegate._adConfiguration.creativeId" };
@@ -21,7 +19,7 @@ void loadContent(StandInAd& ad, UIView& banner, const std::shared_ptr<UIView>& c
         banner.addSubview(content.lock());
         return nullptr;
     });
-    ad.call<void>(&banner, "managerDidLoadAd:", static_cast<id>(content.get()));
+    ad.call<void>(&banner, "managerDidLoadAd:", content.get());
 }
 
 /// A creative in a container whose delegate knows its identifiers.
@@ -51,9 +49,9 @@ void showInterstitial(StandInAd& ad)
 
 void showRewarded(StandInAd& ad)
 {
+    ad.expectAd("MoPub", MoPubStandIn::version, "interstitial");
     const auto content = ad.container("MPClosableView", ad.fullScreen());
     ad.plant("creativeId", ad.adView, "_delegate._delegate._configuration._creativeId", "mp-rewarded-1");
-    ad.expectAd("MoPub", MoPubStandIn::version, "interstitial");
     const auto manager = ad.keep(standInObject("MPRewardedVideoAdManager"));
     setBehaviour(*manager, [&ad, content] { return ad.present("MPRewardedVideoController", content); });
     const auto reward = ad.keep(standInObject("MPRewardedVideoReward"));
@@ -64,9 +62,9 @@ void showRewarded(StandInAd& ad)
 
 void showNative(StandInAd& ad)
 {
+    ad.expectAd("MoPub", MoPubStandIn::version, "native");
     ad.adView = standInView("MPNativeView", { 300, 250 });
     ad.plant("creativeId", ad.adView, "_delegate._adAdapter._adConfiguration._creativeId", "mp-native-1");
-    ad.expectAd("MoPub", MoPubStandIn::version, "native");
     const auto native = ad.keep(standInObject("MPNativeAd"));
     setBehaviour(*native, [&ad] { return ad.adView; });
     ad.call<std::shared_ptr<Object>>(native.get(), "retrieveAdViewWithError:", static_cast<void*>(nullptr));
@@ -77,7 +75,7 @@ void showNative(StandInAd& ad)
 
 void MoPubStandIn::install()
 {
-    installVersion("MoPub", "version", &sdkVersion, "sharedInstance");
+    installVersion<version>("MoPub", "version", "sharedInstance");
     ClassBuilder("MPAdView", classOf<UIView>()).method("managerDidLoadAd:"_sel, &standInMethod<void, id>);
     ClassBuilder("MPInterstitialAdManager", classOf<NSObject>())
         .method("presentInterstitialFromViewController:"_sel, &standInMethod<void, id>);

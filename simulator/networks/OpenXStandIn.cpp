@@ -5,12 +5,11 @@ namespace lumora {
 namespace {
 
 constexpr CGSize bannerSize { 320, 50 };
-
-std::string sdkVersion(id, SEL) { return "4.13.0"; }
+constexpr const char* version = "4.13.0";
 
 void install()
 {
-    installVersion("OXMFunctions", "sdkVersion", &sdkVersion);
+    installVersion<version>("OXMFunctions", "sdkVersion");
     ClassBuilder("OXMBannerView", classOf<UIView>()).method("adDidDisplay"_sel, &standInMethod<void>);
     ClassBuilder("OXMInterstitialController", classOf<NSObject>()).method("show"_sel, &standInMethod<void>);
 }
@@ -19,7 +18,7 @@ constexpr const char* creativePath = "_delegate._oxmCreativeModel._adConfigurati
 
 void showBanner(StandInAd& ad)
 {
-    ad.expectAd("OpenX", sdkVersion({}, {}), "banner");
+    ad.expectAd("OpenX", version, "banner");
     const auto banner = standInView("OXMBannerView", bannerSize);
     const auto webView = ad.creative(bannerSize, "OXMWebView");
     banner->addSubview(webView);
@@ -31,7 +30,7 @@ void showBanner(StandInAd& ad)
 
 void showInterstitial(StandInAd& ad)
 {
-    ad.expectAd("OpenX", sdkVersion({}, {}), "interstitial");
+    ad.expectAd("OpenX", version, "interstitial");
     const auto controller = ad.keep(standInObject("OXMInterstitialController"));
     const auto container = standInView("OXMContainerView", ad.fullScreen());
     const auto webView = ad.creative(ad.fullScreen());

@@ -4,13 +4,13 @@ namespace lumora {
 
 namespace {
 
-std::string sdkVersion(id, SEL) { return "4.6.1"; }
+constexpr const char* version = "4.6.1";
 
 id playerView(id self, SEL) { return object_getInstanceVariable(*self, "_view").object().get(); }
 
 void install()
 {
-    installVersion("SpotX", "version", &sdkVersion);
+    installVersion<version>("SpotX", "version");
     Class player = ClassBuilder("SpotXAdPlayerBase", classOf<NSObject>())
                        .method("view"_sel, &playerView)
                        .method("start"_sel, &standInMethod<void>)
@@ -21,10 +21,7 @@ void install()
 
 std::shared_ptr<Object> makePlayer(StandInAd& ad, const char* className, CGSize size)
 {
-    const auto view = standInView("SpotXPlayerView", size);
-    const auto webView = ad.creative(size);
-    view->addSubview(webView);
-    ad.adView = webView ? webView : view;
+    const auto view = ad.container("SpotXPlayerView", size);
     auto player = ad.keep(standInObject(className, { { "_view", view } }));
     const auto first = standInObject("SpotXAd");
     const auto second = standInObject("SpotXAd", { { "_url", "https://video.example/second.mp4" } });
@@ -35,7 +32,7 @@ std::shared_ptr<Object> makePlayer(StandInAd& ad, const char* className, CGSize 
 
 void showInterstitial(StandInAd& ad)
 {
-    ad.expectAd("SpotX", sdkVersion({}, {}), "interstitial");
+    ad.expectAd("SpotX", version, "interstitial");
     const auto player = makePlayer(ad, "SpotXInterstitialAdPlayer", ad.fullScreen());
     ad.makeReady(player, as<UIView>(object_getInstanceVariable(*player, "_view").object()));
     ad.call<void>(player.get(), "start");
@@ -43,7 +40,7 @@ void showInterstitial(StandInAd& ad)
 
 void showNative(StandInAd& ad)
 {
-    ad.expectAd("SpotX", sdkVersion({}, {}), "native");
+    ad.expectAd("SpotX", version, "native");
     const auto player = makePlayer(ad, "SpotXInlineAdPlayer", { 320, 180 });
     ad.place(as<UIView>(object_getInstanceVariable(*player, "_view").object()));
     ad.call<void>(player.get(), "start");

@@ -1,8 +1,24 @@
 #pragma once
 
-#include "simulator/networks/StandIn.h"
+#include "simulator/networks/StandInAd.h"
 
 namespace lumora {
+
+/// A format of a network: how an ad of it comes on screen, and in how many places its SDKs keep identifiers.
+struct StandInFormat {
+    const char* name;
+    int places;
+    /// Builds and shows it up to the moment after which the report button is due.
+    void (*show)(StandInAd& ad);
+};
+
+/// A network's SDK, as far as it can be seen from outside.
+struct StandInNetwork {
+    const char* name;
+    /// Defines the SDK's classes in the current process, as loading the SDK does.
+    void (*install)();
+    std::vector<StandInFormat> formats;
+};
 
 /// The stand-ins of all networks, in the order in which the library looks at them.
 const std::vector<const StandInNetwork*>& allStandIns();

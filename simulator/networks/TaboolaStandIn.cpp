@@ -5,26 +5,22 @@ namespace lumora {
 namespace {
 
 constexpr CGSize feedSize { 320, 250 };
-
-std::string sdkVersion(id, SEL) { return "2.2.11"; }
+constexpr const char* version = "2.2.11";
 
 void install()
 {
     ClassBuilder("TaboolaView", classOf<UIView>())
-        .classMethod("version"_sel, &sdkVersion)
+        .classMethod("version"_sel, &answers<version>)
         .method("webView:didLoadPlacementNamed:withHeight:"_sel,
             &standInMethod<void, id, const std::string&, double>);
 }
 
 void showNative(StandInAd& ad)
 {
-    ad.expectAd("Taboola", sdkVersion({}, {}), "native");
-    const auto feed = standInView("TaboolaView", feedSize);
-    const auto webView = ad.creative(feedSize);
-    feed->addSubview(webView);
+    ad.expectAd("Taboola", version, "native");
+    const auto feed = ad.container("TaboolaView", feedSize);
     ad.place(feed);
-    ad.adView = webView ? webView : feed;
-    ad.call<void>(feed.get(), "webView:didLoadPlacementNamed:withHeight:", webView.get(),
+    ad.call<void>(feed.get(), "webView:didLoadPlacementNamed:withHeight:", as<WKWebView>(ad.adView).get(),
         std::string { "Below Article" }, feedSize.height);
 }
 

@@ -4,18 +4,18 @@ namespace lumora {
 
 namespace {
 
-std::string sdkVersion(id, SEL) { return "12.8.0"; }
+constexpr const char* version = "12.8.0";
 
 void install()
 {
-    installVersion("Tapjoy", "getVersion", &sdkVersion);
+    installVersion<version>("Tapjoy", "getVersion");
     ClassBuilder("TJCViewController", classOf<UIViewController>())
         .method("setPlacementViewDelegate:"_sel, &standInMethod<void, id>);
 }
 
 void showInterstitial(StandInAd& ad)
 {
-    ad.expectAd("Tapjoy", sdkVersion({}, {}), "interstitial");
+    ad.expectAd("Tapjoy", version, "interstitial");
     const std::string entity = "d04baef3-7c5b", placement = "61ac0f27-0b1d";
     const std::string html = R"(<script>show({")" + ad.key({ "creativeId" }, "entity_id") + R"(":")" + entity
         + R"(", ")" + ad.key({ "placementId" }, "placement_id") + R"(":")" + placement + R"("});</script>)";

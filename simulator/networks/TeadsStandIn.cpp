@@ -22,19 +22,10 @@ void install()
     ClassBuilder(customAdViewClass, classOf<UIView>()).method(sel::didMoveToSuperview, &didMoveToSuperview);
 }
 
-std::shared_ptr<UIView> makeView(StandInAd& ad, const char* className, CGSize size)
-{
-    auto view = standInView(className, size);
-    const auto webView = ad.creative(size);
-    view->addSubview(webView);
-    ad.adView = webView ? webView : view;
-    return view;
-}
-
 void showInterstitial(StandInAd& ad)
 {
     ad.expectAd("Teads", version, "interstitial");
-    const auto interstitial = makeView(ad, interstitialClass, ad.fullScreen());
+    const auto interstitial = ad.container(interstitialClass, ad.fullScreen());
     ad.makeReady(interstitial, interstitial);
     ad.call<void>(
         interstitial.get(), "didReceiveAd:adRatio:", ad.keep(standInObject("TeadsSDK.TFAAd")).get(), 1.78);
@@ -43,7 +34,7 @@ void showInterstitial(StandInAd& ad)
 void showNative(StandInAd& ad)
 {
     ad.expectAd("Teads", version, "native");
-    const auto view = makeView(ad, customAdViewClass, { 320, 180 });
+    const auto view = ad.container(customAdViewClass, { 320, 180 });
     ad.expectMessage(view.get(), "didMoveToSuperview");
     ad.place(view);
 }

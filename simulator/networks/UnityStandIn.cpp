@@ -6,7 +6,6 @@ namespace lumora {
 namespace {
 
 constexpr const char* version = "3.4.8";
-std::string sdkVersion(id, SEL) { return version; }
 
 const char playerKey = 0;
 
@@ -16,6 +15,22 @@ id getVideoPlayer(id self, SEL)
     if (objc_getAssociatedObject(*self, &playerKey).isNothing())
         objc_setAssociatedObject(*self, &playerKey, standInObject("UADSAVPlayer"));
     return objc_getAssociatedObject(*self, &playerKey).object().get();
+}
+
+void install()
+{
+    ClassBuilder("UnityAds", classOf<NSObject>())
+        .classMethod("getVersion"_sel, &answers<version>)
+        .classMethod("show:placementId:"_sel, &standInMethod<void, id, const std::string&>);
+    ClassBuilder("UADSApiRequest", classOf<NSObject>())
+        .classMethod("sendSuccess:url:response:responseCode:headers:"_sel,
+            &standInMethod<void, const std::string&, const std::string&, const std::string&, int64_t,
+                const NSDictionary&>);
+    ClassBuilder("UADSApiVideoPlayer", classOf<NSObject>())
+        .classMethod("WebViewExposed_play:"_sel, &standInMethod<void, id>)
+        .classMethod("getVideoPlayer"_sel, &getVideoPlayer);
+    ClassBuilder("UADSViewController", classOf<UIViewController>())
+        .method("viewDidAppear:"_sel, &standInMethod<void, bool>);
 }
 
 /// The answer of the auction: which ad a placement shows, and the ad.
@@ -51,29 +66,13 @@ void receive(StandInAd& ad, const std::string& url, const NSDictionary& answer)
 
 void showInterstitial(StandInAd& ad)
 {
+    ad.expectAd("Unity", version, "interstitial");
     receive(ad, "https://auction.unityads.unity3d.com/v4/games/1/requests", auctionAnswer(ad));
     receive(ad, "https://config.unityads.unity3d.com/webview.json", { { "placements", "none" } });
-    ad.expectAd("Unity", version, "interstitial");
     ad.call<void>(NSClassFromString("UnityAds"), "show:placementId:", &ad.screen(), std::string { "video" });
     ad.call<void>(NSClassFromString("UADSApiVideoPlayer"),
-        "WebViewExposed_play:", static_cast<id>(ad.keep(standInObject("UADSWebViewCallback")).get()));
+        "WebViewExposed_play:", ad.keep(standInObject("UADSWebViewCallback")).get());
     ad.present("UADSViewController", ad.container("UADSAdView", ad.fullScreen()), "viewDidAppear:");
-}
-
-void install()
-{
-    ClassBuilder("UnityAds", classOf<NSObject>())
-        .classMethod("getVersion"_sel, &sdkVersion)
-        .classMethod("show:placementId:"_sel, &standInMethod<void, id, const std::string&>);
-    ClassBuilder("UADSApiRequest", classOf<NSObject>())
-        .classMethod("sendSuccess:url:response:responseCode:headers:"_sel,
-            &standInMethod<void, const std::string&, const std::string&, const std::string&, int64_t,
-                const NSDictionary&>);
-    ClassBuilder("UADSApiVideoPlayer", classOf<NSObject>())
-        .classMethod("WebViewExposed_play:"_sel, &standInMethod<void, id>)
-        .classMethod("getVideoPlayer"_sel, &getVideoPlayer);
-    ClassBuilder("UADSViewController", classOf<UIViewController>())
-        .method("viewDidAppear:"_sel, &standInMethod<void, bool>);
 }
 
 } // namespace

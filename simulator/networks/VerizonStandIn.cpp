@@ -5,8 +5,7 @@ namespace lumora {
 namespace {
 
 constexpr CGSize bannerSize { 320, 50 };
-
-std::string sdkInfo(id, SEL) { return "1.8.2"; }
+constexpr const char* version = "1.8.2";
 
 // Nothing is presented here.
 void adDidShow(id self, SEL _cmd) { noteReceived(self, _cmd); }
@@ -20,7 +19,7 @@ id initWithPlacementId(id self, SEL _cmd, const std::string& placementId, id ad,
 
 void install()
 {
-    installVersion("VASAds", "sdkInfo", &sdkInfo);
+    installVersion<version>("VASAds", "sdkInfo");
     ClassBuilder("VASInlineAdView", classOf<UIView>())
         .method("setupAndStartWatchingView:"_sel, &standInMethod<void, id>);
     ClassBuilder("VASInterstitialAd", classOf<NSObject>())
@@ -33,7 +32,7 @@ void install()
 // The web view stands with the watched view, or with the banner.
 void showBanner(StandInAd& ad, bool watchedViewHasIt)
 {
-    ad.expectAd("Verizon", sdkInfo({}, {}), "banner");
+    ad.expectAd("Verizon", version, "banner");
     const auto banner = standInView("VASInlineAdView", bannerSize);
     const auto watched = standInView("VASWebView", bannerSize);
     const auto webView = ad.creative(bannerSize);
@@ -50,7 +49,7 @@ void showOwnBanner(StandInAd& ad) { showBanner(ad, false); }
 
 void showInterstitial(StandInAd& ad)
 {
-    ad.expectAd("Verizon", sdkInfo({}, {}), "interstitial");
+    ad.expectAd("Verizon", version, "interstitial");
     const auto interstitial = ad.keep(standInObject("VASInterstitialAd"));
     const auto content = standInView("VASWebView", ad.fullScreen());
     const auto webView = ad.creative(ad.fullScreen());
@@ -69,7 +68,7 @@ void showNative(StandInAd& ad)
     const auto content = standInObject("VASAd");
     const auto nativeAd = ad.keep(alloc<Object>(NSClassFromString("VASNativeAd")));
     ad.call<id>(nativeAd.get(), "initWithPlacementId:ad:vasAds:delegate:", std::string { "verizon-native" },
-        content.get(), static_cast<id>(nullptr), static_cast<id>(&ad.screen()));
+        content.get(), static_cast<id>(nullptr), &ad.screen());
 }
 
 } // namespace

@@ -5,12 +5,11 @@ namespace lumora {
 namespace {
 
 constexpr CGSize bannerSize { 320, 50 };
-
-std::string sdkVersion(id, SEL) { return "5.0.2"; }
+constexpr const char* version = "5.0.2";
 
 void install()
 {
-    installVersion("VWAdLibrary", "sdkVersion", &sdkVersion);
+    installVersion<version>("VWAdLibrary", "sdkVersion");
     ClassBuilder("VWAdvertView", classOf<UIView>())
         .method("adViewDidFinishLoadingAd:"_sel, &standInMethod<void, id>);
     ClassBuilder("VWInterstitialAd", classOf<UIView>());
@@ -29,7 +28,7 @@ void plantIn(StandInAd& ad, const std::shared_ptr<UIView>& view, const char* cre
 
 void showBanner(StandInAd& ad)
 {
-    ad.expectAd("Verve", sdkVersion({}, {}), "banner");
+    ad.expectAd("Verve", version, "banner");
     const auto banner = standInView("VWAdvertView", bannerSize);
     plantIn(ad, banner, "verve-1");
     ad.place(banner);
@@ -44,7 +43,7 @@ void finishLoading(StandInAd& ad, const std::shared_ptr<UIView>& content)
 
 void showInterstitial(StandInAd& ad)
 {
-    ad.expectAd("Verve", sdkVersion({}, {}), "interstitial");
+    ad.expectAd("Verve", version, "interstitial");
     const auto interstitial = standInView("VWInterstitialAd", ad.fullScreen());
     plantIn(ad, interstitial, "verve-2");
     finishLoading(ad, interstitial);

@@ -14,8 +14,7 @@ void install()
 void show(StandInAd& ad, const char* className)
 {
     ad.expectAd("Vungle", "", "interstitial");
-    const auto controller = ad.present(className, ad.creative(ad.fullScreen()));
-    ad.expectMessage(controller.get(), "viewWillAppear:", { false });
+    const auto controller = ad.present(className, ad.creative(ad.fullScreen()), "viewWillAppear:");
     ad.plant("creativeId", controller, "_placement._uniqueID", "vungle-unique");
     ad.plant("placementId", controller, "_placement._referenceID", "DEFAULT-2304");
     ad.adView = retain(controller->view());

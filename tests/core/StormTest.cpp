@@ -93,7 +93,7 @@ TEST(StormTest, EightThreadsLoseNothing)
         LMEventsManager::shared().sendBackupEvents();
     std::set<std::string> delivered;
     for (const Arrival& report : world.service.reports())
-        delivered.insert(tests::object(report.body)["video"].stringOrEmpty());
+        delivered.insert(soleObjectIn(report.body)["video"].stringOrEmpty());
     EXPECT_EQ(delivered.size(), size_t { threads * rounds });
     EXPECT_TRUE(world.phone.waitUntil([&] { return answers == threads * rounds; }, 20));
     EXPECT_EQ(heard, threads * rounds) << "each listener, from its own walk at least";

@@ -9,13 +9,11 @@
 namespace lumora {
 namespace {
 
-using tests::object;
-
 class TDConfigTest : public testing::Test {
 protected:
     static std::shared_ptr<TDConfig> from(std::string_view json)
     {
-        const NSDictionary dictionary = object(json);
+        const NSDictionary dictionary = soleObjectIn(json);
         return TDConfig::initWithDictionary(&dictionary);
     }
     double timeToLive(std::string_view json)

@@ -5,7 +5,7 @@
 #include "platform/dispatch/Executor.h"
 #include "processing/ProxyDelegate.h"
 #include "processing/WebViewTracker.h"
-#include "simulator/networks/StandIn.h"
+#include "simulator/networks/StandInObjects.h"
 #include "tests/world/World.h"
 
 #include <gtest/gtest.h>

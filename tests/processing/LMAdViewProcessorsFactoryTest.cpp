@@ -4,7 +4,7 @@
 #include "platform/webkit/WKWebView.h"
 #include "processing/ProxyDelegate.h"
 #include "simulator/Phone.h"
-#include "simulator/networks/StandIn.h"
+#include "simulator/networks/StandInObjects.h"
 
 #include <gtest/gtest.h>
 

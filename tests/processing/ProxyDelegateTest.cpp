@@ -3,7 +3,7 @@
 #include "interception/WKWebViewSwizzling.h"
 #include "platform/objc/NSException.h"
 #include "processing/WebViewTracker.h"
-#include "simulator/networks/StandIn.h"
+#include "simulator/networks/StandInObjects.h"
 #include "tests/platform/webkit/NavigationDiary.h"
 #include "tests/world/World.h"
 

@@ -12,7 +12,7 @@
 #include "report/TDButtonManager.h"
 #include "service/LMEventsSaver.h"
 #include "support/UIViewExtensions.h"
-#include "tests/report/FullScreenAd.h"
+#include "tests/report/AdWithButton.h"
 
 #include <gtest/gtest.h>
 
@@ -263,7 +263,7 @@ TEST_F(ReportFlowTest, APresentationThatRaisesLeavesTheFlowToo)
         alloc<UIViewController>(ClassBuilder("Raiser", classOf<UIViewController>())
                                     .method(sel::presentViewController, raise)
                                     .build()));
-    const auto view = adView({ 375, 812 }, tests::fullScreenMetadata());
+    const auto view = adView({ 375, 812 }, fullScreenMetadata());
     const auto button = buttonOn(*view);
     button->animateFromIconToFull();
     world.phone.wait(0.5);
@@ -281,7 +281,7 @@ TEST(TDButtonHandlerTest, TellsALivingAdsHostWithoutRecordOrDelivery)
     auto ad = make<UIView>();
     handler->setAdView(ad);
     handler->setDelegate(listener);
-    handler->saveAndGetInfoFromMetadataDict(tests::fullScreenMetadata());
+    handler->saveAndGetInfoFromMetadataDict(fullScreenMetadata());
     handler->sendReportWithInfo("early");
     ASSERT_EQ(listener->reports.size(), 1u);
     EXPECT_EQ(listener->reports.front()["creativeId"], Value { "" });

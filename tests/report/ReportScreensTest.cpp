@@ -4,7 +4,7 @@
 #include "report/LMReportAdView.h"
 #include "report/TDSwipableReportViewController.h"
 #include "tests/platform/TestProcess.h"
-#include "tests/report/FullScreenAd.h"
+#include "tests/report/AdWithButton.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -139,7 +139,7 @@ TEST(ReportScreensTest, TheSheetFitsEveryScreen)
 {
     for (const CGSize screen : screens) {
         SCOPED_TRACE(screen.width);
-        Scene scene(screen, { {}, screen }, tests::fullScreenMetadata());
+        Scene scene(screen, { {}, screen }, fullScreenMetadata());
         scene.handler().presentReportForIntersitialAdType();
         scene.world.phone.wait(0.5);
         auto* const sheet = as<TDSwipableReportViewController>(
@@ -161,7 +161,7 @@ TEST(ReportScreensTest, TheTutorialFitsEveryScreen)
 {
     for (const CGSize screen : screens) {
         SCOPED_TRACE(screen.width);
-        Scene scene(screen, { {}, screen }, tests::fullScreenMetadata());
+        Scene scene(screen, { {}, screen }, fullScreenMetadata());
         scene.world.phone.wait(3);
         const auto tutorial = tests::find<LMInterstitialTutorialView>(*scene.ad);
         ASSERT_TRUE(tutorial);

@@ -8,7 +8,7 @@
 #include "report/TDReportButtonPlacement.h"
 #include "support/UIViewExtensions.h"
 #include "tests/platform/drawing/Pixels.h"
-#include "tests/report/FullScreenAd.h"
+#include "tests/report/AdWithButton.h"
 
 #include <gtest/gtest.h>
 
@@ -28,7 +28,7 @@ protected:
     }
     std::shared_ptr<TDReportButtonView> buttonOn(const CGRect& frame, bool fullScreen)
     {
-        view = tests::adWithButton(world, frame, fullScreen ? tests::fullScreenMetadata() : NSDictionary {});
+        view = tests::adWithButton(world, frame, fullScreen ? fullScreenMetadata() : NSDictionary {});
         return tests::find<TDReportButtonView>(*view);
     }
 
@@ -115,7 +115,7 @@ TEST_F(TDReportButtonViewTest, AnIconOpensForTheConfiguredNumberOfTaps)
     for (const auto& [record, single] : rows) {
         World fresh { { .record = record } };
         fresh.start();
-        const auto ad = tests::adWithButton(fresh, CGRectMake(0, 0, 375, 812), tests::fullScreenMetadata());
+        const auto ad = tests::adWithButton(fresh, CGRectMake(0, 0, 375, 812), fullScreenMetadata());
         fresh.phone.wait(0.5);
         const auto button = tests::find<TDReportButtonView>(*ad);
         const auto icon = tests::find<UIImageView>(*button);

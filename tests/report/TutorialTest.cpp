@@ -1,7 +1,7 @@
 #include "report/LMInterstitialTutorialView.h"
 #include "report/LMPulseAnimationView.h"
 #include "service/LMFirstTimeLaunchDetector.h"
-#include "tests/report/FullScreenAd.h"
+#include "tests/report/AdWithButton.h"
 
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@ struct FirstLaunch {
     void show(bool fullScreen)
     {
         ad = tests::adWithButton(
-            world, CGRectMake(0, 0, 375, 812), fullScreen ? tests::fullScreenMetadata() : NSDictionary {});
+            world, CGRectMake(0, 0, 375, 812), fullScreen ? fullScreenMetadata() : NSDictionary {});
     }
     std::shared_ptr<LMInterstitialTutorialView> tutorial() const
     {

@@ -31,7 +31,7 @@ std::vector<std::string> typesSent(const World& world)
 {
     std::vector<std::string> types;
     for (const Arrival& report : world.service.reports())
-        types.push_back(tests::object(report.body)["type"].stringOrEmpty());
+        types.push_back(soleObjectIn(report.body)["type"].stringOrEmpty());
     return types;
 }
 
@@ -246,11 +246,11 @@ TEST(LMEventsManagerTest, ParkedEventsInheritTheFilledModel)
     world.phone.wait(1);
     const auto reports = world.service.reports();
     ASSERT_EQ(reports.size(), 2u);
-    const NSDictionary sent = tests::object(reports.at(0).body);
+    const NSDictionary sent = soleObjectIn(reports.at(0).body);
     EXPECT_EQ(sent["type"], Value { "redirect" });
     EXPECT_EQ(sent["redirectUrl"], Value { "https://shop.example" });
     EXPECT_EQ(sent["creativeId"], Value { "known" });
-    const NSDictionary last = tests::object(reports.at(1).body);
+    const NSDictionary last = soleObjectIn(reports.at(1).body);
     EXPECT_EQ(last["ts"], Value { 5 }) << "one model, changed between the two";
     EXPECT_EQ(last["html"], Value { "<p>" });
     EXPECT_EQ(last["video"], Value { "v.mp4" });

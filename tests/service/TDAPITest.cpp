@@ -155,7 +155,7 @@ TEST(TDAPITest, WhoWinsBetweenCallerAndDevice)
     EXPECT_EQ(world.lastImpression()["sdk_version"], Value { "3.0:3" })
         << "an impression overwrites its caller";
     EXPECT_EQ(world.lastReport()["uuid"], Value { "mine" }) << "a report yields to its caller";
-    const NSDictionary record = tests::object(world.service.adRecords().at(0).body);
+    const NSDictionary record = soleObjectIn(world.service.adRecords().at(0).body);
     EXPECT_EQ(record["model"], Value { "mine" });
     EXPECT_EQ(record["uuid"], Value { "0c4b8a6e-3d5f-4e0b-9c35-7f1a2b3c4d5e" }) << "lower case here only";
 }
@@ -181,7 +181,7 @@ TEST(TDAPITest, EveryExchangeCarriesItsFields)
               { "lmVersion", "3.0:3" } };
     for (const auto& [key, value] : expected)
         EXPECT_EQ(report[key], Value { value }) << key;
-    const NSDictionary record = tests::object(world.service.adRecords().at(0).body);
+    const NSDictionary record = soleObjectIn(world.service.adRecords().at(0).body);
     EXPECT_EQ(record["ts"], Value { "1700000000.000000" }) << "text, and in the ad record only";
     EXPECT_TRUE(world.service.reports().at(0).body.starts_with('['));
 }

@@ -72,26 +72,16 @@ std::shared_ptr<UIView> World::showAdMob(const GoogleStandIn::Creative& creative
     return banner;
 }
 
-NSDictionary object(std::string_view json)
-{
-    const auto value = JSONObjectWithData(json);
-    if (!value)
-        return {};
-    if (const NSArray* list = value->array(); list && list->size() == 1 && list->front().isDictionary())
-        return *list->front().dictionary();
-    return value->isDictionary() ? *value->dictionary() : NSDictionary {};
-}
-
 NSDictionary World::lastReport() const
 {
     const auto reports = service.reports();
-    return reports.empty() ? NSDictionary {} : object(reports.back().body);
+    return reports.empty() ? NSDictionary {} : soleObjectIn(reports.back().body);
 }
 
 NSDictionary World::lastImpression() const
 {
     const auto impressions = service.impressions();
-    return impressions.empty() ? NSDictionary {} : object(impressions.back().body);
+    return impressions.empty() ? NSDictionary {} : soleObjectIn(impressions.back().body);
 }
 
 std::vector<double> timersNamed(const Phone& phone, std::string_view ending)

@@ -3,11 +3,11 @@
 #include "devservice/LocalServices.h"
 #include "lumora/Lumora.h"
 #include "platform/dispatch/VirtualExecutor.h"
-#include "platform/foundation/NSJSONSerialization.h"
 #include "platform/uikit/UIView.h"
 #include "service/TDAPI.h"
 #include "simulator/Finding.h"
 #include "simulator/Phone.h"
+#include "simulator/SoleObject.h"
 #include "simulator/networks/GoogleStandIn.h"
 #include "simulator/networks/MoPubStandIn.h"
 
@@ -68,8 +68,5 @@ using lumora::reasonOn;
 
 /// The pending timers whose name ends like that, in seconds from now.
 std::vector<double> timersNamed(const Phone& phone, std::string_view ending);
-
-/// A decoded JSON object; empty when it is none.
-NSDictionary object(std::string_view json);
 
 }

@@ -1,4 +1,4 @@
-#include "interception/CreativeView.h"
+#include "interception/ReportButtonAttachment.h"
 
 #include "interception/Extraction.h"
 #include "lumora/LMReportButtonHelper.h"
@@ -87,17 +87,6 @@ std::shared_ptr<UIView> presentedView(const UIViewController* before)
     return nullptr;
 }
 
-/// The nearest view above that fills the window.
-std::shared_ptr<UIView> fullScreenContainer(UIView& view)
-{
-    UIWindow* window = view.window();
-    for (UIView* above = view.superview(); window && above && above != window; above = above->superview()) {
-        if (above->bounds().size == window->bounds().size)
-            return retain(above);
-    }
-    return nullptr;
-}
-
 } // namespace
 
 void attachReportButton(const std::shared_ptr<Object>& adView, const char* metadataClass,
@@ -165,20 +154,6 @@ ReportButtonForAd::~ReportButtonForAd()
             found = presentedView(before.get());
         attachReportButton(found ? found : own, metadataClass, support);
     });
-}
-
-std::shared_ptr<Object> screenshotViewOf(id adView)
-{
-    const auto view = retain(as<UIView>(adView));
-    if (!view)
-        return nullptr;
-    const std::shared_ptr<UIView> container = fullScreenContainer(*view);
-    UIView& searched = container ? *container : *view;
-    const std::shared_ptr<UIView> picture = getVideoScreenshotView(searched);
-    if (picture.get() == &searched)
-        return container;
-    picture->setFrame({ {}, view->bounds().size });
-    return picture;
 }
 
 } // namespace lumora

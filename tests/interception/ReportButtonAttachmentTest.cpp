@@ -1,5 +1,6 @@
-#include "interception/CreativeView.h"
+#include "interception/ReportButtonAttachment.h"
 
+#include "interception/ScreenshotView.h"
 #include "platform/avfoundation/AVPlayerLayer.h"
 #include "platform/uikit/UIImageView.h"
 #include "platform/uikit/UINavigationController.h"
@@ -13,9 +14,9 @@ namespace lumora {
 namespace {
 
 /// A host whose page shows a web view of its own.
-class CreativeViewTest : public testing::Test {
+class ReportButtonAttachmentTest : public testing::Test {
 protected:
-    CreativeViewTest()
+    ReportButtonAttachmentTest()
     {
         world.start();
         world.phone.content().addSubview(webView);
@@ -53,7 +54,7 @@ protected:
     const std::shared_ptr<Object> manager { standInObject("MPInterstitialAdManager") };
 };
 
-TEST_F(CreativeViewTest, WhatBelongsToTheHostGetsNoButton)
+TEST_F(ReportButtonAttachmentTest, WhatBelongsToTheHostGetsNoButton)
 {
     const auto host = standInObject("Host", { { "webView", webView } });
     const auto ad = standInObject("GADInterstitial", { { "_delegate", Value::weak(host) } });
@@ -64,7 +65,7 @@ TEST_F(CreativeViewTest, WhatBelongsToTheHostGetsNoButton)
     EXPECT_FALSE(hasButton()) << "a modal of its own, when the ad presents nothing";
 }
 
-TEST_F(CreativeViewTest, AnAdInAPresentedNavigationControllerIsFound)
+TEST_F(ReportButtonAttachmentTest, AnAdInAPresentedNavigationControllerIsFound)
 {
     presentAd([this] {
         const auto navigation = make<UINavigationController>();
@@ -74,14 +75,14 @@ TEST_F(CreativeViewTest, AnAdInAPresentedNavigationControllerIsFound)
     EXPECT_TRUE(hasButton());
 }
 
-TEST_F(CreativeViewTest, AMethodThatRaisesLeavesNoButtonAndItsException)
+TEST_F(ReportButtonAttachmentTest, AMethodThatRaisesLeavesNoButtonAndItsException)
 {
     object_setInstanceVariable(*manager, "_webView", webView);
     EXPECT_THROW(presentAd([] { throw std::runtime_error("no ad"); }), std::runtime_error);
     EXPECT_FALSE(hasButton());
 }
 
-TEST_F(CreativeViewTest, AMethodMayLetGoOfItsReceiver)
+TEST_F(ReportButtonAttachmentTest, AMethodMayLetGoOfItsReceiver)
 {
     std::shared_ptr<Object> native = standInObject("MPNativeAd");
     setBehaviour(*native, [&] {
@@ -92,7 +93,7 @@ TEST_F(CreativeViewTest, AMethodMayLetGoOfItsReceiver)
     EXPECT_TRUE(hasButton());
 }
 
-TEST_F(CreativeViewTest, AnotherThreadsCallsGoOnOnTheMainThread)
+TEST_F(ReportButtonAttachmentTest, AnotherThreadsCallsGoOnOnTheMainThread)
 {
     const auto banner = MoPubStandIn::makeBanner({ 300, 250 });
     const auto publisher = standInObject("SupersonicAdsPublisher");
@@ -115,7 +116,7 @@ TEST_F(CreativeViewTest, AnotherThreadsCallsGoOnOnTheMainThread)
     EXPECT_TRUE(tests::buttonOn(*adsView));
 }
 
-TEST_F(CreativeViewTest, TheOtherNameOfAMomentIsHooked)
+TEST_F(ReportButtonAttachmentTest, TheOtherNameOfAMomentIsHooked)
 {
     const auto banner = standInView("IMBanner", { 320, 50 });
     world.phone.content().addSubview(banner);
@@ -123,7 +124,7 @@ TEST_F(CreativeViewTest, TheOtherNameOfAMomentIsHooked)
     EXPECT_TRUE(hasButton());
 }
 
-TEST_F(CreativeViewTest, PhotographsTheVideoElseWhatFillsTheScreen)
+TEST_F(ReportButtonAttachmentTest, PhotographsTheVideoElseWhatFillsTheScreen)
 {
     const auto detached = make<UIView>();
     EXPECT_FALSE(screenshotViewOf(nullptr));

@@ -1,6 +1,4 @@
-#include "simulator/networks/StandIn.h"
-
-#include "platform/process/ProcessLocal.h"
+#include "simulator/networks/StandInAd.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -8,12 +6,6 @@
 namespace lumora {
 
 namespace {
-
-struct Received {
-    Lock lock;
-    std::vector<std::string> messages LUMORA_GUARDED_BY(lock);
-};
-ProcessLocal<Received> s_received;
 
 // What an accessor does that fails in a way of its own.
 Value raise(id, SEL) { throw std::runtime_error("the SDK's own trouble"); }
@@ -36,105 +28,6 @@ void makeRaise(Object& object, const std::string& key)
 }
 
 } // namespace
-
-Class standInClass(const std::string& name, Class superclass)
-{
-    Class known = NSClassFromString(name);
-    return known ? known : ClassBuilder(name, superclass).build();
-}
-
-std::shared_ptr<Object> standInObject(
-    const std::string& className, std::initializer_list<std::pair<const char*, Value>> variables)
-{
-    auto object = alloc<Object>(standInClass(className, classOf<NSObject>()));
-    send(object, sel::init);
-    for (const auto& [name, value] : variables)
-        object_setInstanceVariable(*object, name, value);
-    return object;
-}
-
-std::shared_ptr<UIView> standInView(const std::string& className, CGSize size)
-{
-    auto view = alloc<UIView>(standInClass(className, classOf<UIView>()));
-    send(view, sel::initWithFrame, CGRect { {}, size });
-    return view;
-}
-
-std::shared_ptr<WKWebView> creativeView(const std::string& html, CGSize size)
-{
-    auto webView = make<WKWebView>();
-    webView->setFrame({ {}, size });
-    webView->loadHTMLString(html, "");
-    return webView;
-}
-
-namespace {
-
-const char behaviourKey = 0;
-const char sharedKey = 0;
-
-struct Behaviour final : Object {
-    explicit Behaviour(StandInBehaviour what)
-        : run(std::move(what))
-    {
-    }
-    StandInBehaviour run;
-};
-
-// The shared instance, tied to its class.
-id sharedInstance(id self, SEL)
-{
-    if (objc_getAssociatedObject(*self, &sharedKey).isNothing())
-        objc_setAssociatedObject(*self, &sharedKey, alloc<Object>(static_cast<Class>(self)));
-    return objc_getAssociatedObject(*self, &sharedKey).object().get();
-}
-
-} // namespace
-
-void setBehaviour(Object& receiver, StandInBehaviour behaviour)
-{
-    objc_setAssociatedObject(receiver, &behaviourKey, std::make_shared<Behaviour>(std::move(behaviour)));
-}
-
-std::shared_ptr<Object> runBehaviour(id receiver)
-{
-    const auto behaviour = as<Behaviour>(objc_getAssociatedObject(*receiver, &behaviourKey).object());
-    return behaviour ? behaviour->run() : nullptr;
-}
-
-void installVersion(
-    const std::string& className, const char* selector, std::string (*version)(id, SEL), const char* shared)
-{
-    ClassBuilder builder(className, classOf<NSObject>());
-    if (!shared)
-        builder.classMethod(sel_registerName(selector), version);
-    else
-        builder.method(sel_registerName(selector), version)
-            .classMethod(sel_registerName(shared), &sharedInstance);
-}
-
-std::string messageText(id receiver, SEL selector, const std::vector<Value>& arguments)
-{
-    std::string text = "[" + receiver->description() + " " + sel_getName(selector) + "]";
-    for (const Value& argument : arguments)
-        text += " " + argument.description();
-    return text;
-}
-
-void noteReceived(id self, SEL _cmd, std::vector<Value> arguments)
-{
-    Received& received = s_received.get(self->isa()->registry().process());
-    std::string text = messageText(self, _cmd, arguments);
-    Locker hold(received.lock);
-    received.messages.push_back(std::move(text));
-}
-
-std::vector<std::string> takeReceived()
-{
-    Received& received = s_received.get();
-    Locker hold(received.lock);
-    return std::exchange(received.messages, {});
-}
 
 StandInAd::StandInAd(UIViewController& screen, int place, StandInFault fault)
     : m_screen(screen)

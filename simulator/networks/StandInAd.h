@@ -1,72 +1,15 @@
 #pragma once
 
-#include "platform/objc/Message.h"
 #include "platform/uikit/UIViewController.h"
-#include "platform/webkit/WKWebView.h"
+#include "simulator/networks/StandInMessages.h"
+#include "simulator/networks/StandInObjects.h"
 
-#include <functional>
-#include <initializer_list>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace lumora {
-
-// How a stand-in for a network's SDK keeps its private state: objects of run-time classes with variables, as
-// the real ones are seen through key-value coding.
-
-/// The class of that name in the current process, made under `superclass` when it is missing.
-Class standInClass(const std::string& name, Class superclass);
-
-/// An object of a class of that name, with variables.
-std::shared_ptr<Object> standInObject(
-    const std::string& className, std::initializer_list<std::pair<const char*, Value>> variables = {});
-
-/// A view of a run-time class, of a size.
-std::shared_ptr<UIView> standInView(const std::string& className, CGSize size);
-
-/// A creative of a size, loading.
-std::shared_ptr<WKWebView> creativeView(const std::string& html, CGSize size);
-
-/// A message that an SDK's own implementation received: "-[MPAdView managerDidLoadAd:] <MPClosableView:
-/// 0x1>". The implementations of the hooked methods write it down, so that a test sees that they ran, how
-/// often, and with what.
-std::string messageText(id receiver, SEL selector, const std::vector<Value>& arguments);
-void noteReceived(id self, SEL _cmd, std::vector<Value> arguments = {});
-/// What was received in this process so far, and forgets it.
-std::vector<std::string> takeReceived();
-
-/// What a message carries, as it is written down; nothing for pointers and blocks.
-template <typename T> Value messageArgument(const T& argument)
-{
-    if constexpr (std::is_convertible_v<T, const Object*>)
-        return Value { retain(static_cast<Object*>(argument)) };
-    else if constexpr (std::is_constructible_v<Value, T> && !std::is_pointer_v<T>)
-        return Value { argument };
-    else
-        return Value {};
-}
-
-/// What an object of an SDK does when it receives a hooked message, and answers if that answers an object.
-using StandInBehaviour = std::function<std::shared_ptr<Object>()>;
-void setBehaviour(Object& receiver, StandInBehaviour behaviour);
-std::shared_ptr<Object> runBehaviour(id receiver);
-
-/// The SDK's own implementation of a hooked method: notes the message, then does what the receiver does. A
-/// yes or no is answered with yes.
-template <typename R, typename... A> R standInMethod(id self, SEL _cmd, A... arguments)
-{
-    noteReceived(self, _cmd, { messageArgument<std::remove_cvref_t<A>>(arguments)... });
-    std::shared_ptr<Object> answer = runBehaviour(self);
-    if constexpr (std::is_same_v<R, std::shared_ptr<Object>>)
-        return answer;
-    else if constexpr (!std::is_void_v<R>)
-        return R(true);
-}
-
-/// Makes a class that answers a version: itself, or its shared instance under that selector.
-void installVersion(const std::string& className, const char* selector, std::string (*version)(id, SEL),
-    const char* sharedInstance = nullptr);
 
 /// What goes wrong in an SDK. A step is one key of a private path from a root object:
 /// "MPClosableView:_delegate".
@@ -188,22 +131,6 @@ private:
     NSDictionary m_expectedOtherwise;
     std::vector<std::string> m_sent;
     Steps m_steps;
-};
-
-/// A format of a network: how an ad of it comes on screen, and in how many places its SDKs keep identifiers.
-struct StandInFormat {
-    const char* name;
-    int places;
-    /// Builds and shows it up to the moment after which the report button is due.
-    void (*show)(StandInAd& ad);
-};
-
-/// A network's SDK, as far as it can be seen from outside.
-struct StandInNetwork {
-    const char* name;
-    /// Defines the SDK's classes in the current process, as loading the SDK does.
-    void (*install)();
-    std::vector<StandInFormat> formats;
 };
 
 } // namespace lumora
