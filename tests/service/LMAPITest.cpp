@@ -4,6 +4,7 @@
 #include "platform/foundation/NSFileManager.h"
 #include "platform/foundation/NSString.h"
 #include "service/StoredDataAnswer.h"
+#include "simulator/SoleObject.h"
 #include "tests/platform/TestProcess.h"
 #include "tests/world/World.h"
 
@@ -104,7 +105,7 @@ protected:
                 digits += stringWithFormat("%02x", { static_cast<int>(c) });
             return digits;
         };
-        return tests::object(
+        return soleObjectIn(
             openssl("enc -d -aes-256-cbc -base64 -A -K " + hex(key) + " -iv " + hex(iv) + " -in", body));
     }
     NSDictionary openedComplaint(const HTTPExchangeRequest& complaint, std::set<std::string>& keys) const
@@ -181,7 +182,7 @@ TEST_F(LMAPITest, EveryUploadCarriesItsFields)
         const HTTPExchangeRequest request = sent().at(0);
         EXPECT_EQ(request.url, std::string { "https://collector.lumora.example" } + row.path);
         EXPECT_EQ(request.method, "POST");
-        EXPECT_EQ(tests::object(request.body), expected) << row.path;
+        EXPECT_EQ(soleObjectIn(request.body), expected) << row.path;
     }
 }
 
