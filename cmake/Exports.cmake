@@ -29,6 +29,14 @@ set(lumora_exported_names
     interpolated linkAtPoint loadNibNamed makeBitmapContext makeWebEngine measureText paintHTML renderLayer setWebEngineFactory
     takeImageOfView)
 
+# What a family would take in, though it is the product's own: these, exactly.
+set(lumora_inner_names
+    "NSStringFromOSImageHashingProviderId[abi:cxx11](lumora::OSImageHashingProviderId)"
+    "NSArrayFromOSImageHashingProviderIdNames[abi:cxx11]()"
+    "NSStringFromOSImageHashingQuality[abi:cxx11](lumora::OSImageHashingQuality)"
+    "NSArrayFromOSImageHashingQualityNames[abi:cxx11]()"
+    "NSArrayForProvidersFromOSImageHashingProviderId(lumora::OSImageHashingProviderId)")
+
 # A version script's patterns know no blanks and no brackets: `?` stands for one.
 set(patterns "")
 foreach(kind "" "vtable?for?" "VTT?for?" "typeinfo?for?" "typeinfo?name?for?" "non-virtual?thunk?to?" "virtual?thunk?to?"
@@ -40,6 +48,10 @@ foreach(kind "" "vtable?for?" "VTT?for?" "typeinfo?for?" "typeinfo?name?for?" "n
         string(APPEND patterns "        ${kind}lumora::${name};\n        ${kind}lumora::${name}[!a-zA-Z0-9_*]*;\n")
     endforeach()
 endforeach()
+set(inner "")
+foreach(name IN LISTS lumora_inner_names)
+    string(APPEND inner "        \"lumora::${name}\";\n")
+endforeach()
 file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/exports.map @ONLY CONTENT
 "{
 global:
@@ -47,6 +59,8 @@ global:
     extern \"C++\" {
 ${patterns}    };
 local:
+    extern \"C++\" {
+${inner}    };
     *;
 };
 ")

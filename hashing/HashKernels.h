@@ -11,7 +11,8 @@ namespace lumora {
 
 // The numeric kernels of the three perceptual hashes: pure functions over buffers of the caller's, any
 // thread. A bitmap is 8-bit R, G, B, A, premultiplied; a grey is the plain mean of R, G and B, alpha ignored.
-// Their results are the same bits on every machine and by every compiler: the services compare them as texts.
+// Their results are the same bits by every compiler and instruction set, so that hashes of two phones
+// compare.
 
 /// Bit 8r + c of a 9 x 9 bitmap, its rows 64 bytes apart: whether pixel c of row r is brighter than its right
 /// neighbour, greys cut to integers. The ninth row is read by nobody: kept, as the hash has 64 bits.

@@ -1,12 +1,10 @@
 #pragma once
 
 #include "hashing/OSHashType.h"
+#include "platform/foundation/NSComparisonResult.h"
 #include "platform/uikit/UIImage.h"
 
 namespace lumora {
-
-/// How one value orders against another.
-enum class NSComparisonResult : int8_t { OrderedAscending = -1, OrderedSame = 0, OrderedDescending = 1 };
 
 /// A provider of one perceptual hash. Without state; any thread. A picture that is null or cannot be decoded
 /// hashes to `OSHashTypeError` and is similar to nothing. The base hashes nothing: its three abstract

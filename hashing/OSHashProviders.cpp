@@ -15,9 +15,6 @@ ProcessLocal<OSAHash> s_aHash;
 ProcessLocal<OSDHash> s_dHash;
 ProcessLocal<OSPHash> s_pHash;
 
-// A PNG holds exactly the picture's pixels, so a picture hashes without one, and at a fraction of the time.
-UIImage decoded(const NSData& imageData) { return UIImage::imageWithData(imageData).value_or(UIImage {}); }
-
 // Put together first, so that the lines of two threads do not mix.
 void printGreys(const std::array<double, 1024>& greys)
 {
@@ -32,6 +29,20 @@ void printGreys(const std::array<double, 1024>& greys)
     std::fputs(text.c_str(), stdout);
 }
 
+OSHashType dHashOf(const std::optional<RGBABitmap>& bitmap)
+{
+    return bitmap ? dhash_rgba_9_9(bitmap->bytes.data()) : OSHashTypeError;
+}
+
+void printIfThere(const std::optional<RGBABitmap>& bitmap)
+{
+    if (!bitmap)
+        return;
+    std::array<double, 1024> greys {};
+    greyscale_pixels_rgba_32_32(bitmap->bytes.data(), greys.data());
+    printGreys(greys);
+}
+
 } // namespace
 
 OSAHash& OSAHash::sharedInstance() { return s_aHash.get(); }
@@ -39,22 +50,24 @@ OSHashType OSAHash::hashImageData(const NSData&) const { return OSHashTypeError;
 OSHashType OSAHash::hashImage(const UIImage&) const { return OSHashTypeError; }
 
 OSDHash& OSDHash::sharedInstance() { return s_dHash.get(); }
-OSHashType OSDHash::hashImageData(const NSData& imageData) const { return hashImage(decoded(imageData)); }
+OSHashType OSDHash::hashImageData(const NSData& imageData) const
+{
+    return dHashOf(RGBABitmapDataForResizedImageWithWidth(imageData, 9, 9));
+}
 OSHashType OSDHash::hashImage(const UIImage& image) const
 {
-    const std::optional<RGBABitmap> bitmap = RGBABitmapOfImage(image, { 9, 9 });
-    return bitmap ? dhash_rgba_9_9(bitmap->bytes.data()) : OSHashTypeError;
+    return dHashOf(RGBABitmapOfImage(image, { 9, 9 }));
 }
 
 OSPHash& OSPHash::sharedInstance() { return s_pHash.get(); }
-OSHashType OSPHash::hashImageData(const NSData& imageData) const { return hashImage(decoded(imageData)); }
+OSHashType OSPHash::hashImageData(const NSData& imageData) const
+{
+    printIfThere(RGBABitmapDataForResizedImageWithWidth(imageData, 32, 32));
+    return OSHashTypeError;
+}
 OSHashType OSPHash::hashImage(const UIImage& image) const
 {
-    if (const std::optional<RGBABitmap> bitmap = RGBABitmapOfImage(image, { 32, 32 })) {
-        std::array<double, 1024> greys {};
-        greyscale_pixels_rgba_32_32(bitmap->bytes.data(), greys.data());
-        printGreys(greys);
-    }
+    printIfThere(RGBABitmapOfImage(image, { 32, 32 }));
     return OSHashTypeError;
 }
 

@@ -4,7 +4,8 @@
 
 namespace lumora {
 
-// The three providers, one instance each in a process.
+// The three providers, one instance each in a process. A PNG holds exactly the pixels of its picture, so a
+// picture is hashed without one, at a fraction of the time.
 
 /// The average hash. It exists as a text only (`UIImageHashing.h`): the integer is always the error, and so
 /// compares with nothing.
@@ -29,8 +30,7 @@ public:
 class OSPHash final : public OSAbstractHash {
 public:
     static OSPHash& sharedInstance();
-    /// Prints the picture's greys to standard output, 32 lines of 32: kept, whoever reads a log looks for
-    /// them.
+    /// Prints the picture's greys to standard output, 32 lines of 32: a debugging print that is kept.
     OSHashType hashImageData(const NSData& imageData) const override;
     OSHashType hashImage(const UIImage& image) const override;
     OSHashDistanceType hashDistanceSimilarityThreshold() const override { return 10; }

@@ -201,7 +201,9 @@ private:
 
 std::vector<RGBABitmap> RGBABitmapsOfImage(const UIImage& image, std::span<const RGBABitmap::Size> sizes)
 {
-    if (image.isNull())
+    const bool areSizes = std::all_of(sizes.begin(), sizes.end(),
+        [](const RGBABitmap::Size& size) { return size.width > 0 && size.height > 0; });
+    if (image.isNull() || !areSizes)
         return {};
     std::vector<Reduction> reductions;
     for (const RGBABitmap::Size& size : sizes)

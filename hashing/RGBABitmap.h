@@ -25,7 +25,7 @@ struct RGBABitmap {
 
 /// Scales the whole picture into bitmaps of several sizes, reading its pixels once. A pixel of a bitmap is
 /// the exact mean, rounded once, of the area it covers; pixels on the border of two areas count by their
-/// share. Sizes are in pixels, at least 1. Empty for a null picture. Any thread.
+/// share. Sizes are in pixels. Empty for a null picture and for a size below 1. Any thread.
 std::vector<RGBABitmap> RGBABitmapsOfImage(const UIImage& image, std::span<const RGBABitmap::Size> sizes);
 
 /// The same for one size; nothing for a null picture.

@@ -15,7 +15,8 @@ constexpr RGBABitmap::Size aHashSize { 8, 8 };
 constexpr RGBABitmap::Size dHashSize { 9, 9 };
 constexpr RGBABitmap::Size pHashSize { 32, 32 };
 
-/// Greys with their fraction, columns as rows: kept, the services compare texts in this order.
+/// Greys with their fraction, columns as rows: kept, texts in any other order would not compare with older
+/// ones.
 template <int side> std::array<double, side * side> transposedGreys(const RGBABitmap& bitmap)
 {
     std::array<double, side * side> greys {};

@@ -1,6 +1,8 @@
 #include "apps/hash/Pictures.h"
 
+#include <array>
 #include <cstdio>
+#include <getopt.h>
 #include <iostream>
 #include <unistd.h>
 
@@ -23,100 +25,112 @@ was called wrongly.
 
 enum class Mode { List, Compare, Pairs };
 
-void printDistances(const Picture& a, const Picture& b, const Distances& distances)
+/// What went wrong with the call itself.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+struct Options {
+    Mode mode { Mode::List };
+    bool showsProgress { isatty(STDERR_FILENO) != 0 };
+    bool asksForHelp { false };
+    std::vector<std::string> names {};
+};
+
+Options optionsIn(int count, char** arguments)
 {
-    const std::string by = distances.similarBy();
-    std::cout << a.path.string() << '\t' << b.path.string() << "\taHash " << distances.aHash << "\tpHash "
-              << distances.pHash << "\tdHash " << distances.dHash << "\tsimilar by "
-              << (by.empty() ? "none" : by) << '\n';
+    constexpr std::array known { option { "compare", no_argument, nullptr, 'c' },
+        option { "pairs", no_argument, nullptr, 'p' }, option { "quiet", no_argument, nullptr, 'q' },
+        option { "help", no_argument, nullptr, 'h' }, option { nullptr, 0, nullptr, 0 } };
+    Options options;
+    // Before there is a second thread.
+    auto next
+        = [&] { return getopt_long(count, arguments, "h", known.data(), nullptr); }; // NOLINT(concurrency-*)
+    for (int c = next(); c != -1; c = next()) {
+        if (c == 'q')
+            options.showsProgress = false;
+        else if (c == 'h')
+            options.asksForHelp = true;
+        else if (c == '?')
+            throw UsageError("try --help");
+        else if (options.mode != Mode::List)
+            throw UsageError("one of --compare and --pairs");
+        else
+            options.mode = c == 'c' ? Mode::Compare : Mode::Pairs;
+    }
+    options.names.assign(arguments + optind, arguments + count);
+    if (options.names.empty() && !options.asksForHelp)
+        throw UsageError("which pictures? Try --help");
+    return options;
 }
 
-void printHashes(const Picture& picture)
+void print(const Picture& picture)
 {
     const ImageHashes hashes = picture.hashes.value_or(ImageHashes { "-", "-", OSHashTypeError });
     std::cout << picture.path.string() << '\t' << hashes.aHash << '\t' << hashes.pHash << '\t' << hashes.dHash
               << '\n';
 }
 
-void printSimilarPairs(const std::vector<Picture>& pictures)
+void print(const Picture& a, const Picture& b, const Distances& distances)
 {
-    for (size_t i = 0; i < pictures.size(); i++) {
-        for (size_t j = i + 1; pictures[i].hashes && j < pictures.size(); j++) {
-            if (!pictures[j].hashes)
-                continue;
-            const Distances distances(*pictures[i].hashes, *pictures[j].hashes);
-            if (!distances.similarBy().empty())
-                printDistances(pictures[i], pictures[j], distances);
-        }
-    }
+    std::cout << a.path.string() << '\t' << b.path.string() << "\taHash " << distances.aHash << "\tpHash "
+              << distances.pHash << "\tdHash " << distances.dHash << "\tsimilar by " << distances.similarBy()
+              << '\n';
 }
 
-int run(Mode mode, const std::vector<std::string>& names, bool showsProgress)
+int run(const Options& options)
 {
-    std::vector<Picture> pictures = picturesAt(names);
-    hashPictures(pictures, [&](size_t done) {
-        if (showsProgress)
-            std::fprintf(stderr, "\r%zu of %zu", done, pictures.size());
-    });
-    if (showsProgress)
-        std::fprintf(stderr, "\r\033[K");
-
+    if (options.asksForHelp) {
+        std::cout << usage;
+        return 0;
+    }
+    std::vector<Picture> pictures = picturesAt(options.names);
+    if (options.mode == Mode::Compare && (options.names.size() != 2 || pictures.size() != 2))
+        throw UsageError("--compare takes two pictures");
+    auto progress = [&](const char* what) -> Progress {
+        return [&, what](size_t done) {
+            if (options.showsProgress)
+                std::fprintf(stderr, "\r%s %zu of %zu%s", what, done, pictures.size(),
+                    done == pictures.size() ? "\r\033[K" : "");
+        };
+    };
+    hashPictures(pictures, progress("hashed"));
     bool allRead = true;
     for (const Picture& picture : pictures) {
         if (!picture.hashes)
             std::cerr << "lumora-hash: " << picture.path.string() << ": no picture\n";
         allRead = allRead && picture.hashes;
     }
-    bool isSimilar = true;
-    if (mode == Mode::List) {
-        for (const Picture& picture : pictures)
-            printHashes(picture);
-    } else if (mode == Mode::Pairs) {
-        printSimilarPairs(pictures);
-    } else if (allRead) {
-        const Distances distances(*pictures[0].hashes, *pictures[1].hashes);
-        printDistances(pictures[0], pictures[1], distances);
-        isSimilar = !distances.similarBy().empty();
+    if (options.mode == Mode::Compare) {
+        if (!allRead)
+            return 1;
+        const Distances distances(pictures[0], pictures[1]);
+        print(pictures[0], pictures[1], distances);
+        return distances.isSimilar() ? 0 : 1;
     }
-    std::cout.flush();
-    if (!std::cout)
-        throw std::runtime_error("cannot write the output");
-    return allRead && isSimilar ? 0 : 1;
+    if (options.mode == Mode::List) {
+        for (const Picture& picture : pictures)
+            print(picture);
+    } else {
+        for (const SimilarPair& pair : similarPairs(pictures, progress("compared")))
+            print(pictures[pair.first], pictures[pair.second], pair.distances);
+    }
+    return allRead ? 0 : 1;
 }
 
 } // namespace
 
 int main(int count, char** arguments)
 {
-    Mode mode = Mode::List;
-    bool showsProgress = isatty(STDERR_FILENO) != 0;
-    std::vector<std::string> names;
-    bool isWrong = false;
-    for (int i = 1; i < count; i++) {
-        const std::string argument = arguments[i];
-        if (argument == "--help") {
-            std::cout << usage;
-            return 0;
-        }
-        if (argument == "--compare")
-            mode = Mode::Compare;
-        else if (argument == "--pairs")
-            mode = Mode::Pairs;
-        else if (argument == "--quiet")
-            showsProgress = false;
-        else if (argument.starts_with("--"))
-            isWrong = true;
-        else
-            names.push_back(argument);
-    }
-    const bool areTwoFiles = names.size() == 2 && !std::filesystem::is_directory(names[0])
-        && !std::filesystem::is_directory(names[1]);
-    if (isWrong || names.empty() || (mode == Mode::Compare && !areTwoFiles)) {
-        std::cerr << usage;
-        return 2;
-    }
     try {
-        return run(mode, names, showsProgress);
+        const int ending = run(optionsIn(count, arguments));
+        if (!std::cout.flush())
+            throw std::runtime_error("cannot write the output");
+        return ending;
+    } catch (const UsageError& error) {
+        std::cerr << "lumora-hash: " << error.what() << '\n';
+        return 2;
     } catch (const std::exception& error) {
         std::cerr << "lumora-hash: " << error.what() << '\n';
         return 1;

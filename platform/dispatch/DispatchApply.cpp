@@ -63,9 +63,13 @@ private:
 void dispatch_apply(size_t iterations, DispatchQueue& queue, const std::function<void(size_t)>& block)
 {
     const auto application = std::make_shared<Application>(iterations, block);
-    const size_t helpers = std::min<size_t>(std::max(1U, std::thread::hardware_concurrency()), iterations);
-    for (size_t i = 1; i < helpers; i++)
-        queue.async([application] { application->work(); });
+    const size_t threads = std::min<size_t>(std::max(2U, std::thread::hardware_concurrency()), iterations);
+    try {
+        for (size_t i = 1; i < threads; i++)
+            queue.async([application] { application->work(); });
+    } catch (...) { // NOLINT(bugprone-empty-catch): no memory for another helper; those that were posted need
+                    // the block
+    }
     application->work();
     application->wait();
 }

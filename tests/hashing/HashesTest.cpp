@@ -4,12 +4,15 @@
 #include "hashing/OSImageHashing.h"
 #include "hashing/OSTuple.h"
 #include "hashing/RGBABitmap.h"
+#include "hashing/UIImageExtensions.h"
 #include "hashing/UIImageHashing.h"
 #include "platform/objc/NSException.h"
 #include "tests/hashing/DirectDCT.h"
-#include "tests/platform/TestProcess.h"
 #include "tests/platform/drawing/Pixels.h"
 
+#include <array>
+#include <cmath>
+#include <functional>
 #include <set>
 
 namespace lumora::test {
@@ -184,7 +187,7 @@ TEST(ImageHashes, FindAPictureAgainAndNoOther)
         const UIImage original = ad(320, 480, design);
         const ImageHashes hashes = *hashesOfImage(original);
         const UIImage jpeg = *UIImage::imageWithData(UIImageJPEGRepresentation(original, 0.5));
-        for (const UIImage& copy : { jpeg, ad(160, 240, design) }) {
+        for (const UIImage& copy : { jpeg, getDowngradedImage(jpeg), resizeWithRate(original) }) {
             const ImageHashes again = *hashesOfImage(copy);
             EXPECT_LT(differences(hashes.aHash, again.aHash), 10) << design;
             EXPECT_LT(differences(hashes.pHash, again.pHash), 10) << design;
@@ -270,8 +273,14 @@ TEST(ImageHashing, SortsByClosenessWithTheUnreadableLast)
     EXPECT_EQ(
         hashing.sortedArrayUsingImageSimilartyComparator(png(0), shuffled, OSImageHashingQuality::None, png),
         shuffled);
-    EXPECT_EQ(hashing.imageSimilarityComparatorForImageForBaseImageData(png(0), png(3), png(30)),
-        NSComparisonResult::OrderedAscending);
+    const std::vector<std::array<int, 4>> rows { { 0, 3, 30, -1 }, { 0, 30, 3, 1 }, { 0, 3, 3, 0 },
+        { 0, -1, 3, 1 }, { 0, 3, -1, -1 }, { 0, -1, -1, 1 }, { -1, 3, 30, 0 } };
+    for (const auto& [base, left, right, order] : rows) {
+        EXPECT_EQ(static_cast<int>(hashing.imageSimilarityComparatorForImageForBaseImageData(
+                      png(base), png(left), png(right))),
+            order)
+            << base << ", " << left << ", " << right;
+    }
 }
 
 TEST(ImageHashingTypes, KnowTheirNames)
@@ -296,7 +305,9 @@ TEST(PairCombinations, AreAllPairsOnce)
     for (int i = 0; i < 40; i++)
         array.emplace_back(i);
     std::set<std::pair<int64_t, int64_t>> pairs;
-    for (const Value& tuple : arrayWithPairCombinations(array)) {
+    const NSArray tuples = arrayWithPairCombinations(array);
+    EXPECT_EQ(tuples.size(), 40U * 39 / 2);
+    for (const Value& tuple : tuples) {
         const auto pair = std::dynamic_pointer_cast<OSTuple>(tuple.object());
         pairs.emplace(pair->first.integerValue(), pair->second.integerValue());
     }
