@@ -10,13 +10,14 @@ namespace lumora::test {
 
 namespace {
 
-/// A slope of light, and the same turned about.
-UIImage slope(bool turned)
+/// Upright waves of light, or a field of hills.
+UIImage waves(bool hills)
 {
     std::vector<uint8_t> pixels;
     for (int i = 0; i < 64 * 64; i++) {
-        const double place = turned ? i / 64 * 0.11 : i % 64 * 0.2;
-        const auto level = static_cast<uint8_t>(128 + 120 * std::sin(place));
+        const double x = i % 64, y = i / 64;
+        const double height = hills ? std::sin(x * 0.21 + 1) * std::sin(y * 0.3 + 2) : std::sin(x * 0.2);
+        const auto level = static_cast<uint8_t>(128 + 120 * height);
         pixels.insert(pixels.end(), { level, level, level, 255 });
     }
     return { 64, 64, std::move(pixels) };
@@ -27,9 +28,9 @@ protected:
     LumoraHash()
     {
         std::filesystem::create_directory(folder.path / "more");
-        write("a.png", UIImagePNGRepresentation(slope(false)));
-        write("more/again.JPG", UIImageJPEGRepresentation(slope(false), 0.5));
-        write("more/other.png", UIImagePNGRepresentation(slope(true)));
+        write("a.png", UIImagePNGRepresentation(waves(false)));
+        write("more/again.JPG", UIImageJPEGRepresentation(waves(false), 0.5));
+        write("more/other.png", UIImagePNGRepresentation(waves(true)));
         write("notes.txt", NSData::fromText("no picture, and not asked for"));
     }
     void write(const std::string& name, const NSData& data) const
@@ -56,7 +57,7 @@ protected:
 
 TEST_F(LumoraHash, PrintsTheHashesOfFilesAndFolders)
 {
-    const UIImage other = slope(true);
+    const UIImage other = waves(true);
     const std::string line = "\t" + getAHash(other) + "\t" + getPHash(other) + "\t" + getDHash(other) + "\n";
     EXPECT_EQ(run("more/other.png"), "more/other.png" + line + "ended with 0");
     write("broken.png", NSData::fromText("\x89PNG\r\n\x1a\n and no more"));
