@@ -9,6 +9,7 @@
 #include "simulator/Phone.h"
 #include "tests/hashing/DirectDCT.h"
 
+#include <algorithm>
 #include <benchmark/benchmark.h>
 #include <chrono>
 #include <cstring>

@@ -1,3 +1,5 @@
+#include "hashing/DCTKernel.h"
+
 #include "hashing/HashKernels.h"
 
 #include <array>

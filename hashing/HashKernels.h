@@ -2,17 +2,15 @@
 
 #include "hashing/OSHashType.h"
 
-#include <cstddef>
 #include <cstdint>
-#include <span>
 #include <string>
 
 namespace lumora {
 
 // The numeric kernels of the three perceptual hashes: pure functions over buffers of the caller's, any
-// thread. A bitmap is 8-bit R, G, B, A, premultiplied; a grey is the plain mean of R, G and B, alpha ignored.
-// Their results are the same bits by every compiler and instruction set, so that hashes of two phones
-// compare.
+// thread. Those that take doubles take greys or frequencies, for all that their names say. A bitmap is 8-bit
+// R, G, B, A, premultiplied; a grey is the plain mean of R, G and B, alpha ignored. Their results are the
+// same bits by every compiler and instruction set, so that hashes of two phones compare.
 
 /// Bit 8r + c of a 9 x 9 bitmap, its rows 64 bytes apart: whether pixel c of row r is brighter than its right
 /// neighbour, greys cut to integers. The ninth row is read by nobody: kept, as the hash has 64 bits.
@@ -21,7 +19,8 @@ OSHashType dhash_rgba_9_9(const uint8_t* pixels);
 /// 64 greys, one row after the other, as "1" where a grey is above their mean and "0" elsewhere.
 std::string ahash_rgba_8_8(const double* greys);
 
-/// The greys of a 32 x 32 bitmap, its rows 128 bytes apart, cut to integers; 1,024 of them.
+/// The greys of a 32 x 32 bitmap, its rows 128 bytes apart, cut to integers; 1,024 of them. Only printed: the
+/// hash is made of greys that keep their fraction.
 void greyscale_pixels_rgba_32_32(const uint8_t* pixels, double* greys);
 
 /// The two-dimensional cosine transform of 32 x 32 values, of which only the 8 x 8 lowest frequencies, the
@@ -36,19 +35,10 @@ void greyscale_pixels_rgba_32_32(const uint8_t* pixels, double* greys);
 /// on flat pictures, whose bits are rounding.
 void dct_rgba_32_32(const double* in, double* out);
 
-/// The mean of the 8 x 8 outputs without the first, which is the picture's brightness.
+/// The mean of the 8 x 8 outputs, rows 32 apart, without the first, which is the picture's brightness.
 double fast_avg_no_first_el_rgba_8_8(const double* out);
 
-/// The 8 x 8 outputs without the first as "1" where one is above the average: 63 characters.
+/// The same 8 x 8 outputs without the first as "1" where one is above the average: 63 characters.
 std::string phash_rgba_8_8(const double* out, double average);
-
-/// One way to compute the transform. `dct_rgba_32_32` takes the first that this machine can run.
-struct DCTKernel {
-    const char* name;
-    bool (*isSupported)();
-    void (*run)(const double* in, double* out);
-};
-/// All that were built in, the fastest first. They differ in speed alone.
-std::span<const DCTKernel> dctKernels();
 
 } // namespace lumora

@@ -3,6 +3,8 @@
 #include "platform/foundation/NSTimer.h"
 #include "platform/process/ProcessLocal.h"
 
+#include <utility>
+
 namespace lumora {
 
 static ProcessLocal<HashManager> s_sharedInstance;

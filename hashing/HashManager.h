@@ -17,7 +17,7 @@ public:
     uint64_t maxAdsCount() const { return m_maxAdsCount; }
     void setMaxAdsCount(uint64_t count) { m_maxAdsCount = count; }
 
-    /// The lifetime of a kept ad; 100 from the start.
+    /// The lifetime of a kept ad in seconds; 100 from the start.
     int64_t adsTTL() const { return m_adsTTL; }
     /// Another lifetime ends a running expiry timer and lets it go, for whoever keeps ads next to schedule
     /// one anew. The same one again leaves it alone.

@@ -1,7 +1,7 @@
 #include "hashing/OSHashProviders.h"
 
+#include "hashing/BitmapHashes.h"
 #include "hashing/HashKernels.h"
-#include "hashing/RGBABitmap.h"
 #include "platform/process/ProcessLocal.h"
 
 #include <array>
@@ -31,7 +31,7 @@ void printGreys(const std::array<double, 1024>& greys)
 
 OSHashType dHashOf(const std::optional<RGBABitmap>& bitmap)
 {
-    return bitmap ? dhash_rgba_9_9(bitmap->bytes.data()) : OSHashTypeError;
+    return bitmap ? dHashOfBitmap(*bitmap) : OSHashTypeError;
 }
 
 void printIfThere(const std::optional<RGBABitmap>& bitmap)
@@ -52,22 +52,22 @@ OSHashType OSAHash::hashImage(const UIImage&) const { return OSHashTypeError; }
 OSDHash& OSDHash::sharedInstance() { return s_dHash.get(); }
 OSHashType OSDHash::hashImageData(const NSData& imageData) const
 {
-    return dHashOf(RGBABitmapDataForResizedImageWithWidth(imageData, 9, 9));
+    return dHashOf(RGBABitmapDataForResizedImageWithWidth(imageData, dHashSize.width, dHashSize.height));
 }
 OSHashType OSDHash::hashImage(const UIImage& image) const
 {
-    return dHashOf(RGBABitmapOfImage(image, { 9, 9 }));
+    return dHashOf(RGBABitmapOfImage(image, dHashSize));
 }
 
 OSPHash& OSPHash::sharedInstance() { return s_pHash.get(); }
 OSHashType OSPHash::hashImageData(const NSData& imageData) const
 {
-    printIfThere(RGBABitmapDataForResizedImageWithWidth(imageData, 32, 32));
+    printIfThere(RGBABitmapDataForResizedImageWithWidth(imageData, pHashSize.width, pHashSize.height));
     return OSHashTypeError;
 }
 OSHashType OSPHash::hashImage(const UIImage& image) const
 {
-    printIfThere(RGBABitmapOfImage(image, { 32, 32 }));
+    printIfThere(RGBABitmapOfImage(image, pHashSize));
     return OSHashTypeError;
 }
 

@@ -9,8 +9,8 @@ using OSHashType = int64_t;
 /// A count of differing bits, 0 to 64.
 using OSHashDistanceType = int64_t;
 
-/// No picture, or one that cannot be decoded. All bits set, so a picture whose every bit is set counts as
-/// one: kept.
+/// No picture, or one that cannot be decoded. It is all bits set, so a picture whose hash is that cannot be
+/// told from it: kept.
 inline constexpr OSHashType OSHashTypeError = -1;
 
 } // namespace lumora

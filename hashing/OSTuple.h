@@ -16,7 +16,8 @@ public:
     Value second;
 };
 
-/// A picture's hash beside what identifies the picture.
+/// A picture's hash beside what identifies the picture: what a search would be made of. Kept, as nothing
+/// searches.
 class OSHashResultTuple final : public NSObject {
 public:
     static const ClassDescription& classDescription();

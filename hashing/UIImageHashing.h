@@ -22,7 +22,7 @@ std::string getDHash(const UIImage& image);
 /// A provider's signed 64-bit hash as decimal text; empty when there is none.
 std::string getStringHashForProvider(const UIImage& image, OSImageHashingProviderId provider);
 
-/// The work behind `getAHash` and `getPHash`.
+/// The same under their older names: kept.
 std::string doAHashStaff(const UIImage& image);
 std::string doPHashStaff(const UIImage& image);
 

@@ -64,7 +64,8 @@ void hash(Picture& picture)
             static_cast<uint64_t>(picture.hashes->dHash) };
 }
 
-/// Calls `work` for every number below `count`. The first error ends it and is thrown on.
+/// Calls `work` for every number below `count`, on threads of its own: there is no process here to lend its.
+/// The first error ends it and is thrown on.
 void inParallel(size_t count, const Progress& done, const std::function<void(size_t)>& work)
 {
     std::atomic<size_t> next { 0 };

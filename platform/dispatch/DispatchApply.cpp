@@ -63,6 +63,7 @@ private:
 void dispatch_apply(size_t iterations, DispatchQueue& queue, const std::function<void(size_t)>& block)
 {
     const auto application = std::make_shared<Application>(iterations, block);
+    // One helper at least: calls may wait for each other.
     const size_t threads = std::min<size_t>(std::max(2U, std::thread::hardware_concurrency()), iterations);
     try {
         for (size_t i = 1; i < threads; i++)

@@ -1,6 +1,7 @@
 // Compares every kernel of the cosine transform with its definition, bit by bit, over 20,000 matrices, and
 // prints a checksum of all outputs. scripts/dct-bits builds it by both compilers with all sorts of flags.
 
+#include "hashing/DCTKernel.h"
 #include "hashing/HashKernels.h"
 #include "tests/hashing/DirectDCT.h"
 

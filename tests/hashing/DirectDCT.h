@@ -49,7 +49,7 @@ inline std::vector<double> matrixNumber(uint64_t number)
                 matrix.push_back(static_cast<double>(random() % 766) / 3.0);
                 break;
             case 1:
-                matrix.push_back(127.5 + 100 * std::sin(slope / 16));
+                matrix.push_back((slope / 64 - std::floor(slope / 64)) * (slope / 3));
                 break;
             case 2:
                 matrix.push_back(grey);

@@ -1,4 +1,4 @@
-#include "hashing/NSArrayExtensions.h"
+#include "hashing/PairCombinations.h"
 
 #include "hashing/OSTuple.h"
 #include "platform/dispatch/DispatchApply.h"

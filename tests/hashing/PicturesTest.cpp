@@ -1,5 +1,5 @@
-#include "hashing/UIImageExtensions.h"
-
+#include "hashing/UIImageCapture.h"
+#include "hashing/UIImageRedrawing.h"
 #include "lumora/LMLogManager.h"
 #include "tests/platform/uikit/Phone.h"
 
@@ -14,7 +14,7 @@ static Pixel pixel(const UIImage& image, ptrdiff_t x)
     return { image.pixels() + 4 * x, image.pixels() + 4 * x + 4 };
 }
 
-TEST(UIImageExtensions, CapturesAViewAsItsLayerOrAsItWillLook)
+TEST(UIImageCapture, CapturesAViewAsItsLayerOrAsItWillLook)
 {
     Phone phone;
     auto view = phone.add(CGRectMake(50, 60, 20, 10));
@@ -35,7 +35,7 @@ TEST(UIImageExtensions, CapturesAViewAsItsLayerOrAsItWillLook)
     EXPECT_TRUE(captureScreenWithView(nullptr).isNull() && captureRightScreenFrom(nullptr).isNull());
 }
 
-TEST(UIImageExtensions, DrawsPicturesAnewAtOnePixelAPoint)
+TEST(UIImageRedrawing, DrawsPicturesAnewAtOnePixelAPoint)
 {
     Phone phone;
     const UIImage image { 2, 1, { 255, 0, 0, 255, 0, 0, 0, 0 }, 0.1 };
@@ -49,7 +49,7 @@ TEST(UIImageExtensions, DrawsPicturesAnewAtOnePixelAPoint)
     }
 }
 
-TEST(UIImageExtensions, AnswersPicturesThatCannotBeDrawn)
+TEST(UIImageRedrawing, AnswersPicturesThatCannotBeDrawn)
 {
     Phone phone;
     LMLogManager::sharedInstance().setLoggingTTL(1000);

@@ -1,9 +1,8 @@
-#include "hashing/UIImageExtensions.h"
+#include "hashing/UIImageRedrawing.h"
 
 #include "lumora/LMLog.h"
+#include "platform/coregraphics/CGContext.h"
 #include "platform/foundation/NSString.h"
-#include "platform/uikit/UIScreen.h"
-#include "platform/uikit/UIViewDrawing.h"
 
 namespace lumora {
 
@@ -28,18 +27,6 @@ UIImage drawnInContext(const UIImage& image, CGSize size)
 } // namespace
 
 UIImage imageWithImage(const UIImage& image) { return drawnInContext(image, { 32, 32 }); }
-
-UIImage captureScreenWithView(UIView* view)
-{
-    if (!view)
-        return {};
-    return renderLayer(view->layer(), view->bounds().size, UIScreen::mainScreen().scale(), view->isOpaque());
-}
-
-UIImage captureRightScreenFrom(UIView* view)
-{
-    return view ? takeImageOfView(*view, view->bounds().size, contextScale) : UIImage {};
-}
 
 UIImage getDowngradedImage(const UIImage& image)
 {
