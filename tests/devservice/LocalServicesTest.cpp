@@ -146,11 +146,14 @@ TEST(LocalServices, GoesOnWithAFileThatKnewNoCollector)
     EXPECT_EQ(again.handle(post("/ads/ios/app", R"({"ads":[{"phash":"a"}]})")).status, 200);
 }
 
-TEST(LocalServices, AnswersThatItsStoreFails)
+TEST(LocalServices, AnswersThatItsStoreFailsAndKeepsNoHalf)
 {
     const TemporaryFolder folder;
     const std::string file = folder.file("broken.db");
     LocalServices services("key", file);
+    execute(file, "DROP TABLE hashes");
+    EXPECT_EQ(services.handle(post("/ads/ios/app/i", R"({"screenshots":"a"})")).status, 500);
+    EXPECT_EQ(services.collector().screenshots().size(), 0U);
     execute(file, "DROP TABLE arrivals");
     const ServiceAnswer answer = services.handle(post(adPath, "[{}]"));
     EXPECT_EQ(answer.status, 500);
