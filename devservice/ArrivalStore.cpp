@@ -119,6 +119,8 @@ ArrivalStore::ArrivalStore(const std::string& path)
     check(database, sqlite3_busy_timeout(database, 2000));
     execute(database, "PRAGMA journal_mode=WAL");
     execute(database, "PRAGMA synchronous=NORMAL");
+    // Of two runs that open a file at once, one waits for the other's changes.
+    Transaction transaction(database);
     execute(database,
         "CREATE TABLE IF NOT EXISTS arrivals(number INTEGER PRIMARY KEY AUTOINCREMENT, kind INTEGER NOT NULL,"
         " receivedAt REAL NOT NULL, target TEXT NOT NULL, authorization TEXT NOT NULL, body BLOB NOT NULL,"
@@ -131,6 +133,7 @@ ArrivalStore::ArrivalStore(const std::string& path)
     if (!step(
             prepare(database, "SELECT 1 FROM pragma_table_info('arrivals') WHERE name = 'decrypted'").get()))
         execute(database, "ALTER TABLE arrivals ADD COLUMN decrypted BLOB NOT NULL DEFAULT ''");
+    transaction.commit();
     m_insert = prepare(database,
         "INSERT INTO arrivals(kind, receivedAt, target, authorization, body, isJSON, status, decrypted)"
         " VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)");
