@@ -139,7 +139,8 @@ std::string card(const Arrival& arrival)
         + "</code>" + (isConfiguration ? "" : "<code>" + excerpt(arrival.target, longestField) + "</code>")
         + "</p>";
 
-    const auto body = parseJSON(arrival.decrypted.empty() ? arrival.body : arrival.decrypted);
+    const std::string& text = arrival.decrypted.empty() ? arrival.body : arrival.decrypted;
+    const auto body = parseJSON(text);
     const json::value* value = body ? &*body : nullptr;
     if (value && value->is_array() && value->get_array().size() == 1)
         value = value->get_array().data();
@@ -151,7 +152,7 @@ std::string card(const Arrival& arrival)
         picture = thumbnail(value->get_object());
         content = fieldList(value->get_object(), !picture.empty());
     } else {
-        content = "<pre>" + excerpt(arrival.body, longestBody) + "</pre>";
+        content = "<pre>" + excerpt(text, longestBody) + "</pre>";
     }
     return "<article>" + picture + "<div>" + line + content + "</div></article>\n";
 }

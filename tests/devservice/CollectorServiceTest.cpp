@@ -133,6 +133,7 @@ TEST(CollectorService, ShowsWhatIsInsideAndLetsNothingAct)
 {
     LocalServices services("key");
     services.handle(sealed(complaint));
+    services.handle(sealed("PMYaYFvkSVaDHrujPxcMlA=="));
     services.handle(post("/event/ios/<b>x/'", "</pre><i>"));
     services.handle(post("/logs", "<script>alert(2)"));
     EXPECT_NE(
@@ -140,8 +141,8 @@ TEST(CollectorService, ShowsWhatIsInsideAndLetsNothingAct)
     EXPECT_NE(
         services.handle(get("/complaints")).body.find(R"("decrypted":{"uuid":"0C4B",)"), std::string::npos);
     const std::string page = services.handle(get("/")).body;
-    for (const char* shown : { "<dd>0C4B</dd>", "&#60;script&#62;alert(1)", "/event/ios/&#60;b&#62;x/&#39;",
-             "<pre>&#60;script&#62;alert(2)" })
+    for (const char* shown : { "<dd>0C4B</dd>", "<pre>[1]</pre>", "&#60;script&#62;alert(1)",
+             "/event/ios/&#60;b&#62;x/&#39;", "<pre>&#60;script&#62;alert(2)" })
         EXPECT_NE(page.find(shown), std::string::npos) << shown;
     for (const char* active : { "<script", "<b>x", "<i>" })
         EXPECT_EQ(page.find(active), std::string::npos) << active;
