@@ -183,7 +183,7 @@ ServiceAnswer LocalServices::page()
 {
     std::vector<PageSection> sections(listings.size());
     std::transform(listings.begin(), listings.end(), sections.begin(), [this](const Listing& listing) {
-        return PageSection { listing.title, listing.path, listing.kind, m_store.count(listing.kind),
+        return PageSection { listing.title, listing.path, m_store.count(listing.kind),
             m_store.newestFirst(listing.kind, shownOnPage) };
     });
     return { 200,
