@@ -64,9 +64,13 @@ TEST(CollectorService, TakesEventsPlainOrEncryptedAndLogsAsText)
     EXPECT_EQ(services.handle(post(eventPath, "LBw50kDg8VzyBuz8kqmQdQ==")).body,
         R"({"error":"the body does not decrypt to JSON"})");
     EXPECT_EQ(services.handle(post("/logs", "{}")).status, 200);
+    for (const char* odd : { "/event/ios/com.example.daily/", "/event/ios/com.example.daily/a/b?c" })
+        EXPECT_EQ(services.handle(post(odd, "{}")).status, 200) << odd;
+    EXPECT_EQ(services.handle(post("/event/ios/com.example.daily", "{}")).status, 404);
     const auto events = services.collector().events();
     EXPECT_EQ(bodies(events),
-        (Bodies { "{}", "not JSON: " + std::string(event), "not JSON: LBw50kDg8VzyBuz8kqmQdQ==" }));
+        (Bodies {
+            "{}", "not JSON: " + std::string(event), "not JSON: LBw50kDg8VzyBuz8kqmQdQ==", "{}", "{}" }));
     EXPECT_EQ(events.at(1).decrypted, R"({"event":{"type":"redirect"}})");
     EXPECT_EQ(bodies(services.collector().logs()), Bodies { "not JSON: {}" });
 }
@@ -122,6 +126,8 @@ TEST(CollectorService, ActsOutFaultsForOneBundleOrAny)
     LocalServices services("key");
     services.addFault({ .path = "/ads/ios/com.example.other/i", .status = 500 });
     services.addFault({ .path = "/ads/ios/*/i", .status = 503 });
+    services.addFault({ .path = "/event/ios/*/**", .status = 502 });
+    EXPECT_EQ(services.handle(post(eventPath, "{}")).status, 502);
     EXPECT_EQ(services.handle(post(sourcePath, "{}")).status, 200);
     EXPECT_EQ(services.handle(post(screenshotPath, R"({"screenshots":"a"})")).status, 503);
     EXPECT_EQ(services.handle(post("/ads/ios/com.example.other/i", "{}")).status, 500);
