@@ -95,11 +95,11 @@ void bindBytes(sqlite3_stmt* statement, int index, const std::string& bytes)
     checkBound(statement, sqlite3_bind_blob64(statement, index, bytes.data(), bytes.size(), SQLITE_STATIC));
 }
 
-std::string columnBytes(sqlite3_stmt* statement, int index)
+std::string columnBytes(sqlite3_stmt* statement, int index, size_t longest = std::string::npos)
 {
     const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement, index));
     const auto size = static_cast<size_t>(sqlite3_column_bytes(statement, index));
-    return bytes ? std::string(bytes, size) : std::string();
+    return bytes ? std::string(bytes, std::min(size, longest)) : std::string();
 }
 
 } // namespace
@@ -179,7 +179,7 @@ int64_t ArrivalStore::count(ArrivalKind kind)
     return step(m_count.get()) ? sqlite3_column_int64(m_count.get(), 0) : 0;
 }
 
-std::vector<Arrival> ArrivalStore::newestFirst(ArrivalKind kind, int64_t limit)
+std::vector<Arrival> ArrivalStore::newestFirst(ArrivalKind kind, int64_t limit, int64_t budget)
 {
     const Locker locker(m_lock);
     sqlite3_stmt* select = m_select.get();
@@ -188,9 +188,21 @@ std::vector<Arrival> ArrivalStore::newestFirst(ArrivalKind kind, int64_t limit)
     bindInteger(select, 2, limit);
     std::vector<Arrival> arrivals;
     while (step(select)) {
-        arrivals.push_back({ sqlite3_column_int64(select, 0), kind, sqlite3_column_double(select, 1),
-            columnBytes(select, 2), columnBytes(select, 3), columnBytes(select, 4),
-            sqlite3_column_int(select, 5) != 0, sqlite3_column_int(select, 6), columnBytes(select, 7) });
+        const int bodySize = sqlite3_column_bytes(select, 4);
+        const int64_t size = int64_t { bodySize } + sqlite3_column_bytes(select, 7);
+        const bool fits = size <= budget;
+        budget -= fits ? size : 0;
+        const size_t longest = fits ? std::string::npos : excerptSize;
+        arrivals.push_back({ .number = sqlite3_column_int64(select, 0),
+            .kind = kind,
+            .receivedAt = sqlite3_column_double(select, 1),
+            .target = columnBytes(select, 2),
+            .authorization = columnBytes(select, 3),
+            .body = columnBytes(select, 4, longest),
+            .isJSON = sqlite3_column_int(select, 5) != 0,
+            .status = sqlite3_column_int(select, 6),
+            .decrypted = columnBytes(select, 7, longest),
+            .bodySize = static_cast<size_t>(bodySize) });
     }
     return arrivals;
 }

@@ -3,6 +3,7 @@
 #include "platform/process/Lock.h"
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -40,6 +41,7 @@ struct Arrival {
     std::string decrypted {}; ///< the JSON inside of an encrypted body
     /// That it brings. They are kept with it, none of them twice and no empty one, and not read back.
     std::vector<std::string> hashes {};
+    size_t bodySize = 0; ///< in bytes, also when only the start of the body was read; given by the store
 };
 
 class StoreError : public std::runtime_error {
@@ -52,14 +54,17 @@ public:
 /// SQLite's own words.
 class ArrivalStore {
 public:
-    static constexpr int64_t noLimit = -1;
+    static constexpr int64_t noLimit = std::numeric_limits<int64_t>::max();
+    static constexpr size_t excerptSize = 4096;
 
     explicit ArrivalStore(const std::string& path);
 
     /// Keeps the arrival and what it brings, or nothing of either.
     void add(const Arrival&);
     int64_t count(ArrivalKind);
-    std::vector<Arrival> newestFirst(ArrivalKind, int64_t limit = noLimit);
+    /// Bodies are read whole while they fit into `budget` bytes together, and what is inside of them with
+    /// them; of one that does not fit any more only the first excerptSize bytes of both.
+    std::vector<Arrival> newestFirst(ArrivalKind, int64_t limit = noLimit, int64_t budget = noLimit);
     std::vector<Arrival> oldestFirst(ArrivalKind);
 
     /// Whether an arrival of the kind has brought it.

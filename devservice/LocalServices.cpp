@@ -13,7 +13,9 @@ namespace lumora {
 
 namespace {
 
+// Of each kind.
 constexpr int64_t shownOnPage = 50;
+constexpr int64_t readForPage = 16 << 20; // bytes: the largest request and what is inside of it
 
 struct Listing {
     ArrivalKind kind;
@@ -184,7 +186,7 @@ ServiceAnswer LocalServices::page()
     std::vector<PageSection> sections(listings.size());
     std::transform(listings.begin(), listings.end(), sections.begin(), [this](const Listing& listing) {
         return PageSection { listing.title, listing.path, m_store.count(listing.kind),
-            m_store.newestFirst(listing.kind, shownOnPage) };
+            m_store.newestFirst(listing.kind, shownOnPage, readForPage) };
     });
     return { 200,
         { { "Content-Type", "text/html; charset=utf-8" },

@@ -119,6 +119,21 @@ TEST(LocalServices, PageShowsScreenshotsAndLetsNothingAct)
         EXPECT_EQ(page.find(active), std::string::npos) << active;
 }
 
+TEST(LocalServices, PageReadsOnlyTheStartOfWhatIsTooMuch)
+{
+    LocalServices services("key");
+    services.handle(post(adPath, R"([{"type":"earlier"}])"));
+    std::string body = R"([{"html":"x)";
+    while (body.size() <= 16U << 20)
+        body += "é";
+    services.handle(post(adPath, body));
+    const std::string page = services.handle(get("/")).body;
+    EXPECT_NE(page.find("xé"), std::string::npos);
+    EXPECT_NE(
+        page.find("é… <span class=\"note\">(" + std::to_string(body.size()) + " bytes)"), std::string::npos);
+    EXPECT_NE(page.find("<dd>earlier</dd>"), std::string::npos);
+}
+
 TEST(LocalServices, KeepsArrivalsInAFileAndReportsADatabaseItCannotOpen)
 {
     const TemporaryFolder folder;
