@@ -37,6 +37,15 @@ void execute(sqlite3* database, const char* sql)
     check(database, sqlite3_exec(database, sql, nullptr, nullptr, nullptr));
 }
 
+/// Unless it is there; files of earlier versions lack some.
+void addColumn(sqlite3* database, const std::string& name)
+{
+    const int found = sqlite3_table_column_metadata(
+        database, nullptr, "arrivals", name.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr);
+    if (found != SQLITE_OK)
+        execute(database, ("ALTER TABLE arrivals ADD COLUMN " + name + " BLOB NOT NULL DEFAULT ''").c_str());
+}
+
 /// Whether there is a row.
 bool step(sqlite3_stmt* statement)
 {
@@ -129,17 +138,15 @@ ArrivalStore::ArrivalStore(const std::string& path)
     execute(database,
         "CREATE TABLE IF NOT EXISTS hashes(kind INTEGER NOT NULL, hash TEXT NOT NULL,"
         " PRIMARY KEY(kind, hash)) WITHOUT ROWID");
-    // Files of earlier versions lack it.
-    if (!step(
-            prepare(database, "SELECT 1 FROM pragma_table_info('arrivals') WHERE name = 'decrypted'").get()))
-        execute(database, "ALTER TABLE arrivals ADD COLUMN decrypted BLOB NOT NULL DEFAULT ''");
+    addColumn(database, "decrypted");
+    addColumn(database, "headers");
     transaction.commit();
     m_insert = prepare(database,
-        "INSERT INTO arrivals(kind, receivedAt, target, authorization, body, isJSON, status, decrypted)"
-        " VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8)");
+        "INSERT INTO arrivals(kind, receivedAt, target, authorization, body, isJSON, status, decrypted,"
+        " headers) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)");
     m_count = prepare(database, "SELECT count(*) FROM arrivals WHERE kind = ?1");
     m_select = prepare(database,
-        "SELECT number, receivedAt, target, authorization, body, isJSON, status, decrypted"
+        "SELECT number, receivedAt, target, authorization, body, isJSON, status, decrypted, headers"
         " FROM arrivals WHERE kind = ?1 ORDER BY number DESC LIMIT ?2");
     m_insertHash = prepare(database, "INSERT OR IGNORE INTO hashes(kind, hash) VALUES(?1, ?2)");
     m_findHash = prepare(database, "SELECT 1 FROM hashes WHERE kind = ?1 AND hash = ?2");
@@ -159,6 +166,7 @@ void ArrivalStore::add(const Arrival& arrival)
     bindInteger(insert, 6, arrival.isJSON);
     bindInteger(insert, 7, arrival.status);
     bindBytes(insert, 8, arrival.decrypted);
+    bindBytes(insert, 9, arrival.headers);
     step(insert);
     for (const std::string& hash : arrival.hashes) {
         if (hash.empty())
@@ -202,6 +210,7 @@ std::vector<Arrival> ArrivalStore::newestFirst(ArrivalKind kind, int64_t limit, 
             .isJSON = sqlite3_column_int(select, 5) != 0,
             .status = sqlite3_column_int(select, 6),
             .decrypted = columnBytes(select, 7, longest),
+            .headers = columnBytes(select, 8),
             .bodySize = static_cast<size_t>(bodySize) });
     }
     return arrivals;

@@ -39,6 +39,7 @@ struct Arrival {
     bool isJSON = false;
     int status = 0; ///< what was answered; 0 when the connection was closed unanswered
     std::string decrypted {}; ///< the JSON inside of an encrypted body
+    std::string headers {}; ///< a JSON object of those that a body is opened with, empty without any
     /// That it brings. They are kept with it, none of them twice and no empty one, and not read back.
     std::vector<std::string> hashes {};
     size_t bodySize = 0; ///< in bytes, also when only the start of the body was read; given by the store
