@@ -126,7 +126,8 @@ ArrivalStore::ArrivalStore(const std::string& path)
         throw StoreError("out of memory opening " + path);
     check(database, result);
     check(database, sqlite3_busy_timeout(database, 2000));
-    execute(database, "PRAGMA journal_mode=WAL");
+    // Does not wait for its turn: it may fail while another run opens the file, which then has set it.
+    sqlite3_exec(database, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr);
     execute(database, "PRAGMA synchronous=NORMAL");
     // Of two runs that open a file at once, one waits for the other's changes.
     Transaction transaction(database);
