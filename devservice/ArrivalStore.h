@@ -3,6 +3,7 @@
 #include "platform/process/Lock.h"
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -38,6 +39,10 @@ struct Arrival {
     bool isJSON = false;
     int status = 0; ///< what was answered; 0 when the connection was closed unanswered
     std::string decrypted {}; ///< the JSON inside of an encrypted body
+    std::string headers {}; ///< a JSON object of those that a body is opened with, empty without any
+    /// That it brings. They are kept with it, none of them twice and no empty one, and not read back.
+    std::vector<std::string> hashes {};
+    size_t bodySize = 0; ///< in bytes, also when only the start of the body was read; given by the store
 };
 
 class StoreError : public std::runtime_error {
@@ -47,20 +52,23 @@ public:
 
 /// Keeps arrivals, and the hashes that some of them brought, in an SQLite database: a file, which later runs
 /// go on with, or ":memory:". Any thread. Every failure, also the constructor's, is a StoreError carrying
-/// SQLite's own words; a failed add() leaves nothing behind.
+/// SQLite's own words.
 class ArrivalStore {
 public:
-    static constexpr int64_t noLimit = -1;
+    static constexpr int64_t noLimit = std::numeric_limits<int64_t>::max();
+    static constexpr size_t excerptSize = 4096;
 
     explicit ArrivalStore(const std::string& path);
 
+    /// Keeps the arrival and what it brings, or nothing of either.
     void add(const Arrival&);
     int64_t count(ArrivalKind);
-    std::vector<Arrival> newestFirst(ArrivalKind, int64_t limit = noLimit);
+    /// Bodies are read whole while they fit into `budget` bytes together, and what is inside of them with
+    /// them; of one that does not fit any more only the first excerptSize bytes of both.
+    std::vector<Arrival> newestFirst(ArrivalKind, int64_t limit = noLimit, int64_t budget = noLimit);
     std::vector<Arrival> oldestFirst(ArrivalKind);
 
-    /// Hashes of one kind of arrival do not count for another. An empty one is left out.
-    void addHashes(ArrivalKind, const std::vector<std::string>&);
+    /// Whether an arrival of the kind has brought it.
     bool hasHash(ArrivalKind, const std::string&);
 
 private:
@@ -70,10 +78,7 @@ private:
     };
     using Statement = std::unique_ptr<sqlite3_stmt, Close>;
 
-    void execute(const char* sql) LUMORA_REQUIRES(m_lock);
-    Statement prepare(const char* sql) LUMORA_REQUIRES(m_lock);
-    bool step(sqlite3_stmt*) LUMORA_REQUIRES(m_lock);
-    void check(int result) const LUMORA_REQUIRES(m_lock);
+    static Statement prepare(sqlite3*, const char* sql);
 
     Lock m_lock;
     // Before the statements, which go first.

@@ -1,5 +1,6 @@
 #include "devservice/CollectorCipher.h"
 
+#include <algorithm>
 #include <array>
 #include <boost/algorithm/hex.hpp>
 #include <iterator>
@@ -15,6 +16,7 @@ constexpr std::string_view eventKey = "tallowMeridianVextallowMeridianV";
 constexpr std::string_view complaintPrefix = "tallowMeridianVextallowMeridianVex";
 constexpr size_t keySize = 32;
 constexpr size_t blockSize = 16;
+constexpr std::string_view base64Digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 const unsigned char* bytesOf(std::string_view text)
 {
@@ -24,12 +26,16 @@ unsigned char* bytesOf(std::string& text) { return reinterpret_cast<unsigned cha
 
 std::string decodedBase64(std::string_view text)
 {
+    // OpenSSL would also take blanks at the end, and anything after a "-".
+    const std::string_view padding = text.substr(std::min(text.find_first_not_of(base64Digits), text.size()));
+    if (text.empty() || text.size() % 4 != 0 || !std::string_view("==").starts_with(padding))
+        return {};
     std::string bytes(text.size() / 4 * 3, '\0');
     const int size = EVP_DecodeBlock(bytesOf(bytes), bytesOf(text), static_cast<int>(text.size()));
-    if (text.empty() || size != static_cast<int>(bytes.size()))
+    if (size != static_cast<int>(bytes.size()))
         return {};
     // Padding is decoded too, as zeros.
-    bytes.resize(bytes.size() - (text.ends_with("==") ? 2 : text.ends_with('=') ? 1 : 0));
+    bytes.resize(bytes.size() - padding.size());
     return bytes;
 }
 

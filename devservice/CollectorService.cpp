@@ -78,7 +78,7 @@ ServiceAnswer CollectorService::answer(const ServiceRequest& request, Arrival& a
         return answerBatch(body->get_object());
     for (const Upload& upload : uploads) {
         if (upload.kind == arrival.kind)
-            store().addHashes(upload.kind, broughtHashes(upload, body->get_object()));
+            arrival.hashes = broughtHashes(upload, body->get_object());
     }
     return jsonAnswer(200, "{}");
 }

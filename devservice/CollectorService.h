@@ -16,7 +16,7 @@ namespace lumora {
 /// An upload brings hashes, once and for all: under "screenshots" or "sources" a text, an object with a
 /// "phash" or "sourceHash", or an array of these. A batch is answered 200 when each hash that its "ads" name
 /// has been brought, 207 when some have, and 404 when none has; then {"data": [...]} has an element for each:
-/// its "status", 200 or 404, and the hash under the name it came with.
+/// its "status", 200 or 404, and the hash under the name it came with. Clients read it beside a 207 only.
 class CollectorService final : public Service {
 public:
     explicit CollectorService(ArrivalStore& store)

@@ -16,6 +16,7 @@ namespace {
 
 constexpr size_t longestField = 160;
 constexpr size_t longestBody = 2000;
+static_assert(longestBody < ArrivalStore::excerptSize);
 
 constexpr std::string_view head = R"html(<!DOCTYPE html>
 <html lang="en"><head><meta charset="utf-8"><meta name="viewport" content="width=device-width">
@@ -62,18 +63,19 @@ std::string escaped(std::string_view bytes)
     return text;
 }
 
-/// Escaped, and cut between two characters when it is too long to read.
-std::string excerpt(std::string_view bytes, size_t longest)
+/// Escaped, and cut between two characters when it is too long to read; then `size` is told as the whole one.
+std::string excerpt(std::string_view bytes, size_t longest, size_t size)
 {
-    const std::string text = printable(bytes);
-    if (text.size() <= longest)
-        return escaped(text);
+    if (bytes.size() <= longest)
+        return escaped(bytes);
     size_t end = longest;
-    while (end && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80)
+    while (end > longest - 3 && (static_cast<unsigned char>(bytes[end]) & 0xC0) == 0x80)
         --end;
-    return escaped(std::string_view(text).substr(0, end)) + "… <span class=\"note\">("
-        + std::to_string(text.size()) + " bytes)</span>";
+    return escaped(bytes.substr(0, end)) + "… <span class=\"note\">(" + std::to_string(size)
+        + " bytes)</span>";
 }
+
+std::string excerpt(std::string_view bytes, size_t longest) { return excerpt(bytes, longest, bytes.size()); }
 
 std::string clockTime(double secondsSince1970)
 {
@@ -139,7 +141,8 @@ std::string card(const Arrival& arrival)
         + "</code>" + (isConfiguration ? "" : "<code>" + excerpt(arrival.target, longestField) + "</code>")
         + "</p>";
 
-    const auto body = parseJSON(arrival.decrypted.empty() ? arrival.body : arrival.decrypted);
+    const std::string& text = arrival.decrypted.empty() ? arrival.body : arrival.decrypted;
+    const auto body = parseJSON(text);
     const json::value* value = body ? &*body : nullptr;
     if (value && value->is_array() && value->get_array().size() == 1)
         value = value->get_array().data();
@@ -151,7 +154,7 @@ std::string card(const Arrival& arrival)
         picture = thumbnail(value->get_object());
         content = fieldList(value->get_object(), !picture.empty());
     } else {
-        content = "<pre>" + excerpt(arrival.body, longestBody) + "</pre>";
+        content = "<pre>" + excerpt(text, longestBody, arrival.bodySize) + "</pre>";
     }
     return "<article>" + picture + "<div>" + line + content + "</div></article>\n";
 }

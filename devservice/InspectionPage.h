@@ -12,7 +12,6 @@ namespace lumora {
 struct PageSection {
     std::string_view title;
     std::string_view listPath;
-    ArrivalKind kind = ArrivalKind::Report;
     int64_t total = 0; ///< in the store, of which the newest are shown
     std::vector<Arrival> newest {};
 };

@@ -13,7 +13,9 @@ namespace lumora {
 
 namespace {
 
+// Of each kind.
 constexpr int64_t shownOnPage = 50;
+constexpr int64_t readForPage = 16 << 20; // bytes: the largest request and what is inside of it
 
 struct Listing {
     ArrivalKind kind;
@@ -34,13 +36,27 @@ constexpr std::array<Listing, 10> listings { {
     { ArrivalKind::Log, ServicePath::logs, "Logs" },
 } };
 
+/// Without which what came in could not be opened again later.
+constexpr std::array<const char*, 2> keptHeaders { "lm-iv", "lm-s" };
+
+std::string headersToKeep(const ServiceRequest& request)
+{
+    json::object kept;
+    for (const char* name : keptHeaders) {
+        if (request.headers.contains(name))
+            kept[name] = printable(request.header(name));
+    }
+    return kept.empty() ? "" : json::serialize(kept);
+}
+
 std::string described(const Arrival& arrival)
 {
     std::string fields = R"({"number":)" + std::to_string(arrival.number) + R"(,"receivedAt":)"
         + json::serialize(json::value(arrival.receivedAt)) + R"(,"target":)" + quoted(arrival.target)
         + R"(,"authorization":)" + quoted(arrival.authorization) + R"(,"status":)"
         + std::to_string(arrival.status) + R"(,"isJSON":)" + (arrival.isJSON ? "true" : "false")
-        + R"(,"body":)" + (arrival.isJSON ? arrival.body : quoted(arrival.body));
+        + (arrival.headers.empty() ? "" : R"(,"headers":)" + arrival.headers) + R"(,"body":)"
+        + (arrival.isJSON ? arrival.body : quoted(arrival.body));
     if (!arrival.decrypted.empty())
         fields += R"(,"decrypted":)" + arrival.decrypted;
     return fields + "}";
@@ -121,7 +137,8 @@ ServiceAnswer LocalServices::exchange(Service& service, ArrivalKind kind, const 
         .receivedAt = request.receivedAt,
         .target = request.target,
         .authorization = request.header("Authorization"),
-        .body = request.body };
+        .body = request.body,
+        .headers = headersToKeep(request) };
     ServiceAnswer answer = service.answer(request, arrival);
     if (const auto planned = m_faults.take(request.path()))
         planned->apply(answer);
@@ -183,8 +200,8 @@ ServiceAnswer LocalServices::page()
 {
     std::vector<PageSection> sections(listings.size());
     std::transform(listings.begin(), listings.end(), sections.begin(), [this](const Listing& listing) {
-        return PageSection { listing.title, listing.path, listing.kind, m_store.count(listing.kind),
-            m_store.newestFirst(listing.kind, shownOnPage) };
+        return PageSection { listing.title, listing.path, m_store.count(listing.kind),
+            m_store.newestFirst(listing.kind, shownOnPage, readForPage) };
     });
     return { 200,
         { { "Content-Type", "text/html; charset=utf-8" },

@@ -14,7 +14,9 @@ char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 
 
 bool pathMatches(std::string_view pattern, std::string_view path)
 {
-    while (!pattern.empty() && !path.empty()) {
+    while (pattern != "**") {
+        if (pattern.empty() || path.empty())
+            return pattern.empty() && path.empty();
         const bool isPart = pattern.front() == '*';
         const size_t length = isPart ? std::min(path.find('/'), path.size()) : 1;
         if (length == 0 || (!isPart && pattern.front() != path.front()))
@@ -22,7 +24,7 @@ bool pathMatches(std::string_view pattern, std::string_view path)
         pattern.remove_prefix(1);
         path.remove_prefix(length);
     }
-    return pattern.empty() && path.empty();
+    return true;
 }
 
 bool CaseInsensitiveLess::operator()(std::string_view a, std::string_view b) const

@@ -7,7 +7,8 @@
 
 namespace lumora {
 
-/// Where the services take what is sent to them; a "*" stands for any one part between slashes.
+/// Where the services take what is sent to them; a "*" stands for any one part between slashes, a "**" at the
+/// end for any rest.
 namespace ServicePath {
 inline constexpr std::string_view configuration = "/api/v1/sdk/config";
 inline constexpr std::string_view impression = "/api/v1/sdk/impression";
@@ -17,7 +18,7 @@ inline constexpr std::string_view batch = "/ads/ios/*";
 inline constexpr std::string_view screenshots = "/ads/ios/*/i";
 inline constexpr std::string_view sourceHashes = "/ads/ios/*/h";
 inline constexpr std::string_view complaint = "/complaints/ios/*/";
-inline constexpr std::string_view event = "/event/ios/*/*"; ///< and the kind of event
+inline constexpr std::string_view event = "/event/ios/*/**"; ///< and the kind of event, whatever it holds
 inline constexpr std::string_view logs = "/logs";
 
 inline constexpr std::array all { configuration, impression, ad, batch, screenshots, sourceHashes, complaint,

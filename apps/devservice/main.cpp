@@ -27,7 +27,7 @@ To change it while it runs:
     "key": "other", "collectorKey": "", "clearFaults": true,
     "faults": [{"path": "/api/v1/ad", "times": 2, "status": 500, "delay": 1.5}, {"path": "/ads/ios/*", "status": 207,
       "body": "{\"data\": [{\"status\": 404, \"phash\": \"ff00\"}]}"}]}'
-A fault may have: path ("*" for any bundle identifier or kind of event), times (null: until cleared),
+A fault may have: path ("*" for any bundle identifier, "**" for any kind of event), times (null: until cleared),
 status, delay (seconds), body, garbage (true), ending ("closeWithoutAnswer", "closeMidBody").
 )";
 

@@ -39,6 +39,9 @@ TEST(CollectorService, DecryptsComplaintsAndKeepsWhatItCannotDecrypt)
         { "no headers", sealed(complaint, {}), 400, "" },
         { "cut off", sealed(complaint.substr(0, 44)), 400, "" },
         { "no Base64", sealed("{]"), 400, "" },
+        { "line break", sealed(complaint + "\n"), 400, "" },
+        { "padding inside", sealed("PMYaYFvkSVaDHrujPxcMlA==" + complaint), 400, "" },
+        { "dashes", sealed(complaint + "---"), 400, "" },
         { "plain", sealed("{}"), 400, "" },
         { "padding", sealed("===="), 400, "" },
         { "empty", sealed(""), 400, "" },
@@ -61,9 +64,13 @@ TEST(CollectorService, TakesEventsPlainOrEncryptedAndLogsAsText)
     EXPECT_EQ(services.handle(post(eventPath, "LBw50kDg8VzyBuz8kqmQdQ==")).body,
         R"({"error":"the body does not decrypt to JSON"})");
     EXPECT_EQ(services.handle(post("/logs", "{}")).status, 200);
+    for (const char* odd : { "/event/ios/com.example.daily/", "/event/ios/com.example.daily/a/b?c" })
+        EXPECT_EQ(services.handle(post(odd, "{}")).status, 200) << odd;
+    EXPECT_EQ(services.handle(post("/event/ios/com.example.daily", "{}")).status, 404);
     const auto events = services.collector().events();
     EXPECT_EQ(bodies(events),
-        (Bodies { "{}", "not JSON: " + std::string(event), "not JSON: LBw50kDg8VzyBuz8kqmQdQ==" }));
+        (Bodies {
+            "{}", "not JSON: " + std::string(event), "not JSON: LBw50kDg8VzyBuz8kqmQdQ==", "{}", "{}" }));
     EXPECT_EQ(events.at(1).decrypted, R"({"event":{"type":"redirect"}})");
     EXPECT_EQ(bodies(services.collector().logs()), Bodies { "not JSON: {}" });
 }
@@ -119,6 +126,8 @@ TEST(CollectorService, ActsOutFaultsForOneBundleOrAny)
     LocalServices services("key");
     services.addFault({ .path = "/ads/ios/com.example.other/i", .status = 500 });
     services.addFault({ .path = "/ads/ios/*/i", .status = 503 });
+    services.addFault({ .path = "/event/ios/*/**", .status = 502 });
+    EXPECT_EQ(services.handle(post(eventPath, "{}")).status, 502);
     EXPECT_EQ(services.handle(post(sourcePath, "{}")).status, 200);
     EXPECT_EQ(services.handle(post(screenshotPath, R"({"screenshots":"a"})")).status, 503);
     EXPECT_EQ(services.handle(post("/ads/ios/com.example.other/i", "{}")).status, 500);
@@ -130,15 +139,16 @@ TEST(CollectorService, ShowsWhatIsInsideAndLetsNothingAct)
 {
     LocalServices services("key");
     services.handle(sealed(complaint));
+    services.handle(sealed("PMYaYFvkSVaDHrujPxcMlA=="));
     services.handle(post("/event/ios/<b>x/'", "</pre><i>"));
     services.handle(post("/logs", "<script>alert(2)"));
-    EXPECT_NE(
-        services.handle(get("/complaints")).body.find(R"("isJSON":false,"body":"fnLq)"), std::string::npos);
-    EXPECT_NE(
-        services.handle(get("/complaints")).body.find(R"("decrypted":{"uuid":"0C4B",)"), std::string::npos);
+    const std::string list = services.handle(get("/complaints")).body;
+    for (const char* listed : { R"("isJSON":false,"headers":{"lm-iv":"4071938256104937",)",
+             R"("lm-s":"Lw3kZ8qPv0TnYb5RjXc7Hd2MfGs9AeUi"},"body":"fnLq)", R"("decrypted":{"uuid":"0C4B",)" })
+        EXPECT_NE(list.find(listed), std::string::npos) << listed;
     const std::string page = services.handle(get("/")).body;
-    for (const char* shown : { "<dd>0C4B</dd>", "&#60;script&#62;alert(1)", "/event/ios/&#60;b&#62;x/&#39;",
-             "<pre>&#60;script&#62;alert(2)" })
+    for (const char* shown : { "<dd>0C4B</dd>", "<pre>[1]</pre>", "&#60;script&#62;alert(1)",
+             "/event/ios/&#60;b&#62;x/&#39;", "<pre>&#60;script&#62;alert(2)" })
         EXPECT_NE(page.find(shown), std::string::npos) << shown;
     for (const char* active : { "<script", "<b>x", "<i>" })
         EXPECT_EQ(page.find(active), std::string::npos) << active;

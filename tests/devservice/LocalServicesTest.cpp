@@ -119,6 +119,21 @@ TEST(LocalServices, PageShowsScreenshotsAndLetsNothingAct)
         EXPECT_EQ(page.find(active), std::string::npos) << active;
 }
 
+TEST(LocalServices, PageReadsOnlyTheStartOfWhatIsTooMuch)
+{
+    LocalServices services("key");
+    services.handle(post(adPath, R"([{"type":"earlier"}])"));
+    std::string body = R"([{"html":"x)";
+    while (body.size() <= 16U << 20)
+        body += "é";
+    services.handle(post(adPath, body));
+    const std::string page = services.handle(get("/")).body;
+    EXPECT_NE(page.find("xé"), std::string::npos);
+    EXPECT_NE(
+        page.find("é… <span class=\"note\">(" + std::to_string(body.size()) + " bytes)"), std::string::npos);
+    EXPECT_NE(page.find("<dd>earlier</dd>"), std::string::npos);
+}
+
 TEST(LocalServices, KeepsArrivalsInAFileAndReportsADatabaseItCannotOpen)
 {
     const TemporaryFolder folder;
@@ -146,11 +161,14 @@ TEST(LocalServices, GoesOnWithAFileThatKnewNoCollector)
     EXPECT_EQ(again.handle(post("/ads/ios/app", R"({"ads":[{"phash":"a"}]})")).status, 200);
 }
 
-TEST(LocalServices, AnswersThatItsStoreFails)
+TEST(LocalServices, AnswersThatItsStoreFailsAndKeepsNoHalf)
 {
     const TemporaryFolder folder;
     const std::string file = folder.file("broken.db");
     LocalServices services("key", file);
+    execute(file, "DROP TABLE hashes");
+    EXPECT_EQ(services.handle(post("/ads/ios/app/i", R"({"screenshots":"a"})")).status, 500);
+    EXPECT_EQ(services.collector().screenshots().size(), 0U);
     execute(file, "DROP TABLE arrivals");
     const ServiceAnswer answer = services.handle(post(adPath, "[{}]"));
     EXPECT_EQ(answer.status, 500);
