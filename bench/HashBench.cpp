@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <benchmark/benchmark.h>
 #include <chrono>
+#include <cmath>
 #include <cstring>
 #include <png.h>
 
@@ -41,18 +42,26 @@ UIImage screenshot()
     const auto context = makeBitmapContext({ screenWidth, screenHeight }, 1);
     context->fillPath(UIBezierPath::bezierPathWithRect(CGRectMake(0, 0, screenWidth, screenHeight)),
         UIColor { 1, 1, 1, 1 });
-    constexpr int side = 500;
+    // Like a photograph: shapes of all sizes, each half as strong as those twice as large, and grain.
+    constexpr int side = 1050;
     std::vector<uint8_t> photo;
     for (int i = 0; i < side * side; i++) {
-        const unsigned noise = static_cast<unsigned>(i) * 2654435761U >> 28;
-        for (const unsigned part : { i / side / 2 + noise, i % side / 2 + noise, 90 + noise, 255U })
-            photo.push_back(static_cast<uint8_t>(part));
+        const double x = i % side / double { side };
+        const double y = i / side / double { side };
+        double light = 0;
+        double strength = 60;
+        for (double size = 3; size < 200; size *= 2.1, strength /= 2)
+            light += strength * std::sin(size * (x + y * y) + strength) * std::cos(size * (y - x * y) + size);
+        const int grain = static_cast<int>(static_cast<unsigned>(i) * 2654435761U >> 29);
+        for (const double hue : { 140.0, 120.0, 100.0 })
+            photo.push_back(static_cast<uint8_t>(std::clamp(hue + light, 0.0, 247.0) + grain));
+        photo.push_back(255);
     }
-    context->drawImage(UIImage { side, side, photo }, CGRectMake(60, 300, 1050, 800));
-    for (int line = 0; line < 28; line++) {
+    context->drawImage(UIImage { side, side, photo }, CGRectMake(60, 200, side, side));
+    for (int line = 0; line < 24; line++) {
         const TextStyle style { { "Roboto-Regular", 36 }, UIColor { 0.1, 0.1, 0.2, 1 } };
         context->drawText("All the text of a page, a sentence of it, and another one: three words more.",
-            style, CGRectMake(60, 1150 + 46 * line, 1050, 46));
+            style, CGRectMake(60, 1300 + 46 * line, 1050, 46));
     }
     return context->makeImage();
 }

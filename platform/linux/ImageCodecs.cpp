@@ -1,6 +1,7 @@
 #include "platform/linux/CairoSupport.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <csetjmp>
 #include <cstring>
@@ -234,22 +235,56 @@ void endChunk(std::vector<uint8_t>& to, size_t start)
     appendBigEndian(to, libdeflate_crc32(0, to.data() + start + 4, to.size() - start - 4));
 }
 
+bool isOpaque(const UIImage& image)
+{
+    const size_t pixelCount = size_t(image.pixelWidth()) * size_t(image.pixelHeight());
+    const uint8_t* pixels = image.pixels();
+    // All four bytes at once, which compilers turn into the widest loads there are.
+    std::array<uint8_t, 4> all { 255, 255, 255, 255 };
+    for (size_t at = 0; at < pixelCount; at++) {
+        for (size_t part = 0; part < all.size(); part++)
+            all[part] &= pixels[at * 4 + part];
+    }
+    return all[3] == 255;
+}
+
+/// Bytes that are written before they are read, so nobody clears them first.
+struct Buffer {
+    explicit Buffer(size_t wanted)
+        : bytes(new uint8_t[wanted])
+        , size(wanted)
+    {
+    }
+    std::unique_ptr<uint8_t[]> bytes;
+    size_t size;
+};
+
 /// The rows as PNG compresses them: a filter byte each, then the difference to the row above.
-std::vector<uint8_t> filteredRows(const UIImage& image, size_t channels)
+Buffer filteredRows(const UIImage& image, size_t channels)
 {
     const size_t width = size_t(image.pixelWidth());
     const size_t height = size_t(image.pixelHeight());
-    std::vector<uint8_t> rows((width * channels + 1) * height);
-    uint8_t* to = rows.data();
-    const uint8_t* above = nullptr;
-    const uint8_t* row = image.pixels();
-    for (size_t y = 0; y < height; y++, above = row, row += width * 4) {
+    const size_t length = width * channels;
+    Buffer rows((length + 1) * height);
+    uint8_t* to = rows.bytes.get();
+    // A pixel is packed whole, and the next one laid over what is too much of it.
+    constexpr size_t tooMuch = 1;
+    std::vector<uint8_t> above(length + tooMuch);
+    std::vector<uint8_t> packed(length + tooMuch);
+    for (size_t y = 0; y < height; y++) {
+        const uint8_t* row = image.pixels() + y * width * 4;
+        if (channels == 4) {
+            std::memcpy(packed.data(), row, length);
+        } else {
+            for (size_t x = 0; x < width; x++)
+                std::memcpy(packed.data() + x * 3, row + x * 4, 4);
+        }
         constexpr uint8_t up = 2;
         *to++ = up;
-        for (size_t x = 0; x < width; x++) {
-            for (size_t part = 0; part < channels; part++)
-                *to++ = static_cast<uint8_t>(row[x * 4 + part] - (above ? above[x * 4 + part] : 0));
-        }
+        for (size_t i = 0; i < length; i++)
+            to[i] = static_cast<uint8_t>(packed[i] - above[i]);
+        to += length;
+        packed.swap(above);
     }
     return rows;
 }
@@ -274,11 +309,8 @@ NSData UIImagePNGRepresentation(const UIImage& image)
 {
     if (image.isNull())
         return {};
-    const size_t pixelCount = size_t(image.pixelWidth()) * size_t(image.pixelHeight());
-    bool opaque = true;
-    for (size_t at = 0; at < pixelCount && opaque; at++)
-        opaque = image.pixels()[at * 4 + 3] == 255;
-    const std::vector<uint8_t> rows = filteredRows(image, opaque ? 3 : 4);
+    const bool opaque = isOpaque(image);
+    const Buffer rows = filteredRows(image, opaque ? 3 : 4);
     constexpr int fastest = 1;
     const std::unique_ptr<libdeflate_compressor, FreeWith<libdeflate_free_compressor>> compressor {
         libdeflate_alloc_compressor(fastest)
@@ -297,11 +329,10 @@ NSData UIImagePNGRepresentation(const UIImage& image)
     endChunk(bytes, chunk);
 
     chunk = beginChunk(bytes, "IDAT");
-    const size_t header = bytes.size();
-    bytes.resize(header + libdeflate_zlib_compress_bound(compressor.get(), rows.size()));
+    const Buffer compressed(libdeflate_zlib_compress_bound(compressor.get(), rows.size));
     const size_t length = libdeflate_zlib_compress(
-        compressor.get(), rows.data(), rows.size(), bytes.data() + header, bytes.size() - header);
-    bytes.resize(header + length);
+        compressor.get(), rows.bytes.get(), rows.size, compressed.bytes.get(), compressed.size);
+    bytes.insert(bytes.end(), compressed.bytes.get(), compressed.bytes.get() + length);
     endChunk(bytes, chunk);
 
     endChunk(bytes, beginChunk(bytes, "IEND"));
