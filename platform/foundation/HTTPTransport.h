@@ -1,8 +1,7 @@
 #pragma once
 
-#include <atomic>
 #include <functional>
-#include <memory>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -39,9 +38,9 @@ struct HTTPExchangeRequest {
     double timeout { 60 };
     /// Bytes of the answer's body that are of use. A longer one is left out whole.
     size_t longestBody { size_t { 1 } << 20 };
-    /// Becomes true when nobody waits for the answer any more: the transport may then break off and complete
-    /// with any error. May be null.
-    std::shared_ptr<const std::atomic<bool>> isCancelled;
+    /// Is stopped when nobody waits for the answer any more: the transport may then break off and complete
+    /// with any error.
+    std::stop_token cancellation;
 };
 
 struct HTTPExchangeAnswer {

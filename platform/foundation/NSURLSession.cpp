@@ -72,16 +72,17 @@ public:
     /// False when it is too late.
     bool beginCancelling()
     {
-        Locker hold(m_lock);
-        const bool isRunning = m_state == State::Running;
-        if (isRunning) {
+        {
+            Locker hold(m_lock);
+            if (m_state != State::Running)
+                return false;
             m_state = State::Canceling;
-            *m_isCancelled = true;
         }
-        return isRunning;
+        m_cancellation.request_stop();
+        return true;
     }
     /// For the transport.
-    std::shared_ptr<const std::atomic<bool>> isCancelled() const { return m_isCancelled; }
+    std::stop_token cancellation() const { return m_cancellation.get_token(); }
     void finish(HTTPExchangeAnswer answer);
     void fail(const NSError& error) { complete(State::Running, {}, std::nullopt, error); }
     void finishCancelling()
@@ -107,7 +108,7 @@ private:
 
     const std::string m_url;
     const size_t m_longestBody;
-    const std::shared_ptr<std::atomic<bool>> m_isCancelled { std::make_shared<std::atomic<bool>>(false) };
+    std::stop_source m_cancellation;
     mutable Lock m_lock;
     State m_state LUMORA_GUARDED_BY(m_lock) { State::Running };
     NSURLSession::Completion m_completion LUMORA_GUARDED_BY(m_lock);
@@ -166,7 +167,7 @@ std::shared_ptr<NSURLSessionDataTask> NSURLSession::dataTaskWithRequest(
     exchange.body = std::move(request.httpBody);
     exchange.timeout = request.timeoutInterval;
     exchange.longestBody = request.longestBody;
-    exchange.isCancelled = running->isCancelled();
+    exchange.cancellation = running->cancellation();
     // Handed on as a whole, so that what the completion holds is let go on the queue, not on the transport's
     // thread.
     auto answered = [queue = m_queue, running = std::move(running)](HTTPExchangeAnswer answer) mutable {
