@@ -87,8 +87,9 @@ private:
 };
 
 /// Carries HTTP exchanges. `start` returns at once, from any thread; the completion is called exactly once,
-/// on a thread of the transport's own, never inside `start`, unless the transport is stopped before.
-/// Certificates are always checked.
+/// on a thread of the transport's own, never inside `start`, unless the transport is stopped before. A
+/// `start` that raises, for want of a thread or of memory, has started nothing. Certificates are always
+/// checked.
 class HTTPTransport {
 public:
     using Completion = std::function<void(HTTPExchangeAnswer)>;

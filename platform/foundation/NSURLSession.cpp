@@ -4,6 +4,8 @@
 #include "platform/foundation/NSURL.h"
 #include "platform/process/ProcessLocal.h"
 
+#include <exception>
+
 namespace lumora {
 
 namespace {
@@ -170,13 +172,18 @@ std::shared_ptr<NSURLSessionDataTask> NSURLSession::dataTaskWithRequest(
     exchange.cancellation = running->cancellation();
     // Handed on as a whole, so that what the completion holds is let go on the queue, not on the transport's
     // thread.
-    auto answered = [queue = m_queue, running = std::move(running)](HTTPExchangeAnswer answer) mutable {
+    auto answered = [queue = m_queue, running](HTTPExchangeAnswer answer) mutable {
         const std::shared_ptr<DispatchQueue> target = std::move(queue);
         target->async([running = std::move(running), answer = std::move(answer)]() mutable {
             running->finish(std::move(answer));
         });
     };
-    Process::current().configuration().transport->start(std::move(exchange), std::move(answered));
+    try {
+        Process::current().configuration().transport->start(std::move(exchange), std::move(answered));
+    } catch (const std::exception& raised) {
+        NSError error = urlError(NSURLErrorUnknown, raised.what());
+        m_queue->async([running = std::move(running), error = std::move(error)] { running->fail(error); });
+    }
     return task;
 }
 

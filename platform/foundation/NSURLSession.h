@@ -73,8 +73,8 @@ public:
 
     NSURLSession();
     /// Starts an exchange and answers its task, never null; nobody has to keep it. A text that is no URL, or
-    /// none of HTTP, is an error and touches no network. No completion: sent and forgotten, nothing of the
-    /// answer is kept.
+    /// none of HTTP, is an error and touches no network; a transport that raises is an error too. No
+    /// completion: sent and forgotten, nothing of the answer is kept.
     std::shared_ptr<NSURLSessionDataTask> dataTaskWithRequest(
         NSMutableURLRequest request, Completion completion);
 

@@ -244,7 +244,6 @@ void CurlTransport::start(HTTPExchangeRequest request, Completion completion)
     Locker hold(m_lock);
     if (m_isStopped)
         return;
-    m_incoming.push_back(std::move(exchange));
     if (!m_thread.joinable()) {
         // Made here, as each takes file descriptors and most processes of a fleet never send.
         m_multi.reset(curl_multi_init());
@@ -254,6 +253,8 @@ void CurlTransport::start(HTTPExchangeRequest request, Completion completion)
         const SignalsBlocked blocked;
         m_thread = std::thread([this] { run(); });
     }
+    // Only now: what raised above has started nothing.
+    m_incoming.push_back(std::move(exchange));
     curl_multi_wakeup(m_multi.get());
 }
 
