@@ -59,7 +59,7 @@ public:
     /// Asks a public web server for an answer that carries the time in its header. Nothing is set by it here.
     static void updateTimeFromServerWithSuccess(TimeAnswer success, TimeFailure failure);
     /// Uploads the log file as text. The file is removed once the request is built, so a failed send loses
-    /// its lines. No file, or one that is no text: nothing is sent.
+    /// its lines. No file, or one that cannot be read: nothing is sent. Reads a file that may be large.
     static void sendLog();
 };
 
