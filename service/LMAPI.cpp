@@ -224,9 +224,12 @@ void LMAPI::sendComplaintInfo(const std::optional<NSDictionary>& complaint, Deli
         request.addValue(vector, "lm-iv");
         request.addValue(salt, "lm-s");
         start(std::move(request), [completion](const NSData&, const auto& response, const auto& error) {
-            if (error)
+            if (error) {
                 logError(*error);
-            callCompletion(completion, isOK(response));
+                callCompletion(completion, false);
+            } else if (response) {
+                callCompletion(completion, isOK(response));
+            }
         });
     });
 }
