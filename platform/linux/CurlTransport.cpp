@@ -156,7 +156,9 @@ CURL* Exchange::prepared(CURLM* multi)
     curl_easy_setopt(easy, CURLOPT_URL, m_request.url.c_str());
     curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    // What began encrypted is not sent again in the clear.
+    const bool isEncrypted = curl_strnequal(m_request.url.c_str(), "https:", 6);
+    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, isEncrypted ? "https" : "http,https");
     curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
     curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
