@@ -148,6 +148,8 @@ std::shared_ptr<NSURLSessionDataTask> NSURLSession::dataTaskWithRequest(
     NSMutableURLRequest request, Completion completion)
 {
     using Exchange = NSURLSessionDataTask::Exchange;
+    HTTPExchangeRequest exchange;
+    exchange.body = std::exchange(request.httpBody, {});
     std::shared_ptr<NSURLSessionDataTask> task(new NSURLSessionDataTask(++m_tasks, request));
     if (!completion) {
         completion
@@ -162,11 +164,9 @@ std::shared_ptr<NSURLSessionDataTask> NSURLSession::dataTaskWithRequest(
         return task;
     }
 
-    HTTPExchangeRequest exchange;
     exchange.url = std::move(request.url);
     exchange.method = std::move(request.httpMethod);
     exchange.headers = std::move(request.headers);
-    exchange.body = std::move(request.httpBody);
     exchange.timeout = request.timeoutInterval;
     exchange.longestBody = request.longestBody;
     exchange.cancellation = running->cancellation();

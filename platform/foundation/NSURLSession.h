@@ -91,6 +91,7 @@ public:
 
     /// Counts the tasks of the session, from 1.
     size_t taskIdentifier() const { return m_identifier; }
+    /// Without its body, which may be large and is held only until it is sent.
     const NSMutableURLRequest& originalRequest() const { return m_request; }
     /// Completed from just before the completion is called, or when the process stops.
     State state() const;
