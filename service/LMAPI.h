@@ -13,6 +13,9 @@ namespace lumora {
 ///
 /// Screenshots, source hashes, complaints and events ask the configuration's gate first: when that is closed
 /// nothing is sent and nobody is called.
+///
+/// A body is written as JSON, and encrypted, on the thread that calls; on the main one, once the gate had to
+/// fetch. What is large is best sent from a background queue.
 class LMAPI {
 public:
     using Delivered = std::function<void(bool)>;

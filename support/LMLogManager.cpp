@@ -62,7 +62,11 @@ void LMLogManager::setLoggingTTL(int64_t ttl)
     });
 }
 
-void LMLogManager::sendLog() { LMAPI::sendLog(); }
+void LMLogManager::sendLog()
+{
+    // A file that may be large is not read on the main thread.
+    dispatch_get_global_queue().async([] { LMAPI::sendLog(); });
+}
 
 void LMLogManager::getMessageFromLMLog(std::string_view message)
 {

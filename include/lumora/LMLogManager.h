@@ -36,7 +36,7 @@ public:
     static std::filesystem::path GetDocumentDirectory();
     static std::filesystem::path getFullPathToLogFile();
 
-    /// The upload timer's action.
+    /// The upload timer's action: hands the upload to a background queue.
     void sendLog();
 
 private:

@@ -162,7 +162,11 @@ TEST(LMLogUploadTest, TheTimerUploadsAndEmptiesTheFile)
             : m_sent(sent)
         {
         }
-        void start(HTTPExchangeRequest request, Completion) override { m_sent.push_back(std::move(request)); }
+        void start(HTTPExchangeRequest request, Completion) override
+        {
+            EXPECT_FALSE(Process::current().isMainThread());
+            m_sent.push_back(std::move(request));
+        }
         void stop() override { }
 
     private:
