@@ -56,7 +56,7 @@ NSURLSession::NSURLSession()
 }
 
 /// What the transport and the session's queue hand to each other. Its completion is called, and what that
-/// holds let go, on the queue.
+/// holds let go, on the queue; when the process stops, on the thread that drops it.
 class NSURLSessionDataTask::Exchange {
 public:
     Exchange(NSURLSession::Completion completion, std::string url, size_t longestBody)

@@ -83,7 +83,8 @@ private:
     std::atomic<size_t> m_tasks { 0 };
 };
 
-/// One exchange of a session. The exchange goes on without it, and ends without it. Any thread.
+/// One exchange of a session. The exchange goes on without it, and ends without it. Any thread; none may be
+/// cancelling while its process is destroyed.
 class NSURLSessionDataTask {
 public:
     /// A task is running from the start.
