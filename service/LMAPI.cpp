@@ -51,7 +51,7 @@ NSDictionary deviceFieldsWithConnection()
     return fields;
 }
 
-/// "%@" in the path are the collector, the host and what else is given.
+/// "%@" in the path are the collector, the bundle identifier and what else is given, which comes last.
 NSMutableURLRequest postRequest(const char* path, const Value& more = {})
 {
     NSMutableURLRequest request = LMAPI::createURLRequestWithURL(
@@ -293,7 +293,7 @@ void LMAPI::updateTimeFromServerWithSuccess(TimeAnswer success, TimeFailure fail
             } else if (response) {
                 callCompletion(success, *response);
             } else {
-                callCompletion(failure, NSError { "Lumora", 123, "the answer is none of HTTP" });
+                callCompletion(failure, NSError { "Lumora", 123, "the answer is not HTTP" });
             }
         });
 }
