@@ -1,5 +1,6 @@
 #include "service/LMAPI.h"
 
+#include "core/TDActivationManager.h"
 #include "lumora/LMLog.h"
 #include "platform/foundation/NSFileManager.h"
 #include "platform/foundation/NSString.h"
@@ -62,14 +63,15 @@ HTTPExchangeAnswer failure(int code)
 
 class LMAPITest : public testing::Test {
 protected:
-    explicit LMAPITest(const std::string& record = World::Options {}.record)
+    explicit LMAPITest(const std::string& record = World::Options {}.record, bool starts = true)
         : world({ .record = record, .adjust = [&](Phone::Options& options) {
                      options.makeTransport = [this, others = options.makeTransport] {
                          return collector = std::make_shared<CollectorTransport>(others());
                      };
                  } })
     {
-        world.start();
+        if (starts)
+            world.start();
         collector->answer = status(200);
         LMLog::setLogLevel(0);
     }
@@ -135,7 +137,16 @@ protected:
     }
 };
 
+class LMAPIColdTest : public LMAPITest {
+protected:
+    LMAPIColdTest()
+        : LMAPITest(World::Options {}.record, false)
+    {
+    }
+};
+
 const NSDictionary event { { "type", "click" }, { "n", 1 } };
+const NSDictionary nested { { "type", "a/b" } };
 const NSArray ads { NSDictionary { { "phash", "p" } } };
 
 TEST_F(LMAPIClosedTest, AClosedGateIsSilent)
@@ -150,6 +161,20 @@ TEST_F(LMAPIClosedTest, AClosedGateIsSilent)
     EXPECT_TRUE(sent().empty());
     EXPECT_TRUE(LMAPI::sendStoredData(ads, nullptr, nullptr, nullptr, nullptr)) << "asks no gate";
     EXPECT_EQ(sent().size(), 1u);
+}
+
+TEST_F(LMAPIColdTest, WhatWaitsForTheGateIsSentOnceItHasFetched)
+{
+    TDAPI::setNewAuthKey(tests::validKey);
+    TDActivationManager::sharedInstance().activate();
+    std::vector<bool> heard;
+    LMAPI::sendComplaintInfo(event, [&](bool delivered) {
+        heard.push_back(delivered);
+        EXPECT_FALSE(world.phone.process().isMainThread());
+    });
+    EXPECT_TRUE(collector->requests.empty());
+    EXPECT_EQ(sent().size(), 1u);
+    EXPECT_EQ(heard, std::vector<bool> { true });
 }
 
 TEST_F(LMAPITest, EveryUploadCarriesItsFields)
@@ -171,6 +196,8 @@ TEST_F(LMAPITest, EveryUploadCarriesItsFields)
             { { "connection", "WIFI" }, { "sources", NSArray { "a" } } } },
         { "/event/ios/com.example.daily/click", [] { LMAPI::sendEventInfo(event, false, nullptr); },
             { { "event", event } } },
+        { "/event/ios/com.example.daily/a/b", [] { LMAPI::sendEventInfo(nested, false, nullptr); },
+            { { "event", nested } } },
         { "/event/ios/com.example.daily/(null)",
             [] { LMAPI::sendEventInfo(NSDictionary {}, false, nullptr); }, { { "event", NSDictionary {} } } },
         { "/ads/ios/com.example.daily",
@@ -235,6 +262,17 @@ TEST_F(LMAPITest, AnEncryptedEventOpensWithTheFixedKey)
     EXPECT_EQ(body.size(), 11u);
     EXPECT_EQ(body["event"], Value { event });
     EXPECT_EQ(events[0].headers.find("lm-s"), nullptr);
+}
+
+TEST_F(LMAPITest, AnEventWhoseTypeMakesNoURLIsOnlyLogged)
+{
+    for (const char* type : { "%@", "a b", "\u672C" }) {
+        LMAPI::sendEventInfo(NSDictionary { { "type", type } }, false, [](bool) { ADD_FAILURE(); });
+        EXPECT_TRUE(sent().empty()) << type;
+        EXPECT_EQ(logged(),
+            std::vector<std::string> {
+                "[Lumora] error - Error Domain=NSURLErrorDomain Code=-1000 \"unsupported URL\"" });
+    }
 }
 
 TEST_F(LMAPITest, RandomTextsAreOfTheirAlphabet)
@@ -338,6 +376,18 @@ TEST_F(LMAPITest, EachAnswerToABatchHasItsOwnCallbackAndLogLine)
     }
 }
 
+TEST_F(LMAPITest, ABatchThatIsCancelledFails)
+{
+    std::vector<int64_t> codes;
+    auto failed = [&](const auto& error, const NSDictionary&) { codes.push_back(error->code); };
+    auto completed = [](bool, const NSDictionary&) { ADD_FAILURE(); };
+    LMAPI::sendStoredData(ads, nullptr, nullptr, failed, completed)->cancel();
+    EXPECT_TRUE(codes.empty());
+    EXPECT_TRUE(collector->requests.at(0).cancellation.stop_requested());
+    EXPECT_EQ(sent().size(), 1u);
+    EXPECT_EQ(codes, std::vector<int64_t> { NSURLErrorCancelled });
+}
+
 TEST_F(LMAPITest, WhatIsNoJSONHasNoBody)
 {
     const NSDictionary bad { { "object", make<NSObject>() } };
@@ -414,6 +464,7 @@ TEST(StoredDataAnswerTest, WhatAnAnswerSaysIsMissing)
     } rows[] = {
         { R"({"data":[{"status":404,"phash":"p"},{"status":404,"sourceHash":"s"}]})", { "p" }, { "s" } },
         { R"({"data":[{"status":"404","phash":"p"},{"status":404.0,"phash":"q"}]})", { "p", "q" }, {} },
+        { R"({"data":[{"status":" 404 ","phash":"p"},{"status":"NaN","phash":"q"}]})", { "p" }, {} },
         { R"({"data":[{"status":404,"phash":"p","sourceHash":"s"}]})", { "p" }, {} },
         { R"({"data":[{"status":404,"phash":7,"sourceHash":"s"}]})", {}, { "s" } },
         { R"({"data":[{"status":404,"phash":"","sourceHash":7},{"status":404}]})", { "" }, {} },
