@@ -17,12 +17,17 @@
 #include "support/NSDataExtensions.h"
 #include "support/NSStringExtensions.h"
 
+#include <algorithm>
+
 namespace lumora {
 
 namespace {
 
-// An answer to a batch is a line for each ad; what is read of it may take sixty times its size in memory.
-constexpr size_t longestAnswer = size_t { 256 } << 10;
+// Bytes of an answer to a batch, which is a line for each ad. What is read of it may take sixty times its
+// size in memory, hence the bound.
+constexpr size_t longestShortAnswer = size_t { 256 } << 10;
+constexpr size_t longestLine = 256;
+constexpr size_t longestAnswer = size_t { 512 } << 10;
 
 constexpr const char* eventKey = "tallowMeridianVextallowMeridianV";
 constexpr const char* complaintPrefix = "tallowMeridianVextallowMeridianVex";
@@ -259,7 +264,7 @@ std::shared_ptr<NSURLSessionDataTask> LMAPI::sendStoredData(const NSArray& ads, 
     if (ads.empty())
         return nullptr;
     NSMutableURLRequest request = postRequest("%@/ads/ios/%@");
-    request.longestBody = longestAnswer;
+    request.longestBody = std::min(longestShortAnswer + ads.size() * longestLine, longestAnswer);
     NSDictionary fields = deviceFieldsWithConnection();
     fields.set("userId", TDDeviceInformation::getIDFA());
     fields.set("ads", ads);
