@@ -2,6 +2,8 @@
 // takes 32 MB or more. Built without sanitizers only, whose allocators keep what is freed.
 
 #include "platform/linux/CurlTransport.h"
+#include "service/LMAPI.h"
+#include "service/ServiceConfiguration.h"
 #include "service/TDAPI.h"
 #include "simulator/Phone.h"
 #include "tests/platform/TinyServer.h"
@@ -49,9 +51,11 @@ std::string repeated(const std::string& text, size_t size)
 
 class Measurement {
 public:
-    /// Records and reports, all at once; what they came to.
-    void run(const char* name, const TinyServer::Pieces& answer, size_t records, size_t reports)
+    /// Records, reports and large batches, all at once; what they came to.
+    void run(const char* name, const TinyServer::Pieces& answer, size_t records, size_t reports,
+        size_t batches = 0)
     {
+        const NSArray ads(2000, NSDictionary { { "phash", "0123456789abcdef" } });
         m_server.setAnswer(answer);
         std::atomic<size_t> given { 0 };
         std::atomic<size_t> failed { 0 };
@@ -62,11 +66,15 @@ public:
             for (size_t i = 0; i < reports; i++)
                 TDAPI::sendReport(
                     {}, [&](bool, const auto&) { given++; }, fails);
-            m_phone.waitUntil([&] { return given + failed == records + reports; }, 60);
+            for (size_t i = 0; i < batches; i++)
+                LMAPI::sendStoredData(
+                    ads, nullptr, [&](const auto&, const auto&) { given++; },
+                    [&](const auto&, const auto&) { failed++; }, nullptr);
+            m_phone.waitUntil([&] { return given + failed == records + reports + batches; }, 60);
         });
         std::printf("%-44s %6.1f MB  %zu answered, %zu failed\n", name, grown, given.load(), failed.load());
         m_worst = std::max(m_worst, grown);
-        m_unfinished += records + reports - given - failed;
+        m_unfinished += records + reports + batches - given - failed;
     }
 
     void sumUp() const { std::printf("hostile answers take %.1f MB at most\n", m_worst); }
@@ -75,8 +83,10 @@ public:
 private:
     TinyServer m_server { "HTTP/1.1 200 OK\r\n\r\n{}" };
     Phone m_phone { { .virtualTime = false, .makeTransport = [this] {
-                         return std::make_shared<RoutedTransport>(makeCurlTransport(),
+                         auto records = std::make_unique<RoutedTransport>(makeCurlTransport(),
                              TDAPI::getURLWithType(TDAPI::EndpointType::Configuration), m_server.url + "/");
+                         return std::make_shared<RoutedTransport>(
+                             std::move(records), LUMORA_COLLECTOR_SERVICE, m_server.url);
                      } } };
     double m_worst { 0 };
     size_t m_unfinished { 0 };
@@ -90,6 +100,7 @@ int measureAll()
     const auto chunks
         = TinyServer::repeated(ok + "Transfer-Encoding: chunked\r\n\r\n", "10000\r\n" + block + "\r\n", 1600);
     constexpr size_t longestRecord = size_t { 256 } << 10;
+    constexpr size_t longestBatchAnswer = size_t { 512 } << 10;
 
     Measurement measurement;
     measurement.run("warming up", TinyServer::whole(ok + "Content-Length: 2\r\n\r\n{}"), 4, 4);
@@ -103,9 +114,14 @@ int measureAll()
         "a header field of 10 MB", TinyServer::repeated(ok + "X: ", block, 160), manyAtOnce, manyAtOnce);
     measurement.run("interim answers", TinyServer::repeated(ok, "HTTP/1.1 100 Continue\r\n\r\n"), 1, 1);
     measurement.run("100,000 deep", TinyServer::whole(ok + "\r\n" + std::string(100'000, '[')), 1, 1);
+    auto list = [](const char* name, const char* element, size_t size) {
+        return "\r\n{\"" + std::string { name } + "\":[" + repeated(element, size - 40) + "0]}";
+    };
     for (const char* element : { "0,", "[],", "{},", "\"\",", "{\"a\":0}," })
+        measurement.run(element, TinyServer::whole(ok + list("a", element, longestRecord)), 2, 0);
+    for (const char* element : { "0,", "{},", "{\"a\":0},", "{\"status\":404,\"phash\":\"\"}," })
         measurement.run(element,
-            TinyServer::whole(ok + "\r\n{\"a\":[" + repeated(element, longestRecord - 20) + "0]}"), 2, 0);
+            TinyServer::whole("HTTP/1.1 207 Multi\r\n" + list("data", element, longestBatchAnswer)), 0, 0, 2);
     measurement.sumUp();
     return measurement.isGood() ? EXIT_SUCCESS : EXIT_FAILURE;
 }

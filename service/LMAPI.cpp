@@ -17,12 +17,17 @@
 #include "support/NSDataExtensions.h"
 #include "support/NSStringExtensions.h"
 
+#include <algorithm>
+
 namespace lumora {
 
 namespace {
 
-// An answer to a batch is a line for each ad; what is read of it may take sixty times its size in memory.
-constexpr size_t longestAnswer = size_t { 256 } << 10;
+// Bytes of an answer to a batch, which is a line for each ad. What is read of it may take sixty times its
+// size in memory, hence the bound.
+constexpr size_t longestShortAnswer = size_t { 256 } << 10;
+constexpr size_t longestLine = 256;
+constexpr size_t longestAnswer = size_t { 512 } << 10;
 
 constexpr const char* eventKey = "tallowMeridianVextallowMeridianV";
 constexpr const char* complaintPrefix = "tallowMeridianVextallowMeridianVex";
@@ -51,7 +56,7 @@ NSDictionary deviceFieldsWithConnection()
     return fields;
 }
 
-/// "%@" in the path are the collector, the host and what else is given.
+/// "%@" in the path are the collector, the bundle identifier and what else is given, which comes last.
 NSMutableURLRequest postRequest(const char* path, const Value& more = {})
 {
     NSMutableURLRequest request = LMAPI::createURLRequestWithURL(
@@ -224,9 +229,12 @@ void LMAPI::sendComplaintInfo(const std::optional<NSDictionary>& complaint, Deli
         request.addValue(vector, "lm-iv");
         request.addValue(salt, "lm-s");
         start(std::move(request), [completion](const NSData&, const auto& response, const auto& error) {
-            if (error)
+            if (error) {
                 logError(*error);
-            callCompletion(completion, isOK(response));
+                callCompletion(completion, false);
+            } else if (response) {
+                callCompletion(completion, isOK(response));
+            }
         });
     });
 }
@@ -256,7 +264,7 @@ std::shared_ptr<NSURLSessionDataTask> LMAPI::sendStoredData(const NSArray& ads, 
     if (ads.empty())
         return nullptr;
     NSMutableURLRequest request = postRequest("%@/ads/ios/%@");
-    request.longestBody = longestAnswer;
+    request.longestBody = std::min(longestShortAnswer + ads.size() * longestLine, longestAnswer);
     NSDictionary fields = deviceFieldsWithConnection();
     fields.set("userId", TDDeviceInformation::getIDFA());
     fields.set("ads", ads);
@@ -290,7 +298,7 @@ void LMAPI::updateTimeFromServerWithSuccess(TimeAnswer success, TimeFailure fail
             } else if (response) {
                 callCompletion(success, *response);
             } else {
-                callCompletion(failure, NSError { "Lumora", 123, "the answer is none of HTTP" });
+                callCompletion(failure, NSError { "Lumora", 123, "the answer is not HTTP" });
             }
         });
 }

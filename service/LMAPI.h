@@ -13,6 +13,9 @@ namespace lumora {
 ///
 /// Screenshots, source hashes, complaints and events ask the configuration's gate first: when that is closed
 /// nothing is sent and nobody is called.
+///
+/// A body is written as JSON, and encrypted, on the thread that calls; on the main one, once the gate had to
+/// fetch. What is large is best sent from a background queue.
 class LMAPI {
 public:
     using Delivered = std::function<void(bool)>;
@@ -59,7 +62,7 @@ public:
     /// Asks a public web server for an answer that carries the time in its header. Nothing is set by it here.
     static void updateTimeFromServerWithSuccess(TimeAnswer success, TimeFailure failure);
     /// Uploads the log file as text. The file is removed once the request is built, so a failed send loses
-    /// its lines. No file, or one that is no text: nothing is sent.
+    /// its lines. No file, or one that cannot be read: nothing is sent. Reads a file that may be large.
     static void sendLog();
 };
 

@@ -23,7 +23,8 @@ NSDictionary missingItems(std::optional<std::string_view> body, bool wasEncoded)
 
     NSArray images;
     NSArray htmls;
-    for (const Value& element : data ? *data : NSArray {}) {
+    const NSArray none;
+    for (const Value& element : data ? *data : none) {
         const NSDictionary* ad = element.dictionary();
         if (!ad || !isNotFound((*ad)["status"]))
             continue;

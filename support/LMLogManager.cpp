@@ -62,7 +62,11 @@ void LMLogManager::setLoggingTTL(int64_t ttl)
     });
 }
 
-void LMLogManager::sendLog() { LMAPI::sendLog(); }
+void LMLogManager::sendLog()
+{
+    // A file that may be large is not read on the main thread.
+    dispatch_get_global_queue().async([] { LMAPI::sendLog(); });
+}
 
 void LMLogManager::getMessageFromLMLog(std::string_view message)
 {
@@ -83,7 +87,7 @@ void LMLogManager::writeStringToFile(std::string_view message)
 void LMLogManager::writeLocked(std::string_view message)
 {
     const std::filesystem::path path = getFullPathToLogFile();
-    // One byte that is no text would keep the whole file from being uploaded.
+    // The file is text from the start, whatever a host logs.
     const std::string line = repairedUTF8(message);
     if (!path.empty() && !appendToFile(path, line + "\n"))
         writeToFile(path, line);
@@ -91,13 +95,17 @@ void LMLogManager::writeLocked(std::string_view message)
 
 std::optional<std::string> LMLogManager::takeLogFile()
 {
-    Locker hold(m_fileLock);
-    const std::filesystem::path path = getFullPathToLogFile();
-    const std::optional<NSData> log = contentsOfFile(path);
-    if (!log || !isValidUTF8(log->view()))
-        return std::nullopt;
-    removeFile(path);
-    return std::string { log->view() };
+    std::optional<NSData> log;
+    {
+        Locker hold(m_fileLock);
+        const std::filesystem::path path = getFullPathToLogFile();
+        log = contentsOfFile(path);
+        if (!log)
+            return std::nullopt;
+        removeFile(path);
+    }
+    // A disk that was full cuts a line anywhere, between the bytes of a character too.
+    return repairedUTF8(log->view());
 }
 
 void LMLogManager::removeLogFile()

@@ -29,14 +29,14 @@ public:
     /// the reader of the uploaded files expects it.
     void writeStringToFile(std::string_view message);
     void removeLogFile();
-    /// Reads the file and removes it in one step, so that no line falls between; nothing when there is none,
-    /// or it is no text.
+    /// Reads the file and removes it in one step, so that no line falls between; what is no text in it is
+    /// replaced. Nothing when there is none, or it cannot be read.
     std::optional<std::string> takeLogFile();
 
     static std::filesystem::path GetDocumentDirectory();
     static std::filesystem::path getFullPathToLogFile();
 
-    /// The upload timer's action.
+    /// The upload timer's action: hands the upload to a background queue.
     void sendLog();
 
 private:

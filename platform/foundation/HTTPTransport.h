@@ -1,8 +1,7 @@
 #pragma once
 
-#include <atomic>
 #include <functional>
-#include <memory>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -39,9 +38,9 @@ struct HTTPExchangeRequest {
     double timeout { 60 };
     /// Bytes of the answer's body that are of use. A longer one is left out whole.
     size_t longestBody { size_t { 1 } << 20 };
-    /// Becomes true when nobody waits for the answer any more: the transport may then break off and complete
-    /// with any error. May be null.
-    std::shared_ptr<const std::atomic<bool>> isCancelled;
+    /// Is stopped when nobody waits for the answer any more: the transport may then break off and complete
+    /// with any error.
+    std::stop_token cancellation;
 };
 
 struct HTTPExchangeAnswer {
@@ -88,8 +87,9 @@ private:
 };
 
 /// Carries HTTP exchanges. `start` returns at once, from any thread; the completion is called exactly once,
-/// on a thread of the transport's own, never inside `start`, unless the transport is stopped before.
-/// Certificates are always checked.
+/// on a thread of the transport's own, never inside `start`, unless the transport is stopped before. A
+/// `start` that raises, for want of a thread or of memory, has started nothing. Certificates are always
+/// checked.
 class HTTPTransport {
 public:
     using Completion = std::function<void(HTTPExchangeAnswer)>;

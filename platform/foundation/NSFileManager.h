@@ -12,7 +12,7 @@ namespace lumora {
 /// The home folder of the current process.
 std::filesystem::path NSHomeDirectory();
 /// Opens a file that exists and writes at its end. False when it does not open; a write that fails is silent
-/// and leaves what the file held.
+/// and leaves what the file held, with a part of the text or none.
 bool appendToFile(const std::filesystem::path& path, std::string_view text);
 /// Creates or empties the file and writes it; a missing folder is made.
 bool writeToFile(const std::filesystem::path& path, std::string_view text);

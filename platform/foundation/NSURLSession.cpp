@@ -4,6 +4,8 @@
 #include "platform/foundation/NSURL.h"
 #include "platform/process/ProcessLocal.h"
 
+#include <exception>
+
 namespace lumora {
 
 namespace {
@@ -54,7 +56,7 @@ NSURLSession::NSURLSession()
 }
 
 /// What the transport and the session's queue hand to each other. Its completion is called, and what that
-/// holds let go, on the queue.
+/// holds let go, on the queue; when the process stops, on the thread that drops it.
 class NSURLSessionDataTask::Exchange {
 public:
     Exchange(NSURLSession::Completion completion, std::string url, size_t longestBody)
@@ -72,16 +74,17 @@ public:
     /// False when it is too late.
     bool beginCancelling()
     {
-        Locker hold(m_lock);
-        const bool isRunning = m_state == State::Running;
-        if (isRunning) {
+        {
+            Locker hold(m_lock);
+            if (m_state != State::Running)
+                return false;
             m_state = State::Canceling;
-            *m_isCancelled = true;
         }
-        return isRunning;
+        m_cancellation.request_stop();
+        return true;
     }
     /// For the transport.
-    std::shared_ptr<const std::atomic<bool>> isCancelled() const { return m_isCancelled; }
+    std::stop_token cancellation() const { return m_cancellation.get_token(); }
     void finish(HTTPExchangeAnswer answer);
     void fail(const NSError& error) { complete(State::Running, {}, std::nullopt, error); }
     void finishCancelling()
@@ -107,7 +110,7 @@ private:
 
     const std::string m_url;
     const size_t m_longestBody;
-    const std::shared_ptr<std::atomic<bool>> m_isCancelled { std::make_shared<std::atomic<bool>>(false) };
+    std::stop_source m_cancellation;
     mutable Lock m_lock;
     State m_state LUMORA_GUARDED_BY(m_lock) { State::Running };
     NSURLSession::Completion m_completion LUMORA_GUARDED_BY(m_lock);
@@ -145,6 +148,8 @@ std::shared_ptr<NSURLSessionDataTask> NSURLSession::dataTaskWithRequest(
     NSMutableURLRequest request, Completion completion)
 {
     using Exchange = NSURLSessionDataTask::Exchange;
+    HTTPExchangeRequest exchange;
+    exchange.body = std::exchange(request.httpBody, {});
     std::shared_ptr<NSURLSessionDataTask> task(new NSURLSessionDataTask(++m_tasks, request));
     if (!completion) {
         completion
@@ -159,23 +164,26 @@ std::shared_ptr<NSURLSessionDataTask> NSURLSession::dataTaskWithRequest(
         return task;
     }
 
-    HTTPExchangeRequest exchange;
     exchange.url = std::move(request.url);
     exchange.method = std::move(request.httpMethod);
     exchange.headers = std::move(request.headers);
-    exchange.body = std::move(request.httpBody);
     exchange.timeout = request.timeoutInterval;
     exchange.longestBody = request.longestBody;
-    exchange.isCancelled = running->isCancelled();
+    exchange.cancellation = running->cancellation();
     // Handed on as a whole, so that what the completion holds is let go on the queue, not on the transport's
     // thread.
-    auto answered = [queue = m_queue, running = std::move(running)](HTTPExchangeAnswer answer) mutable {
+    auto answered = [queue = m_queue, running](HTTPExchangeAnswer answer) mutable {
         const std::shared_ptr<DispatchQueue> target = std::move(queue);
         target->async([running = std::move(running), answer = std::move(answer)]() mutable {
             running->finish(std::move(answer));
         });
     };
-    Process::current().configuration().transport->start(std::move(exchange), std::move(answered));
+    try {
+        Process::current().configuration().transport->start(std::move(exchange), std::move(answered));
+    } catch (const std::exception& raised) {
+        NSError error = urlError(NSURLErrorUnknown, raised.what());
+        m_queue->async([running = std::move(running), error = std::move(error)] { running->fail(error); });
+    }
     return task;
 }
 

@@ -73,8 +73,8 @@ public:
 
     NSURLSession();
     /// Starts an exchange and answers its task, never null; nobody has to keep it. A text that is no URL, or
-    /// none of HTTP, is an error and touches no network. No completion: sent and forgotten, nothing of the
-    /// answer is kept.
+    /// none of HTTP, is an error and touches no network; a transport that raises is an error too. No
+    /// completion: sent and forgotten, nothing of the answer is kept.
     std::shared_ptr<NSURLSessionDataTask> dataTaskWithRequest(
         NSMutableURLRequest request, Completion completion);
 
@@ -83,7 +83,8 @@ private:
     std::atomic<size_t> m_tasks { 0 };
 };
 
-/// One exchange of a session. The exchange goes on without it, and ends without it. Any thread.
+/// One exchange of a session. The exchange goes on without it, and ends without it. Any thread; none may be
+/// cancelling while its process is destroyed.
 class NSURLSessionDataTask {
 public:
     /// A task is running from the start.
@@ -91,6 +92,7 @@ public:
 
     /// Counts the tasks of the session, from 1.
     size_t taskIdentifier() const { return m_identifier; }
+    /// Without its body, which may be large and is held only until it is sent.
     const NSMutableURLRequest& originalRequest() const { return m_request; }
     /// Completed from just before the completion is called, or when the process stops.
     State state() const;

@@ -11,6 +11,8 @@
 #include <curl/curl.h>
 #include <map>
 #include <new>
+#include <optional>
+#include <stop_token>
 #include <thread>
 
 namespace lumora {
@@ -25,6 +27,8 @@ constexpr double slowUpload = 32 << 10;
 int errorCodeOf(CURLcode result)
 {
     switch (result) {
+    case CURLE_ABORTED_BY_CALLBACK:
+        return NSURLErrorCancelled;
     case CURLE_OPERATION_TIMEDOUT:
         return NSURLErrorTimedOut;
     case CURLE_URL_MALFORMAT:
@@ -75,14 +79,20 @@ public:
     {
     }
 
-    /// The handle to run; null when there is no memory for one.
-    CURL* prepared();
+    /// The handle to run in `multi`, which is woken when the exchange is cancelled and has to outlive it;
+    /// null when there is no memory for one.
+    CURL* prepared(CURLM* multi);
+    bool isCancelled() const { return m_request.cancellation.stop_requested(); }
     void finish(CURLcode result);
 
 private:
+    struct Wake {
+        void operator()() const { curl_multi_wakeup(multi); }
+        CURLM* multi;
+    };
+
     static size_t bodyArrived(char* bytes, size_t size, size_t count, void* exchange);
     static size_t headerArrived(char* bytes, size_t size, size_t count, void* exchange);
-    static int progressed(void* exchange, curl_off_t, curl_off_t, curl_off_t, curl_off_t);
     void addHeaders();
     void setMethod(CURL* easy);
     void setTimeout(CURL* easy);
@@ -93,6 +103,7 @@ private:
     std::unique_ptr<CURL, FreeEasy> m_easy;
     std::unique_ptr<curl_slist, FreeList> m_headers;
     std::array<char, CURL_ERROR_SIZE> m_errorText {};
+    std::optional<std::stop_callback<Wake>> m_wakeWhenCancelled;
 };
 
 void Exchange::addHeaders()
@@ -135,8 +146,9 @@ void Exchange::setTimeout(CURL* easy)
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, std::lround(seconds * 1000));
 }
 
-CURL* Exchange::prepared()
+CURL* Exchange::prepared(CURLM* multi)
 {
+    m_wakeWhenCancelled.emplace(m_request.cancellation, Wake { multi });
     m_easy.reset(curl_easy_init());
     CURL* easy = m_easy.get();
     if (!easy)
@@ -144,7 +156,9 @@ CURL* Exchange::prepared()
     curl_easy_setopt(easy, CURLOPT_URL, m_request.url.c_str());
     curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    // What began encrypted is not sent again in the clear.
+    const bool isEncrypted = curl_strnequal(m_request.url.c_str(), "https:", 6);
+    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, isEncrypted ? "https" : "http,https");
     curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
     curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
@@ -161,11 +175,6 @@ CURL* Exchange::prepared()
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &headerArrived);
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
-    if (m_request.isCancelled) {
-        curl_easy_setopt(easy, CURLOPT_NOPROGRESS, 0L);
-        curl_easy_setopt(easy, CURLOPT_XFERINFOFUNCTION, &progressed);
-        curl_easy_setopt(easy, CURLOPT_XFERINFODATA, this);
-    }
     curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
     addHeaders();
     curl_easy_setopt(easy, CURLOPT_HTTPHEADER, m_headers.get());
@@ -182,12 +191,6 @@ size_t Exchange::headerArrived(char* bytes, size_t size, size_t count, void* exc
 {
     auto& collector = static_cast<Exchange*>(exchange)->m_collector;
     return collector.addHeaderLine({ bytes, size * count }) ? size * count : 0;
-}
-
-// Asked whenever something moves, in either direction.
-int Exchange::progressed(void* exchange, curl_off_t, curl_off_t, curl_off_t, curl_off_t)
-{
-    return *static_cast<Exchange*>(exchange)->m_request.isCancelled ? 1 : 0;
 }
 
 void Exchange::finish(CURLcode result)
@@ -222,7 +225,9 @@ private:
     using Exchanges = std::vector<std::unique_ptr<Exchange>>;
 
     void run();
+    void breakOffCancelled();
     void finishDone();
+    void finish(CURL* easy, CURLcode result);
 
     std::unique_ptr<CURLM, FreeMulti> m_multi;
     Lock m_lock;
@@ -241,7 +246,6 @@ void CurlTransport::start(HTTPExchangeRequest request, Completion completion)
     Locker hold(m_lock);
     if (m_isStopped)
         return;
-    m_incoming.push_back(std::move(exchange));
     if (!m_thread.joinable()) {
         // Made here, as each takes file descriptors and most processes of a fleet never send.
         m_multi.reset(curl_multi_init());
@@ -251,6 +255,8 @@ void CurlTransport::start(HTTPExchangeRequest request, Completion completion)
         const SignalsBlocked blocked;
         m_thread = std::thread([this] { run(); });
     }
+    // Only now: what raised above has started nothing.
+    m_incoming.push_back(std::move(exchange));
     curl_multi_wakeup(m_multi.get());
 }
 
@@ -286,12 +292,13 @@ void CurlTransport::run()
             incoming.swap(m_incoming);
         }
         for (std::unique_ptr<Exchange>& exchange : incoming) {
-            CURL* easy = exchange->prepared();
+            CURL* easy = exchange->prepared(m_multi.get());
             if (!easy || curl_multi_add_handle(m_multi.get(), easy) != CURLM_OK)
                 exchange->finish(CURLE_OUT_OF_MEMORY);
             else
                 m_running.emplace(easy, std::move(exchange));
         }
+        breakOffCancelled();
         int running = 0;
         curl_multi_perform(m_multi.get(), &running);
         finishDone();
@@ -299,17 +306,31 @@ void CurlTransport::run()
     }
 }
 
+// Here and not from a callback of the library's: that would wait for a byte to move, which a stalled upload
+// never does.
+void CurlTransport::breakOffCancelled()
+{
+    for (auto next = m_running.begin(); next != m_running.end();) {
+        const auto exchange = next++;
+        if (exchange->second->isCancelled())
+            finish(exchange->first, CURLE_ABORTED_BY_CALLBACK);
+    }
+}
+
 void CurlTransport::finishDone()
 {
     int left = 0;
     while (CURLMsg* message = curl_multi_info_read(m_multi.get(), &left)) {
-        if (message->msg != CURLMSG_DONE)
-            continue;
-        const CURLcode result = message->data.result;
-        auto done = m_running.extract(message->easy_handle);
-        curl_multi_remove_handle(m_multi.get(), done.key());
-        done.mapped()->finish(result);
+        if (message->msg == CURLMSG_DONE)
+            finish(message->easy_handle, message->data.result);
     }
+}
+
+void CurlTransport::finish(CURL* easy, CURLcode result)
+{
+    auto done = m_running.extract(easy);
+    curl_multi_remove_handle(m_multi.get(), easy);
+    done.mapped()->finish(result);
 }
 
 } // namespace

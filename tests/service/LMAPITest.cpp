@@ -1,5 +1,6 @@
 #include "service/LMAPI.h"
 
+#include "core/TDActivationManager.h"
 #include "lumora/LMLog.h"
 #include "platform/foundation/NSFileManager.h"
 #include "platform/foundation/NSString.h"
@@ -18,7 +19,8 @@ namespace {
 
 using tests::World;
 
-/// Keeps what is meant for the collector, or the web, and answers it as the test says; the rest goes its way.
+/// Keeps what is meant for the collector, or the web, and answers it as the test says, or raises an unknown
+/// error; the rest goes its way.
 class CollectorTransport final : public HTTPTransport {
 public:
     explicit CollectorTransport(std::shared_ptr<HTTPTransport> others)
@@ -30,6 +32,8 @@ public:
         if (request.url.starts_with(TDAPI::getURLWithType(TDAPI::EndpointType::Configuration)))
             return m_others->start(std::move(request), std::move(completion));
         requests.push_back(std::move(request));
+        if (answer.errorCode == NSURLErrorUnknown)
+            throw std::runtime_error(answer.error);
         dispatch_get_global_queue().async([=, answer = answer] { completion(answer); });
     }
     void stop() override { m_others->stop(); }
@@ -59,14 +63,15 @@ HTTPExchangeAnswer failure(int code)
 
 class LMAPITest : public testing::Test {
 protected:
-    explicit LMAPITest(const std::string& record = World::Options {}.record)
+    explicit LMAPITest(const std::string& record = World::Options {}.record, bool starts = true)
         : world({ .record = record, .adjust = [&](Phone::Options& options) {
                      options.makeTransport = [this, others = options.makeTransport] {
                          return collector = std::make_shared<CollectorTransport>(others());
                      };
                  } })
     {
-        world.start();
+        if (starts)
+            world.start();
         collector->answer = status(200);
         LMLog::setLogLevel(0);
     }
@@ -132,7 +137,16 @@ protected:
     }
 };
 
+class LMAPIColdTest : public LMAPITest {
+protected:
+    LMAPIColdTest()
+        : LMAPITest(World::Options {}.record, false)
+    {
+    }
+};
+
 const NSDictionary event { { "type", "click" }, { "n", 1 } };
+const NSDictionary nested { { "type", "a/b" } };
 const NSArray ads { NSDictionary { { "phash", "p" } } };
 
 TEST_F(LMAPIClosedTest, AClosedGateIsSilent)
@@ -147,6 +161,20 @@ TEST_F(LMAPIClosedTest, AClosedGateIsSilent)
     EXPECT_TRUE(sent().empty());
     EXPECT_TRUE(LMAPI::sendStoredData(ads, nullptr, nullptr, nullptr, nullptr)) << "asks no gate";
     EXPECT_EQ(sent().size(), 1u);
+}
+
+TEST_F(LMAPIColdTest, WhatWaitsForTheGateIsSentOnceItHasFetched)
+{
+    TDAPI::setNewAuthKey(tests::validKey);
+    TDActivationManager::sharedInstance().activate();
+    std::vector<bool> heard;
+    LMAPI::sendComplaintInfo(event, [&](bool delivered) {
+        heard.push_back(delivered);
+        EXPECT_FALSE(world.phone.process().isMainThread());
+    });
+    EXPECT_TRUE(collector->requests.empty());
+    EXPECT_EQ(sent().size(), 1u);
+    EXPECT_EQ(heard, std::vector<bool> { true });
 }
 
 TEST_F(LMAPITest, EveryUploadCarriesItsFields)
@@ -168,6 +196,8 @@ TEST_F(LMAPITest, EveryUploadCarriesItsFields)
             { { "connection", "WIFI" }, { "sources", NSArray { "a" } } } },
         { "/event/ios/com.example.daily/click", [] { LMAPI::sendEventInfo(event, false, nullptr); },
             { { "event", event } } },
+        { "/event/ios/com.example.daily/a/b", [] { LMAPI::sendEventInfo(nested, false, nullptr); },
+            { { "event", nested } } },
         { "/event/ios/com.example.daily/(null)",
             [] { LMAPI::sendEventInfo(NSDictionary {}, false, nullptr); }, { { "event", NSDictionary {} } } },
         { "/ads/ios/com.example.daily",
@@ -234,6 +264,17 @@ TEST_F(LMAPITest, AnEncryptedEventOpensWithTheFixedKey)
     EXPECT_EQ(events[0].headers.find("lm-s"), nullptr);
 }
 
+TEST_F(LMAPITest, AnEventWhoseTypeMakesNoURLIsOnlyLogged)
+{
+    for (const char* type : { "%@", "a b", "\u672C" }) {
+        LMAPI::sendEventInfo(NSDictionary { { "type", type } }, false, [](bool) { ADD_FAILURE(); });
+        EXPECT_TRUE(sent().empty()) << type;
+        EXPECT_EQ(logged(),
+            std::vector<std::string> {
+                "[Lumora] error - Error Domain=NSURLErrorDomain Code=-1000 \"unsupported URL\"" });
+    }
+}
+
 TEST_F(LMAPITest, RandomTextsAreOfTheirAlphabet)
 {
     const std::string digits = LMAPI::randomStringWithLength(2000, true);
@@ -259,6 +300,7 @@ TEST_F(LMAPITest, WhoHearsOfWhichAnswer)
         { status(201), "complaint-time" },
         { status(404), "complaint-time" },
         { failure(NSURLErrorTimedOut), "(shot)(hash)complaint-(time)" },
+        { failure(NSURLErrorUnknown), "(shot)(hash)complaint-(time)" },
     };
     for (const auto& [answer, expected] : rows) {
         collector->answer = answer;
@@ -271,10 +313,13 @@ TEST_F(LMAPITest, WhoHearsOfWhichAnswer)
         EXPECT_EQ(sent().size(), 5u);
         EXPECT_EQ(heard, expected) << answer.status;
     }
-    const std::string error = "[Lumora] error - Error Domain=NSURLErrorDomain Code=-1001 \"lost\"";
-    EXPECT_EQ(logged(),
-        (std::vector<std::string> {
-            error, error, error, error, error, "[Lumora] can't update time from server" }));
+    std::vector<std::string> log;
+    for (const char* code : { "-1001", "-1" }) {
+        log.insert(log.end(), 5,
+            stringWithFormat("[Lumora] error - Error Domain=NSURLErrorDomain Code=%@ \"lost\"", { code }));
+        log.emplace_back("[Lumora] can't update time from server");
+    }
+    EXPECT_EQ(logged(), log);
 }
 
 TEST_F(LMAPITest, EachAnswerToABatchHasItsOwnCallbackAndLogLine)
@@ -284,6 +329,7 @@ TEST_F(LMAPITest, EachAnswerToABatchHasItsOwnCallbackAndLogLine)
     const std::string server = "[Lumora] [LMAPI][sendStoredData] response from server is ";
     const std::string error404 = "[Lumora] error - Error Domain=NSURLErrorDomain Code=404 \"lost\"";
     const std::string errorLost = "[Lumora] error - Error Domain=NSURLErrorDomain Code=-1005 \"lost\"";
+    const std::string errorRaised = "[Lumora] error - Error Domain=NSURLErrorDomain Code=-1 \"lost\"";
     const std::string different = "[Lumora] [LMAPI][SendStoredData] response from server is different";
     const struct {
         const char* name;
@@ -296,7 +342,9 @@ TEST_F(LMAPITest, EachAnswerToABatchHasItsOwnCallbackAndLogLine)
         { "all, unheard", status(200), false, "", { server + "200" } },
         { "part", status(207, missing), true, R"(part {"images":["p"],"htmls":["s"]})", { server + "207" } },
         { "part, unheard", status(207, missing), false, "", {} },
-        { "part, too long", status(207, missing + std::string(256 << 10, ' ')), true, "part " + none,
+        { "part, long", status(207, missing + std::string(256 << 10, ' ')), true,
+            R"(part {"images":["p"],"htmls":["s"]})", { server + "207" } },
+        { "part, too long", status(207, missing + std::string(257 << 10, ' ')), true, "part " + none,
             { server + "207", different } },
         { "strange", status(404, missing), true, "failed",
             { "[Lumora] [LMAPI][sendStoredData] strange response from server" } },
@@ -304,6 +352,7 @@ TEST_F(LMAPITest, EachAnswerToABatchHasItsOwnCallbackAndLogLine)
         { "error 404", failure(404), true, "simple " + none, { error404, server + "404", different } },
         { "error 404, unheard", failure(404), false, "", { error404 } },
         { "lost", failure(-1005), true, "failed -1005", { errorLost, server + "error" } },
+        { "raised", failure(-1), true, "failed -1", { errorRaised, server + "error" } },
         { "lost, unheard", failure(-1005), false, "",
             { errorLost, "[Lumora] [LMAPI][sendStoredData] something wrong with server" } },
     };
@@ -327,6 +376,18 @@ TEST_F(LMAPITest, EachAnswerToABatchHasItsOwnCallbackAndLogLine)
         EXPECT_EQ(heard, row.heard) << row.name;
         EXPECT_EQ(logged(), row.log) << row.name;
     }
+}
+
+TEST_F(LMAPITest, ABatchThatIsCancelledFails)
+{
+    std::vector<int64_t> codes;
+    auto failed = [&](const auto& error, const NSDictionary&) { codes.push_back(error->code); };
+    auto completed = [](bool, const NSDictionary&) { ADD_FAILURE(); };
+    LMAPI::sendStoredData(ads, nullptr, nullptr, failed, completed)->cancel();
+    EXPECT_TRUE(codes.empty());
+    EXPECT_TRUE(collector->requests.at(0).cancellation.stop_requested());
+    EXPECT_EQ(sent().size(), 1u);
+    EXPECT_EQ(codes, std::vector<int64_t> { NSURLErrorCancelled });
 }
 
 TEST_F(LMAPITest, WhatIsNoJSONHasNoBody)
@@ -405,6 +466,7 @@ TEST(StoredDataAnswerTest, WhatAnAnswerSaysIsMissing)
     } rows[] = {
         { R"({"data":[{"status":404,"phash":"p"},{"status":404,"sourceHash":"s"}]})", { "p" }, { "s" } },
         { R"({"data":[{"status":"404","phash":"p"},{"status":404.0,"phash":"q"}]})", { "p", "q" }, {} },
+        { R"({"data":[{"status":" 404 ","phash":"p"},{"status":"NaN","phash":"q"}]})", { "p" }, {} },
         { R"({"data":[{"status":404,"phash":"p","sourceHash":"s"}]})", { "p" }, {} },
         { R"({"data":[{"status":404,"phash":7,"sourceHash":"s"}]})", {}, { "s" } },
         { R"({"data":[{"status":404,"phash":"","sourceHash":7},{"status":404}]})", { "" }, {} },

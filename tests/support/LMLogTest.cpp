@@ -138,6 +138,9 @@ TEST_F(LMLogTest, ALineThatIsNoTextSpoilsNoUpload)
     EXPECT_FALSE(LMLogManager::sharedInstance().takeLogFile());
     LMLog::logMessage("again");
     EXPECT_EQ(file(), "again");
+    writeToFile(LMLogManager::getFullPathToLogFile(), "one\ncut \xE2\x82two\n");
+    EXPECT_EQ(LMLogManager::sharedInstance().takeLogFile(), "one\ncut \uFFFD\uFFFDtwo\n") << "by a full disk";
+    EXPECT_EQ(file(), "(none)");
 }
 
 TEST_F(LMLogTest, AFolderThatIsNoneIsSilent)
@@ -159,7 +162,11 @@ TEST(LMLogUploadTest, TheTimerUploadsAndEmptiesTheFile)
             : m_sent(sent)
         {
         }
-        void start(HTTPExchangeRequest request, Completion) override { m_sent.push_back(std::move(request)); }
+        void start(HTTPExchangeRequest request, Completion) override
+        {
+            EXPECT_FALSE(Process::current().isMainThread());
+            m_sent.push_back(std::move(request));
+        }
         void stop() override { }
 
     private:

@@ -4,6 +4,8 @@
 #include "tests/platform/TestProcess.h"
 #include "tests/platform/TinyServer.h"
 
+#include <array>
+#include <future>
 #include <gtest/gtest.h>
 
 namespace lumora {
@@ -185,6 +187,60 @@ TEST_F(URLSession, BreaksOffWhatIsCancelled)
     EXPECT_TRUE(fetch(next).response) << "the server takes one connection after the other";
 }
 
+TEST_F(URLSession, AnAnswerAndACancellationCompleteOnceBetweenThem)
+{
+    TinyServer server("HTTP/1.1 204 No Content\r\n\r\n");
+    std::array<std::atomic<int>, 100> calls {};
+    std::shared_ptr<NSURLSessionDataTask> previous;
+    for (auto& count : calls) {
+        const auto task = NSURLSession::sharedSession().dataTaskWithRequest(
+            get(server.url), [&count](const NSData&, const auto&, const auto&) { count++; });
+        if (previous)
+            previous->cancel();
+        previous = task;
+    }
+    auto isCalled = [](const auto& count) { return count > 0; };
+    EXPECT_TRUE(process.executor().runMainLoop(
+        20, [&] { return std::all_of(calls.begin(), calls.end(), isCalled); }));
+    process.stop();
+    EXPECT_TRUE(std::all_of(calls.begin(), calls.end(), [](const auto& count) { return count == 1; }));
+}
+
+TEST(CurlTransportTest, BreaksOffAnUploadThatStalls)
+{
+    std::atomic<bool> isBusy { false };
+    std::atomic<bool> isOver { false };
+    TinyServer busy([&](size_t) {
+        isBusy = true;
+        isBusy.notify_all();
+        isOver.wait(false);
+        return std::string {};
+    });
+    const auto transport = makeCurlTransport();
+    auto send = [&](double timeout, size_t size, std::stop_token cancellation) {
+        auto answer = std::make_shared<std::promise<HTTPExchangeAnswer>>();
+        HTTPExchangeRequest request { .url = busy.url, .method = "POST", .headers = {} };
+        request.timeout = timeout;
+        request.body.resize(size);
+        request.cancellation = std::move(cancellation);
+        transport->start(std::move(request),
+            [answer](HTTPExchangeAnswer arrived) { answer->set_value(std::move(arrived)); });
+        return answer->get_future();
+    };
+    send(60, 0, {});
+    isBusy.wait(false);
+    std::stop_source cancellation;
+    std::future<HTTPExchangeAnswer> upload = send(60, 16 << 20, cancellation.get_token());
+    // Long enough for the upload to fill what takes it, and for the library's own timers.
+    EXPECT_EQ(send(1.5, 0, {}).get().errorCode, NSURLErrorTimedOut);
+    cancellation.request_stop();
+    const auto status = upload.wait_for(std::chrono::seconds(10));
+    isOver = true;
+    isOver.notify_all();
+    ASSERT_EQ(status, std::future_status::ready);
+    EXPECT_EQ(upload.get().errorCode, NSURLErrorCancelled);
+}
+
 TEST(URLSessionOverAHeldTransport, CompletesOnItsOwnQueueOnce)
 {
     test::TemporaryFolder home;
@@ -231,6 +287,7 @@ struct HeldSession : testing::Test {
         return NSURLSession::sharedSession().dataTaskWithRequest(
             request, [this, guard = held](const NSData&, const auto& response, const auto& error) {
                 heard.push_back(error ? error->code : response->statusCode);
+                alsoDo();
             });
     }
     void answer(size_t exchange)
@@ -241,6 +298,7 @@ struct HeldSession : testing::Test {
     }
 
     std::vector<int64_t> heard;
+    std::function<void()> alsoDo { [] {} };
     std::shared_ptr<int> held { std::make_shared<int>() };
     test::TemporaryFolder home;
     test::TestProcess process { home.path };
@@ -253,7 +311,8 @@ TEST_F(HeldSession, ATaskTellsWhatItIsAndHowFarItHasCome)
     EXPECT_EQ(first->taskIdentifier(), 1u);
     EXPECT_EQ(second->taskIdentifier(), 2u);
     EXPECT_EQ(second->originalRequest().url, "https://h/2");
-    EXPECT_EQ(second->originalRequest().httpBody, "body");
+    EXPECT_EQ(process.transport->requests[1].body, "body");
+    EXPECT_EQ(second->originalRequest().httpBody, "") << "held once";
     EXPECT_EQ(first->state(), State::Running);
     answer(0);
     process.executor().drain();
@@ -289,8 +348,10 @@ TEST_F(HeldSession, CancellingEndsATaskOnce)
 TEST_F(HeldSession, ATaskThatIsDoneIsNotCancelled)
 {
     const auto task = start("https://h/1");
+    alsoDo = [&] { task->cancel(); };
     answer(0);
     process.executor().drain();
+    EXPECT_EQ(task->state(), State::Completed) << "from inside its completion";
     task->cancel();
     process.executor().drain();
     EXPECT_EQ(heard, std::vector<int64_t> { 200 });
