@@ -35,26 +35,43 @@ template <typename F> double microseconds(F&& work)
 constexpr int screenWidth = 1170;
 constexpr int screenHeight = 2532;
 
-/// A page with texts and pictures, as a full-screen ad has them; the pictures are noise over a gradient.
+uint32_t hashed(int x, int y)
+{
+    uint32_t hash = static_cast<uint32_t>(x) * 0x85EBCA6BU ^ static_cast<uint32_t>(y) * 0xC2B2AE35U;
+    hash = (hash ^ hash >> 15) * 0x2C1B3C6DU;
+    return (hash ^ hash >> 13) * 0x297A2D39U;
+}
+
+/// Light and shade as a photograph has them: shapes of all sizes, each half as strong as those twice as
+/// large.
+double lightAt(int x, int y)
+{
+    double light = 0;
+    for (int size = 256, strength = 80; size > 1; size /= 2, strength /= 2) {
+        auto corner
+            = [&](int dx, int dy) { return hashed(x / size + dx, y / size + dy + 9 * size) / 4294967296.0; };
+        const double right = double(x % size) / size, down = double(y % size) / size;
+        light += strength
+            * ((corner(0, 0) * (1 - right) + corner(1, 0) * right) * (1 - down)
+                + (corner(0, 1) * (1 - right) + corner(1, 1) * right) * down);
+    }
+    return light;
+}
+
+/// A page with texts and a picture, as a full-screen ad has them.
 UIImage screenshot()
 {
     const Phone phone { {} };
     const auto context = makeBitmapContext({ screenWidth, screenHeight }, 1);
     context->fillPath(UIBezierPath::bezierPathWithRect(CGRectMake(0, 0, screenWidth, screenHeight)),
         UIColor { 1, 1, 1, 1 });
-    // Like a photograph: shapes of all sizes, each half as strong as those twice as large, and grain.
     constexpr int side = 1050;
     std::vector<uint8_t> photo;
     for (int i = 0; i < side * side; i++) {
-        const double x = i % side / double { side };
-        const double y = i / side / double { side };
-        double light = 0;
-        double strength = 60;
-        for (double size = 3; size < 200; size *= 2.1, strength /= 2)
-            light += strength * std::sin(size * (x + y * y) + strength) * std::cos(size * (y - x * y) + size);
-        const int grain = static_cast<int>(static_cast<unsigned>(i) * 2654435761U >> 29);
-        for (const double hue : { 140.0, 120.0, 100.0 })
-            photo.push_back(static_cast<uint8_t>(std::clamp(hue + light, 0.0, 247.0) + grain));
+        const double light = lightAt(i % side, i / side);
+        const int grain = static_cast<int>(hashed(i, 7) >> 30);
+        for (const double hue : { 60.0, 50.0, 40.0 })
+            photo.push_back(static_cast<uint8_t>(std::clamp(hue + light, 0.0, 250.0) + grain));
         photo.push_back(255);
     }
     context->drawImage(UIImage { side, side, photo }, CGRectMake(60, 200, side, side));
