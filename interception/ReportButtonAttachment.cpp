@@ -94,9 +94,10 @@ void attachReportButton(const std::shared_ptr<Object>& adView, const char* metad
 {
     if (!as<UIView>(adView))
         return;
-    NSDictionary metadata { { "metaclass", retain(NSClassFromString(metadataClass)) } };
+    NSDictionary metadata { { LMReportButtonHelper::metaclassKey,
+        retain(NSClassFromString(metadataClass)) } };
     if (supportObject)
-        metadata.set("supportview", supportObject);
+        metadata.set(LMReportButtonHelper::supportviewKey, supportObject);
     LMReportButtonHelper::addReportButtonToView(adView.get(), nullptr, metadata);
 }
 
