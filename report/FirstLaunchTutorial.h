@@ -43,4 +43,4 @@ private:
     std::shared_ptr<LMPulseAnimationView> m_pulseView;
 };
 
-}
+} // namespace lumora

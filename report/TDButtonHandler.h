@@ -80,4 +80,4 @@ private:
     std::string m_userReport;
 };
 
-}
+} // namespace lumora

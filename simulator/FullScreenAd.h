@@ -31,4 +31,4 @@ inline NSDictionary fullScreenMetadata()
     return { { LMReportButtonHelper::metaclassKey, retain(classOf<FullScreenAd>()) } };
 }
 
-}
+} // namespace lumora

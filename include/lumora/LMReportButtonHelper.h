@@ -38,4 +38,4 @@ public:
     static bool isReportButtonInSubviewsOfView(const Object* view);
 };
 
-}
+} // namespace lumora

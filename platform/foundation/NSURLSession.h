@@ -115,4 +115,4 @@ private:
     std::weak_ptr<DispatchQueue> m_queue;
 };
 
-}
+} // namespace lumora

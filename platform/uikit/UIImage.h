@@ -43,4 +43,4 @@ NSData UIImagePNGRepresentation(const UIImage& image);
 /// JPEG bytes; quality from 0 to 1. Empty for a null picture.
 NSData UIImageJPEGRepresentation(const UIImage& image, double quality);
 
-}
+} // namespace lumora
