@@ -86,4 +86,4 @@ private:
     std::shared_ptr<const FlagsBlock> m_reachabilityBlock LUMORA_GUARDED_BY(m_lock);
 };
 
-}
+} // namespace lumora

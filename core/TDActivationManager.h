@@ -64,4 +64,4 @@ private:
     NSHashTable<Object> m_listeners LUMORA_GUARDED_BY(m_lock);
 };
 
-}
+} // namespace lumora

@@ -67,4 +67,4 @@ private:
     std::optional<std::vector<std::string>> m_sdks;
 };
 
-}
+} // namespace lumora

@@ -20,4 +20,4 @@ public:
     static void dumpClassMethods(Object* object);
 };
 
-}
+} // namespace lumora

@@ -48,7 +48,7 @@ std::shared_ptr<UIView> webViewIn(const std::shared_ptr<UIView>& view)
     return getWebView(*view);
 }
 
-// What belongs to the host, and what a network's objects only know.
+// Not searched: the host's objects, which a network's objects refer to but do not own.
 bool belongsToTheHost(const std::shared_ptr<Object>& object)
 {
     return as<UIViewController>(object) || as<UIWindow>(object) || as<UIApplication>(object);
@@ -94,9 +94,10 @@ void attachReportButton(const std::shared_ptr<Object>& adView, const char* metad
 {
     if (!as<UIView>(adView))
         return;
-    NSDictionary metadata { { "metaclass", retain(NSClassFromString(metadataClass)) } };
+    NSDictionary metadata { { LMReportButtonHelper::metaclassKey,
+        retain(NSClassFromString(metadataClass)) } };
     if (supportObject)
-        metadata.set("supportview", supportObject);
+        metadata.set(LMReportButtonHelper::supportviewKey, supportObject);
     LMReportButtonHelper::addReportButtonToView(adView.get(), nullptr, metadata);
 }
 

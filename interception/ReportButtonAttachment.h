@@ -24,9 +24,9 @@ inline void attachReportButton(
 }
 
 /// The same for a view inside of another, or of the view of a controller or of any object that answers
-/// `view`: the first one that is good, itself included, depth first; without such a test or one that passes
-/// it, the first web view, or else the whole. Looked for at once on the main thread; one turn of the main
-/// queue later elsewhere, and when there is no view yet.
+/// `view`: the first one that `isGood`, itself included, depth first. When no test is given, or no view
+/// passes it, the first web view gets the button; when there is none, the whole does. Looked for at once on
+/// the main thread; one turn of the main queue later elsewhere, and when there is no view yet.
 void attachReportButtonInside(id viewOrOwner, const char* metadataClass,
     const std::shared_ptr<Object>& supportObject = nullptr, std::function<bool(UIView&)> isGood = nullptr);
 

@@ -58,7 +58,7 @@ void addReportButton(id self, id delegate)
     guardedHook(self, [&] {
         if (Class metaclass = TDMetadataClassesFactory::getMetadataClassForObject(self, delegate))
             LMReportButtonHelper::addReportButtonToView(
-                self, nullptr, { { "metaclass", retain(metaclass) } });
+                self, nullptr, { { LMReportButtonHelper::metaclassKey, retain(metaclass) } });
     });
 }
 

@@ -23,4 +23,4 @@ public:
     static void checkTtlWithCompletion(const std::function<void(bool)>& completion);
 };
 
-}
+} // namespace lumora

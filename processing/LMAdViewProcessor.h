@@ -33,4 +33,4 @@ private:
     std::weak_ptr<Object> m_adObject;
 };
 
-}
+} // namespace lumora

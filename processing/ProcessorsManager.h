@@ -25,4 +25,4 @@ private:
     std::vector<std::shared_ptr<LMAdViewProcessor>> m_adProcessors LUMORA_GUARDED_BY(m_lock);
 };
 
-}
+} // namespace lumora

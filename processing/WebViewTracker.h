@@ -51,4 +51,4 @@ private:
     std::vector<std::shared_ptr<WebViewWithEvents>> m_records LUMORA_GUARDED_BY(m_lock);
 };
 
-}
+} // namespace lumora

@@ -11,9 +11,9 @@ class LMPulseAnimationView;
 class TDReportButtonView;
 
 /// What explains a report button at the application's first launch: a tutorial over the whole interstitial,
-/// and, once that is there, a pulse around the button's icon. A member of the button and as long-lived; both
-/// views belong to the ad's as well. Main thread. Whoever of ad, button and tutorial leaves first ends the
-/// rest of it.
+/// and, once that is there, a pulse around the button's icon. A member of the button, which lives as long;
+/// the ad view holds both views too, as its subviews. Main thread. Whichever of ad, button and tutorial
+/// leaves first ends the rest.
 class FirstLaunchTutorial {
 public:
     explicit FirstLaunchTutorial(TDReportButtonView& button)
@@ -35,7 +35,7 @@ public:
 
 private:
     void showOn(UIView& adView);
-    /// Weak, like the delays and animations that come back to it.
+    /// For delays and animations to come back to: they keep neither it nor the button alive.
     std::weak_ptr<FirstLaunchTutorial> weakSelf();
 
     TDReportButtonView& m_button;
@@ -43,4 +43,4 @@ private:
     std::shared_ptr<LMPulseAnimationView> m_pulseView;
 };
 
-}
+} // namespace lumora

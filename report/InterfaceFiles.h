@@ -19,4 +19,4 @@ template <typename T> std::shared_ptr<T> loadInterface(std::string_view name)
 /// A picture of the library's bundle, in the sharpest size there is; a null image when it is missing.
 UIImage libraryImage(std::string_view name);
 
-}
+} // namespace lumora

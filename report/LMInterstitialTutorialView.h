@@ -22,4 +22,4 @@ private:
     std::weak_ptr<Object> m_delegate;
 };
 
-}
+} // namespace lumora

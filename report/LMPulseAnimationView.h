@@ -76,4 +76,4 @@ private:
     double m_bigLayer_blowingTime { 0 };
 };
 
-}
+} // namespace lumora

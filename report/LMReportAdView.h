@@ -42,4 +42,4 @@ private:
     double m_columnMargins { 0 };
 };
 
-}
+} // namespace lumora

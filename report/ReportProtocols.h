@@ -41,4 +41,4 @@ inline constinit const TypedSelector<void()> continueButtonWasPressed { "continu
 inline constinit const TypedSelector<void(id)> handleButtonTapAction { "handleButtonTapAction:" };
 }
 
-}
+} // namespace lumora

@@ -146,8 +146,10 @@ void ReportedAd::gatherInfo(const std::string& adId) const
         info.set("html", "");
         return;
     }
-    adProcessor->getNewHTMLWithPurpose(LMAdViewProcessor::HTMLPurpose::AdRecord,
-        [info](bool, const std::string& html) mutable { info.set("html", html); });
+    guarded([&] {
+        adProcessor->getNewHTMLWithPurpose(LMAdViewProcessor::HTMLPurpose::AdRecord,
+            [info](bool, const std::string& html) mutable { info.set("html", html); });
+    });
 }
 
 } // namespace lumora

@@ -58,4 +58,4 @@ private:
     std::weak_ptr<Object> m_supportObject;
 };
 
-}
+} // namespace lumora

@@ -1,6 +1,7 @@
 #include "report/TDButtonHandler.h"
 
 #include "core/TDActivationManager.h"
+#include "lumora/LMReportButtonHelper.h"
 #include "platform/dispatch/Executor.h"
 #include "platform/uikit/NSLayoutConstraint.h"
 #include "platform/uikit/UITapGestureRecognizer.h"
@@ -62,10 +63,10 @@ std::string TDButtonHandler::adLocalId() const
 void TDButtonHandler::saveAndGetInfoFromMetadataDict(const NSDictionary& metadata)
 {
     m_metadata = metadata;
-    m_ad.setMetadataClass(metadata["metaclass"].object());
-    m_ad.setSupportObject(metadata["supportview"].object());
-    m_metadata.remove("metaclass");
-    m_metadata.remove("supportview");
+    m_ad.setMetadataClass(metadata[LMReportButtonHelper::metaclassKey].object());
+    m_ad.setSupportObject(metadata[LMReportButtonHelper::supportviewKey].object());
+    m_metadata.remove(LMReportButtonHelper::metaclassKey);
+    m_metadata.remove(LMReportButtonHelper::supportviewKey);
 }
 
 bool TDButtonHandler::shouldRequireFailure(Object*, Object*) { return false; }

@@ -33,10 +33,11 @@ public:
     const std::shared_ptr<Object>& metadataClass() const { return m_ad.metadataClass(); }
     std::shared_ptr<Object> supportObject() const { return m_ad.supportObject(); }
     const std::string& userReport() const { return m_userReport; }
-    /// What was left of the metadata when the two reserved keys were taken out; read by nobody.
+    /// What was left of the metadata when the two reserved keys were taken out: kept for whoever attached the
+    /// button, the library does not read it.
     const NSDictionary& metadata() const { return m_metadata; }
 
-    /// Takes "metaclass" and "supportview" out of the dictionary.
+    /// Takes the two keys that `LMReportButtonHelper` reserves out of the dictionary.
     void saveAndGetInfoFromMetadataDict(const NSDictionary& metadata);
     /// The action of the button's recognizers: expands the icon, or opens the report screen.
     void handleButtonTapAction(Object* recognizer);
@@ -79,4 +80,4 @@ private:
     std::string m_userReport;
 };
 
-}
+} // namespace lumora

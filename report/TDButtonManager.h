@@ -29,4 +29,4 @@ private:
     NSHashTable<TDReportButtonView> m_buttons LUMORA_GUARDED_BY(m_lock);
 };
 
-}
+} // namespace lumora

@@ -137,7 +137,7 @@ void TDReportButtonView::recordImpression() const
         { "sdk", ad.metadataText(sel::getSDKName) },
         { "sdkVersion", ad.metadataText(sel::getVersion) },
         { "adType", ad.metadataText(sel::adType) },
-        { "creativeId", ad.creativeId() },
+        { "creativeId", m_buttonHandler->getCreativeId() },
     });
 }
 

@@ -132,4 +132,4 @@ private:
     FirstLaunchTutorial m_tutorial { *this };
 };
 
-}
+} // namespace lumora

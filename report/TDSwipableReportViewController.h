@@ -37,4 +37,4 @@ private:
     bool m_reasonArrived { false };
 };
 
-}
+} // namespace lumora

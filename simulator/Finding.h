@@ -36,4 +36,4 @@ inline std::shared_ptr<LMReportAdViewRoundedButton> reasonOn(UIView& screen, std
         screen, [&](LMReportAdViewRoundedButton& button) { return button.userDescription() == reason; });
 }
 
-}
+} // namespace lumora

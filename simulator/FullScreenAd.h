@@ -1,6 +1,7 @@
 #pragma once
 
 #include "interception/TDMetadataClassProtocol.h"
+#include "lumora/LMReportButtonHelper.h"
 #include "platform/objc/ClassDescription.h"
 
 #include <string>
@@ -25,6 +26,9 @@ public:
 };
 
 /// What such an ad is given to the button with.
-inline NSDictionary fullScreenMetadata() { return { { "metaclass", retain(classOf<FullScreenAd>()) } }; }
-
+inline NSDictionary fullScreenMetadata()
+{
+    return { { LMReportButtonHelper::metaclassKey, retain(classOf<FullScreenAd>()) } };
 }
+
+} // namespace lumora

@@ -95,4 +95,4 @@ private:
     std::shared_ptr<UIWindow> m_window;
 };
 
-}
+} // namespace lumora

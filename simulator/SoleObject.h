@@ -18,4 +18,4 @@ inline NSDictionary soleObjectIn(std::string_view json)
     return value->isDictionary() ? *value->dictionary() : NSDictionary {};
 }
 
-}
+} // namespace lumora

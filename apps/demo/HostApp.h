@@ -34,4 +34,4 @@ public:
     std::vector<std::string> reasons;
 };
 
-}
+} // namespace lumora

@@ -53,4 +53,4 @@ private:
 /// Text as it stands in an HTML page.
 std::string htmlEscaped(std::string_view text);
 
-}
+} // namespace lumora

@@ -49,4 +49,4 @@ private:
     Lock m_fileLock;
 };
 
-}
+} // namespace lumora

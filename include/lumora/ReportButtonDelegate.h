@@ -19,4 +19,4 @@ private:
     void received(Object* adView, const NSDictionary& info);
 };
 
-}
+} // namespace lumora

@@ -36,4 +36,4 @@ private:
     float m_rate { 0 };
 };
 
-}
+} // namespace lumora

@@ -37,4 +37,4 @@ private:
     AtomicProperty<UIImage> m_currentFrame;
 };
 
-}
+} // namespace lumora

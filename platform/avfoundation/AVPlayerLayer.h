@@ -21,4 +21,4 @@ private:
     std::shared_ptr<AVPlayer> m_player;
 };
 
-}
+} // namespace lumora

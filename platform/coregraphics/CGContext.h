@@ -66,4 +66,4 @@ CGSize measureText(const std::string& text, const TextStyle& style, double maxim
 /// Registers a font file's contents for the process; a reason when it is no font.
 std::optional<std::string> CTFontManagerRegisterGraphicsFont(const NSData& font);
 
-}
+} // namespace lumora

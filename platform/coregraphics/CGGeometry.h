@@ -70,4 +70,4 @@ LUMORA_ENCODE(CGPoint, CGPoint, "{CGPoint=dd}");
 LUMORA_ENCODE(CGSize, CGSize, "{CGSize=dd}");
 LUMORA_ENCODE(CGRect, CGRect, "{CGRect={CGPoint=dd}{CGSize=dd}}");
 
-}
+} // namespace lumora

@@ -40,4 +40,4 @@ private:
     std::filesystem::path m_folder;
 };
 
-}
+} // namespace lumora

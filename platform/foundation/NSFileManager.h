@@ -25,4 +25,4 @@ std::optional<NSData> contentsOfFile(const std::filesystem::path& path);
 std::optional<NSData> contentsOfFile(const std::filesystem::path& path, std::error_code& error);
 void removeFile(const std::filesystem::path& path);
 
-}
+} // namespace lumora

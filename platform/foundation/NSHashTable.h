@@ -113,4 +113,4 @@ private:
     mutable std::vector<std::pair<K, std::weak_ptr<T>>> m_entries;
 };
 
-}
+} // namespace lumora

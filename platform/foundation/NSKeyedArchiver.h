@@ -30,4 +30,4 @@ Value unarchiveObjectWithData(const NSData& data);
 /// The same when all objects in it are of one class, besides the platform's own values; else nothing.
 Value unarchivedObjectOfClass(std::string_view className, const NSData& fromData);
 
-}
+} // namespace lumora

@@ -54,4 +54,4 @@ private:
     std::vector<Registration> m_registrations LUMORA_GUARDED_BY(m_lock);
 };
 
-}
+} // namespace lumora

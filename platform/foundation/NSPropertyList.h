@@ -23,4 +23,4 @@ std::optional<Value> propertyListWithData(std::string_view data);
 Value referenceTo(size_t index);
 std::optional<size_t> referencedIndex(const Value& value);
 
-}
+} // namespace lumora

@@ -69,4 +69,4 @@ private:
     std::shared_ptr<const Pattern> m_pattern;
 };
 
-}
+} // namespace lumora

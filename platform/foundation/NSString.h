@@ -42,4 +42,4 @@ std::string newUUIDString();
 /// The text form of a UUID's 16 bytes.
 std::string textOfUUID(std::string_view bytes);
 
-}
+} // namespace lumora

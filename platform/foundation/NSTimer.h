@@ -42,4 +42,4 @@ private:
 /// The clamped interval a timer runs with.
 double effectiveTimerInterval(double interval);
 
-}
+} // namespace lumora

@@ -117,4 +117,4 @@ private:
     std::weak_ptr<DispatchQueue> m_queue;
 };
 
-}
+} // namespace lumora

@@ -209,4 +209,4 @@ int64_t saturatingInteger(double value);
 /// A boxed number's integer value at 32 bits: saturates.
 int32_t saturatingInt32(int64_t value);
 
-}
+} // namespace lumora

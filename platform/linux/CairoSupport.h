@@ -43,4 +43,4 @@ void setLayoutText(PangoLayout* layout, std::string_view text);
 /// Puts a text down as CGContext::drawText says.
 void drawTextInRect(cairo_t* cairo, const std::string& text, const TextStyle& style, const CGRect& rect);
 
-}
+} // namespace lumora

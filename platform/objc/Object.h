@@ -121,4 +121,4 @@ template <typename T> std::shared_ptr<T> as(const std::shared_ptr<Object>& objec
     return std::dynamic_pointer_cast<T>(object);
 }
 
-}
+} // namespace lumora

@@ -167,4 +167,4 @@ R callImplementation(IMP::Function function, id self, SEL selector, A... argumen
     return reinterpret_cast<R (*)(id, SEL, A...)>(function)(self, selector, static_cast<A>(arguments)...);
 }
 
-}
+} // namespace lumora

@@ -61,4 +61,4 @@ struct ProcessConfiguration {
 /// that is linked.
 ProcessConfiguration completed(ProcessConfiguration configuration);
 
-}
+} // namespace lumora

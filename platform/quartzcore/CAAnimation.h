@@ -107,4 +107,4 @@ private:
     std::vector<std::shared_ptr<CAAnimation>> m_animations;
 };
 
-}
+} // namespace lumora

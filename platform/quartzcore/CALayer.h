@@ -106,4 +106,4 @@ private:
     std::vector<Running> m_animations;
 };
 
-}
+} // namespace lumora

@@ -58,4 +58,4 @@ private:
     int m_lastTapCount { 0 };
 };
 
-}
+} // namespace lumora

@@ -64,4 +64,4 @@ private:
     bool m_reachesDeeper { false };
 };
 
-}
+} // namespace lumora

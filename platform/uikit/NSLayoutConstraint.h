@@ -74,4 +74,4 @@ private:
     std::weak_ptr<UIView> m_holder;
 };
 
-}
+} // namespace lumora

@@ -55,4 +55,4 @@ private:
     std::function<bool(const NSURLValue&)> m_opener;
 };
 
-}
+} // namespace lumora

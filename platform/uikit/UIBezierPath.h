@@ -49,4 +49,4 @@ private:
     std::vector<Element> m_elements;
 };
 
-}
+} // namespace lumora

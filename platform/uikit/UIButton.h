@@ -40,4 +40,4 @@ private:
     bool m_selected { false };
 };
 
-}
+} // namespace lumora

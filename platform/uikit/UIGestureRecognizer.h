@@ -89,4 +89,4 @@ private:
     std::weak_ptr<GestureArena> m_arena;
 };
 
-}
+} // namespace lumora

@@ -27,8 +27,8 @@ public:
     CGSize size() const { return { m_width / m_scale, m_height / m_scale }; }
     const uint8_t* pixels() const { return m_pixels ? m_pixels->data() : nullptr; }
 
-    /// Decodes PNG or JPEG; nothing when the data is damaged, truncated, larger than 64 million pixels, or longer
-    /// on a side than the decoders take: a million pixels of a PNG, 65,500 of a JPEG.
+    /// Decodes PNG or JPEG; nothing when the data is damaged, truncated, larger than 64 million pixels, or
+    /// longer on a side than the decoders take: a million pixels of a PNG, 65,500 of a JPEG.
     static std::optional<UIImage> imageWithData(const NSData& data, double scale = 1);
 
 private:
@@ -43,4 +43,4 @@ NSData UIImagePNGRepresentation(const UIImage& image);
 /// JPEG bytes; quality from 0 to 1. Empty for a null picture.
 NSData UIImageJPEGRepresentation(const UIImage& image, double quality);
 
-}
+} // namespace lumora

@@ -26,4 +26,4 @@ private:
     UIImage m_tinted;
 };
 
-}
+} // namespace lumora

@@ -87,4 +87,4 @@ inline constinit const TypedSelector<void(Value, NSDictionary, std::function<voi
     openURLWithOptions { "openURL:options:completionHandler:" };
 }
 
-}
+} // namespace lumora

@@ -37,4 +37,4 @@ private:
     TextStyle m_style;
 };
 
-}
+} // namespace lumora

@@ -19,4 +19,4 @@ private:
     std::weak_ptr<UIView> m_owningView;
 };
 
-}
+} // namespace lumora

@@ -12,4 +12,4 @@ class NSBundle;
 /// these writes a line on the console. Main thread only.
 std::vector<std::shared_ptr<Object>> loadNibNamed(const NSBundle& bundle, const std::string& name, id owner);
 
-}
+} // namespace lumora

@@ -19,4 +19,4 @@ public:
     void touchesCancelled(const Value& touches, Object* event);
 };
 
-}
+} // namespace lumora

@@ -16,4 +16,4 @@ public:
     double scale() const;
 };
 
-}
+} // namespace lumora

@@ -30,4 +30,4 @@ private:
     double m_startTime { 0 };
 };
 
-}
+} // namespace lumora

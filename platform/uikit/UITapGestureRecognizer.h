@@ -43,4 +43,4 @@ private:
     std::shared_ptr<ScheduledTimer> m_timer;
 };
 
-}
+} // namespace lumora

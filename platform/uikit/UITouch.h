@@ -40,4 +40,4 @@ private:
     std::weak_ptr<UIWindow> m_window;
 };
 
-}
+} // namespace lumora

@@ -156,4 +156,4 @@ private:
     bool m_constraintsReachDeeper { false };
 };
 
-}
+} // namespace lumora

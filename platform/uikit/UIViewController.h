@@ -89,4 +89,4 @@ private:
     std::weak_ptr<UIViewController> m_shownChild;
 };
 
-}
+} // namespace lumora

@@ -15,4 +15,4 @@ UIImage takeImageOfView(UIView& view, CGSize size, double scale);
 /// opaque one has black where nothing is drawn.
 UIImage renderLayer(CALayer& layer, CGSize size, double scale, bool opaque = false);
 
-}
+} // namespace lumora

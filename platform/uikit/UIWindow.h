@@ -42,4 +42,4 @@ private:
     bool m_shown { false };
 };
 
-}
+} // namespace lumora

@@ -17,4 +17,4 @@ UIImage paintHTML(const std::string& html, CGSize size, double scale);
 /// The target of the link at a point of that picture, as it stands in the page; nothing where there is none.
 std::optional<std::string> linkAtPoint(const std::string& html, CGSize size, CGPoint point);
 
-}
+} // namespace lumora

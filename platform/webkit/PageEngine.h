@@ -76,4 +76,4 @@ private:
     WebLoad m_lastNumber { 0 };
 };
 
-}
+} // namespace lumora

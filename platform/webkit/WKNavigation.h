@@ -37,4 +37,4 @@ private:
     NSHTTPURLResponse m_response;
 };
 
-}
+} // namespace lumora

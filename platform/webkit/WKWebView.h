@@ -98,4 +98,4 @@ private:
     std::optional<CGPoint> m_touchStart;
 };
 
-}
+} // namespace lumora

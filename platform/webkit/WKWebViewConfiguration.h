@@ -21,4 +21,4 @@ private:
     int64_t m_mediaTypes { 0 };
 };
 
-}
+} // namespace lumora

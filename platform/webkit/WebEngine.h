@@ -76,4 +76,4 @@ inline constexpr const char* WebKitErrorDomain = "WebKitErrorDomain";
 /// The answer to a load's request was not allowed.
 inline constexpr int WebKitErrorFrameLoadInterruptedByPolicyChange = 102;
 
-}
+} // namespace lumora

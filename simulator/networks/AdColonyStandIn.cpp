@@ -31,7 +31,7 @@ void showInterstitial(StandInAd& ad)
     });
     ad.call<bool>(interstitial.get(), "showWithPresentingViewController:", &ad.screen());
     ad.call<void>(controller.get(), "setPresenting:", true);
-    ad.announce(*controller, "viewDidAppear:");
+    ad.expectAnnouncement(*controller, "viewDidAppear:");
     if (const auto webView = as<WKWebView>(ad.adView))
         send(webView, sel::setNavigationDelegate, ad.keep(standInObject("ADCWebViewModule")));
 }

@@ -39,7 +39,7 @@ void showInterstitial(StandInAd& ad)
     const auto webView = ad.creative(ad.fullScreen());
     const auto controller = ad.present("ALBaseVideoViewController", webView);
     plantIn(ad, controller);
-    ad.announce(*controller, "viewDidAppear:");
+    ad.expectAnnouncement(*controller, "viewDidAppear:");
     ad.adView = webView ? webView : retain(controller->view());
 }
 

@@ -30,4 +30,4 @@ public:
     static void load(UIView& banner, const Creative& creative);
 };
 
-}
+} // namespace lumora

@@ -28,4 +28,4 @@ public:
     static void load(UIView& banner, const Creative& creative);
 };
 
-}
+} // namespace lumora

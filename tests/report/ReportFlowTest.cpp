@@ -362,6 +362,7 @@ TEST_F(ReportFlowTest, AProcessorGivesMarkupAndType)
     const auto processor = make<Processor>();
     processor->setAdObject(inner);
     ProcessorsManager::sharedInstance().addProcessor(processor);
+    EXPECT_NO_THROW(buttonOn(*view)->sendAdInfo());
     buttonOn(*view)->buttonHandler()->sendReportWithInfo("y");
     std::exchange(processor->answer, nullptr)();
     world.phone.wait(1);

@@ -69,4 +69,4 @@ using lumora::reasonOn;
 /// The pending timers whose name ends like that, in seconds from now.
 std::vector<double> timersNamed(const Phone& phone, std::string_view ending);
 
-}
+} // namespace lumora::tests

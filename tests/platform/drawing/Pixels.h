@@ -55,4 +55,4 @@ inline std::string bytesOf(const UIImage& image)
     return { reinterpret_cast<const char*>(image.pixels()), length };
 }
 
-}
+} // namespace lumora::test

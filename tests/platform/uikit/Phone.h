@@ -100,4 +100,4 @@ struct Phone {
 
 }
 
-}
+} // namespace lumora

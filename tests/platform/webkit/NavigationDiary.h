@@ -64,4 +64,4 @@ private:
     void note(const std::string& line) { lines += (lines.empty() ? "" : ", ") + line; }
 };
 
-}
+} // namespace lumora::test
