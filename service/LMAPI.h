@@ -7,9 +7,10 @@
 
 namespace lumora {
 
-/// The client of the collector service; the one place that knows its wire form. Stateless but for its key and
-/// its test bundle. Any thread. Callbacks may be absent; they come at most once, on the HTTP session's queue,
-/// never on the main thread. Nothing is retried here. A body that cannot be written as JSON is sent empty.
+/// The client of the collector service; with `StoredDataAnswer.h` the one place that knows its wire form.
+/// Stateless but for its key and its test bundle. Any thread. Callbacks may be absent; they come at most
+/// once, on the HTTP session's queue, never on the main thread. Nothing is retried here. A body that cannot
+/// be written as JSON is sent empty.
 ///
 /// Screenshots, source hashes, complaints and events ask the configuration's gate first: when that is closed
 /// nothing is sent and nobody is called.
@@ -54,8 +55,10 @@ public:
     /// Uploads a batch of ad records, whatever the gate says; answers the started task, or null for an empty
     /// batch, which is not sent.
     ///
+    /// The dictionaries beside an outcome are always empty, and the flag of a completion is true: kept.
     /// `successCompleteDeleteAll`: status 200, all of it may be deleted. `successComplete`: status 207, with
-    /// the missing items. `successSimple`: a transport error of code 404, with the missing items. `failure`:
+    /// the missing items. `successSimple`: a transport error of code 404, which has no body, so with
+    /// two empty lists. `failure`:
     /// any other status, without an error, or any other transport error.
     static std::shared_ptr<NSURLSessionDataTask> sendStoredData(const NSArray& ads, Summary successSimple,
         Summary successComplete, StoredDataFailure failure, Completion successCompleteDeleteAll);
