@@ -55,11 +55,10 @@ public:
     /// Uploads a batch of ad records, whatever the gate says; answers the started task, or null for an empty
     /// batch, which is not sent.
     ///
-    /// The dictionaries beside an outcome are always empty, and the flag of a completion is true: kept.
     /// `successCompleteDeleteAll`: status 200, all of it may be deleted. `successComplete`: status 207, with
-    /// the missing items. `successSimple`: a transport error of code 404, which has no body, so with
-    /// two empty lists. `failure`:
-    /// any other status, without an error, or any other transport error.
+    /// the missing items. `successSimple`: a transport error of code 404, which has no body, so with two
+    /// empty lists. `failure`: any other status, without an error, or any other transport error. The last
+    /// dictionary of each is empty, here and above: kept.
     static std::shared_ptr<NSURLSessionDataTask> sendStoredData(const NSArray& ads, Summary successSimple,
         Summary successComplete, StoredDataFailure failure, Completion successCompleteDeleteAll);
     /// Asks a public web server for an answer that carries the time in its header. Nothing is set by it here.
