@@ -116,16 +116,12 @@ TEST(Text, IsTheSameFromEveryThread)
     const std::string expected = bytesOf(drawn(sentence, style(17)));
     const double width = measureText(sentence, style(23), 0).width;
     std::atomic<int> wrong { 0 };
-    constexpr int count = 4;
-    std::vector<std::thread> threads;
-    threads.reserve(count);
-    for (int number = 0; number < count; number++) {
-        threads.emplace_back([&] {
-            for (int turn = 0; turn < 10; turn++)
-                wrong += bytesOf(drawn(sentence, style(17))) != expected
-                    || measureText(sentence, style(23), 0).width != width;
-        });
-    }
+    auto draw = [&] {
+        for (int turn = 0; turn < 10; turn++)
+            wrong += bytesOf(drawn(sentence, style(17))) != expected
+                || measureText(sentence, style(23), 0).width != width;
+    };
+    std::array threads { std::thread(draw), std::thread(draw), std::thread(draw), std::thread(draw) };
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(wrong, 0);
