@@ -5,12 +5,16 @@
 
 namespace lumora::test {
 
-using Lines = std::vector<std::string>;
-
-static std::function<void(bool)> note(Lines& lines, const std::string& name)
-{
-    return [&lines, name](bool finished) { lines.push_back(name + (finished ? " finished" : " stopped")); };
-}
+/// A phone that notes how its animations ended.
+struct AnimatedPhone : Phone {
+    void animate(double duration, const char* name, const std::function<void()>& changes)
+    {
+        UIView::animateWithDuration(duration, changes, [this, name](bool finished) {
+            ends += name + std::string { finished ? " finished " : " stopped " };
+        });
+    }
+    std::string ends;
+};
 
 TEST(UIViewAnimation, ModelIsThereAtOnceAndTheScreenFollows)
 {
@@ -34,88 +38,62 @@ TEST(UIViewAnimation, ModelIsThereAtOnceAndTheScreenFollows)
 
 TEST(UIViewAnimation, CompletesOnTheTickWhateverChanged)
 {
-    Phone phone;
-    Lines lines;
+    AnimatedPhone phone;
     auto view = phone.add({});
-    UIView::animateWithDuration(
-        0.3,
-        [&] {
-            view->setAlpha(0.5);
-            view->setAlpha(0.2);
-        },
-        note(lines, "two changes"));
-    EXPECT_THROW(UIView::animateWithDuration(
-                     0.3, [] { throw 1; }, note(lines, "a throw")),
-        int);
-    UIView::animateWithDuration(
-        0, [&] { view->setFrame(CGRectMake(0, 0, 5, 5)); }, note(lines, "at once"));
-    EXPECT_EQ(lines, Lines {});
+    phone.animate(0.3, "two", [&] {
+        view->setAlpha(0.5);
+        view->setAlpha(0.2);
+    });
+    EXPECT_THROW(phone.animate(0.3, "throw", [] { throw 1; }), int);
+    phone.animate(0, "at once", [&] { view->setFrame(CGRectMake(0, 0, 5, 5)); });
+    EXPECT_EQ(phone.ends, "");
     phone.advance(0);
-    EXPECT_EQ(lines, Lines { "at once finished" });
     phone.advance(0.2999);
-    EXPECT_EQ(lines.size(), 1U);
+    EXPECT_EQ(phone.ends, "at once finished ");
     phone.advance(0.0001);
-    EXPECT_EQ(lines, (Lines { "at once finished", "two changes finished", "a throw finished" }));
+    EXPECT_EQ(phone.ends, "at once finished two finished throw finished ");
 }
 
 TEST(UIViewAnimation, ANewerOneOfThePropertyStopsTheOlder)
 {
-    Phone phone;
-    Lines lines;
+    AnimatedPhone phone;
     auto view = phone.add(CGRectMake(0, 0, 10, 10));
-    UIView::animateWithDuration(
-        1, [&] { view->setFrame(CGRectMake(100, 0, 10, 10)); }, note(lines, "there"));
-    UIView::animateWithDuration(
-        1, [&] { view->setAlpha(0); }, note(lines, "fade"));
+    phone.animate(1, "there", [&] { view->setFrame(CGRectMake(100, 0, 10, 10)); });
+    phone.animate(1, "fade", [&] { view->setAlpha(0); });
     phone.advance(0.5);
-    UIView::animateWithDuration(
-        1, [&] { view->setFrame(CGRectMake(0, 0, 10, 10)); }, note(lines, "back"));
+    phone.animate(1, "back", [&] { view->setFrame(CGRectMake(0, 0, 10, 10)); });
     // It goes on from where it is seen.
     EXPECT_NEAR(view->layer().presentationFrame().minX(), 50, 1e-3);
     phone.advance(0);
-    EXPECT_EQ(lines, Lines { "there stopped" });
+    EXPECT_EQ(phone.ends, "there stopped ");
     phone.advance(1);
-    EXPECT_EQ(lines, (Lines { "there stopped", "fade finished", "back finished" }));
+    EXPECT_EQ(phone.ends, "there stopped fade finished back finished ");
 }
 
 TEST(UIViewAnimation, RemovingAViewStopsItsAnimationsAndThoseUnderIt)
 {
-    Phone phone;
-    Lines lines;
+    AnimatedPhone phone;
     auto outer = phone.add(CGRectMake(0, 0, 10, 10));
     auto inner = phone.add(CGRectMake(0, 0, 10, 10), outer.get());
-    UIView::animateWithDuration(
-        1, [&] { inner->setAlpha(0); }, note(lines, "inner"));
-    UIView::animateWithDuration(
-        1,
-        [&] {
-            outer->setAlpha(0);
-            phone.window->setAlpha(0.5);
-        },
-        note(lines, "both"));
+    phone.animate(1, "inner", [&] { inner->setAlpha(0); });
+    phone.animate(1, "both", [&] {
+        outer->setAlpha(0);
+        phone.window->setAlpha(0.5);
+    });
     outer->removeFromSuperview();
+    outer.reset();
+    inner.reset();
     phone.advance(0);
-    EXPECT_EQ(lines, Lines { "inner stopped" });
+    EXPECT_EQ(phone.ends, "inner stopped ");
     phone.advance(1);
-    EXPECT_EQ(lines, (Lines { "inner stopped", "both stopped" }));
+    EXPECT_EQ(phone.ends, "inner stopped both stopped ") << "though the view is gone";
 }
 
-TEST(UIViewAnimation, OutlivesItsView)
+template <typename T>
+static std::shared_ptr<CABasicAnimation> keptAnimation(
+    const char* keyPath, double begin, double duration, const T& from, const T& to)
 {
-    Phone phone;
-    Lines lines;
-    auto view = phone.add({});
-    UIView::animateWithDuration(
-        1, [&] { view->setAlpha(0); }, note(lines, "fade"));
-    view->removeFromSuperview();
-    view.reset();
-    phone.advance(1);
-    EXPECT_EQ(lines, Lines { "fade stopped" });
-}
-
-static std::shared_ptr<CABasicAnimation> fade(double begin, double duration, double from, double to)
-{
-    auto animation = CABasicAnimation::animationWithKeyPath("opacity");
+    auto animation = CABasicAnimation::animationWithKeyPath(keyPath);
     animation->setFromValue(from);
     animation->setToValue(to);
     animation->setBeginTime(begin);
@@ -133,7 +111,8 @@ TEST(CAAnimationGroup, RepeatsItsAnimationsThenLeavesTheModel)
     auto group = make<CAAnimationGroup>();
     group->setDuration(2);
     group->setRepeatCount(3);
-    group->setAnimations({ fade(0, 0.5, 0.6, 0.8), fade(1, 0.5, 0.8, 0.6) });
+    group->setAnimations(
+        { keptAnimation("opacity", 0, 0.5, 0.6, 0.8), keptAnimation("opacity", 1, 0.5, 0.8, 0.6) });
     layer->addAnimation(group);
     std::vector<double> seen;
     for (double time : { 0.0, 0.25, 0.75, 1.25, 1.9, 2.25, 5.9, 6.1 }) {
@@ -151,13 +130,7 @@ TEST(CABasicAnimation, MovesAPathPointByPoint)
             CGRectMake(-size / 2, -size / 2, size, size), size / 2);
     };
     auto layer = make<CAShapeLayer>();
-    auto animation = CABasicAnimation::animationWithKeyPath("path");
-    animation->setFromValue(disc(50));
-    animation->setToValue(disc(60));
-    animation->setDuration(1);
-    animation->setFillMode(CAMediaTimingFillMode::Forwards);
-    animation->setRemovedOnCompletion(false);
-    layer->addAnimation(animation, "grow");
+    layer->addAnimation(keptAnimation("path", 0, 1, disc(50), disc(60)), "grow");
     phone.advance(0.5);
     EXPECT_NEAR(layer->presentationPath().bounds().size.width, 55, 1e-3);
     phone.advance(2);
@@ -165,13 +138,10 @@ TEST(CABasicAnimation, MovesAPathPointByPoint)
     layer->removeAnimationForKey("grow");
     EXPECT_TRUE(layer->presentationPath().isEmpty());
     // A value of a wrong kind shows nothing.
-    auto wrong = fade(0, 1, 0, 1);
-    wrong->setFromValue(UIColor::blackColor());
-    wrong->setToValue(UIColor::whiteColor());
-    layer->addAnimation(wrong);
+    layer->addAnimation(keptAnimation("opacity", 0, 1, UIColor::blackColor(), UIColor::whiteColor()));
     EXPECT_EQ(layer->presentationOpacity(), 1);
     // One without a duration takes a quarter of a second.
-    layer->addAnimation(fade(0, 0, 0, 1));
+    layer->addAnimation(keptAnimation("opacity", 0, 0, 0.0, 1.0));
     phone.advance(0.125);
     EXPECT_NEAR(layer->presentationOpacity(), 0.5, 1e-5);
 }
