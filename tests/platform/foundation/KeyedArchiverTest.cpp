@@ -199,14 +199,4 @@ TEST(PropertyList, RefusesFilesThatUnfoldWithoutEnd)
     EXPECT_FALSE(propertyListWithData(chain(15'000, 1)));
 }
 
-TEST(PropertyList, RepairsTextItCannotHold)
-{
-    const std::string text { "a\0b\xFFz", 5 };
-    const auto read = propertyListWithData(dataWithPropertyList(NSArray { text })->view());
-    EXPECT_EQ(read, (Value { NSArray { std::string("a\0b\uFFFDz", 7) } }));
-    for (const Value& refused :
-        { Value {}, Value { NSNull {} }, Value { NSURLValue {} }, Value { NSArray { NSNull {} } } })
-        EXPECT_FALSE(dataWithPropertyList(refused));
-}
-
 } // namespace lumora

@@ -13,7 +13,6 @@ namespace {
 int64_t one(id, SEL) { return 1; }
 int64_t two(id, SEL) { return 2; }
 int64_t echo(id, SEL, int64_t value) { return value; }
-std::string name(id self, SEL) { return object_getClassName(self); }
 const TypeEncoding* typesOfOne() { return &methodEncoding<int64_t>(); }
 
 class RuntimeTest : public testing::Test {
@@ -138,32 +137,6 @@ TEST_F(RuntimeTest, AnOverriddenUndefinedKeyIsAskedFirst)
     static const auto answer = +[](id, SEL, const std::string& key) { return Value { "no " + key }; };
     class_addMethod(child, sel::valueForUndefinedKey, answer);
     EXPECT_EQ(instance(child)->valueForKey("missing"), Value { "no missing" });
-}
-
-class Forwarder final : public NSProxy {
-public:
-    static const ClassDescription& classDescription()
-    {
-        static const ClassDescription description = ClassDescription::of<Forwarder, NSProxy>("TestForwarder");
-        return description;
-    }
-    void forwardInvocation(NSInvocation& invocation) override
-    {
-        if (invocation.argumentCount() == 1)
-            invocation.setArgument<int64_t>(0, invocation.argument<int64_t>(0) + 1);
-        invocation.invokeWithTarget(target.get());
-    }
-    std::shared_ptr<Object> target;
-};
-
-TEST_F(RuntimeTest, ForwardingSeesArgumentsAndResult)
-{
-    class_addMethod(child, "echo:"_sel, &echo);
-    class_addMethod(child, "name"_sel, &name);
-    const auto proxy = alloc<Forwarder>();
-    proxy->target = instance(child);
-    EXPECT_EQ(send<int64_t>(proxy.get(), "echo:"_sel, int64_t { 41 }), 42);
-    EXPECT_EQ(send<std::string>(proxy.get(), "name"_sel), "Child");
 }
 
 TEST_F(RuntimeTest, TwoOfOneNameAreListedAndTheFirstAnswers)

@@ -1,10 +1,8 @@
 #include "platform/security/CommonCryptor.h"
-#include "platform/security/arc4random.h"
 #include "support/NSDataExtensions.h"
 #include "support/NSStringExtensions.h"
 
 #include <gtest/gtest.h>
-#include <set>
 
 namespace lumora {
 namespace {
@@ -77,15 +75,6 @@ TEST(NSStringMD5, DigestsThePublishedSuite)
     };
     for (const auto& [text, digest] : rows)
         EXPECT_EQ(md5(text), digest) << text;
-}
-
-TEST(Arc4Random, StaysBelowItsBoundAndReachesAllOfIt)
-{
-    EXPECT_EQ(arc4random_uniform(0), 0u);
-    std::set<uint32_t> seen;
-    for (int i = 0; i < 1000; i++)
-        seen.insert(arc4random_uniform(3));
-    EXPECT_EQ(seen, (std::set<uint32_t> { 0, 1, 2 }));
 }
 
 } // namespace

@@ -146,26 +146,6 @@ TEST(NSLayoutConstraint, SurvivesNumbersThatAreNone)
     EXPECT_EQ(phone.console().size(), 3U);
 }
 
-TEST(NSLayoutConstraint, FollowsAViewInsideASibling)
-{
-    Phone phone;
-    auto ad = phone.add(CGRectMake(0, 0, 300, 250));
-    auto button = phone.add(CGRectMake(0, 30, 100, 40), ad.get());
-    auto icon = phone.add(CGRectMake(0, 0, 20, 20), button.get());
-    auto pulse = phone.add({}, ad.get());
-    auto slide = relate(button.get(), Attribute::Trailing, ad.get(), Attribute::Trailing);
-    auto inset = relate(icon.get(), Attribute::Left, button.get(), Attribute::Left, 1, 6);
-    relate(pulse.get(), Attribute::CenterX, icon.get(), Attribute::CenterX);
-    relate(pulse.get(), Attribute::CenterY, button.get(), Attribute::CenterY);
-    ad->layoutIfNeeded();
-    EXPECT_EQ(pulse->frame(), CGRectMake(216, 50, 0, 0));
-    slide->setConstant(50);
-    inset->setConstant(30);
-    ad->layoutIfNeeded();
-    EXPECT_EQ(pulse->frame(), CGRectMake(290, 50, 0, 0));
-    EXPECT_EQ(phone.console(), Lines {});
-}
-
 TEST(NSLayoutConstraint, TakesAViewAboveTheSuperviewAsItStands)
 {
     Phone phone;

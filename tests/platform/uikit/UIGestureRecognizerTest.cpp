@@ -1,7 +1,6 @@
 #include "platform/uikit/UIGestureRecognizer.h"
 
 #include "platform/uikit/UIApplication.h"
-#include "platform/uikit/UIButton.h"
 #include "platform/uikit/UISwipeGestureRecognizer.h"
 #include "tests/platform/uikit/Phone.h"
 
@@ -283,21 +282,6 @@ TEST(UISwipeGestureRecognizer, WantsOneDirectionQuickly)
     EXPECT_EQ(drag({ 210, 150 }, 0.6), 0U);
     swipe->setDirection(UISwipeGestureRecognizerDirectionUp | UISwipeGestureRecognizerDirectionLeft);
     EXPECT_EQ(drag({ 150, 90 }, 0.1), 1U);
-}
-
-TEST(UIButton, SendsItsActionBesideItsOtherRecognizers)
-{
-    Phone phone;
-    auto button = phone.add<UIButton>(CGRectMake(0, 0, 100, 40));
-    phone.addTap(*button, 1);
-    button->addTarget(phone.diary, "tapped"_sel);
-    button->addTarget(phone.diary, "tappedBy:"_sel);
-    button->setTitle("Continue");
-    phone.window->sendTouch(UITouchPhase::Began, { 50, 20 });
-    EXPECT_TRUE(button->isHighlighted());
-    phone.window->sendTouch(UITouchPhase::Ended, { 50, 20 });
-    EXPECT_FALSE(button->isHighlighted());
-    EXPECT_EQ(phone.diaryLines(), (Lines { "1 taps", "tapped", "tapped on a UIButton" }));
 }
 
 TEST(UIApplication, AFingerStaysWithItsWindow)

@@ -1,7 +1,4 @@
-#include "platform/quartzcore/CAShapeLayer.h"
 #include "tests/platform/uikit/Phone.h"
-
-#include <cmath>
 
 namespace lumora::test {
 
@@ -87,63 +84,6 @@ TEST(UIViewAnimation, RemovingAViewStopsItsAnimationsAndThoseUnderIt)
     EXPECT_EQ(phone.ends, "inner stopped ");
     phone.advance(1);
     EXPECT_EQ(phone.ends, "inner stopped both stopped ") << "though the view is gone";
-}
-
-template <typename T>
-static std::shared_ptr<CABasicAnimation> keptAnimation(
-    const char* keyPath, double begin, double duration, const T& from, const T& to)
-{
-    auto animation = CABasicAnimation::animationWithKeyPath(keyPath);
-    animation->setFromValue(from);
-    animation->setToValue(to);
-    animation->setBeginTime(begin);
-    animation->setDuration(duration);
-    animation->setFillMode(CAMediaTimingFillMode::Forwards);
-    animation->setRemovedOnCompletion(false);
-    return animation;
-}
-
-TEST(CAAnimationGroup, RepeatsItsAnimationsThenLeavesTheModel)
-{
-    Phone phone;
-    auto layer = make<CAShapeLayer>();
-    layer->setOpacity(0);
-    auto group = make<CAAnimationGroup>();
-    group->setDuration(2);
-    group->setRepeatCount(3);
-    group->setAnimations(
-        { keptAnimation("opacity", 0, 0.5, 0.6, 0.8), keptAnimation("opacity", 1, 0.5, 0.8, 0.6) });
-    layer->addAnimation(group);
-    std::vector<double> seen;
-    for (double time : { 0.0, 0.25, 0.75, 1.25, 1.9, 2.25, 5.9, 6.1 }) {
-        phone.advance(VirtualExecutor::epoch + time - phone.world.process.now());
-        seen.push_back(std::round(layer->presentationOpacity() * 100));
-    }
-    EXPECT_EQ(seen, (std::vector<double> { 60, 70, 80, 70, 60, 70, 60, 0 }));
-}
-
-TEST(CABasicAnimation, MovesAPathPointByPoint)
-{
-    Phone phone;
-    auto disc = [](double size) {
-        return UIBezierPath::bezierPathWithRoundedRect(
-            CGRectMake(-size / 2, -size / 2, size, size), size / 2);
-    };
-    auto layer = make<CAShapeLayer>();
-    layer->addAnimation(keptAnimation("path", 0, 1, disc(50), disc(60)), "grow");
-    phone.advance(0.5);
-    EXPECT_NEAR(layer->presentationPath().bounds().size.width, 55, 1e-3);
-    phone.advance(2);
-    EXPECT_EQ(layer->presentationPath(), disc(60));
-    layer->removeAnimationForKey("grow");
-    EXPECT_TRUE(layer->presentationPath().isEmpty());
-    // A value of a wrong kind shows nothing.
-    layer->addAnimation(keptAnimation("opacity", 0, 1, UIColor::blackColor(), UIColor::whiteColor()));
-    EXPECT_EQ(layer->presentationOpacity(), 1);
-    // One without a duration takes a quarter of a second.
-    layer->addAnimation(keptAnimation("opacity", 0, 0, 0.0, 1.0));
-    phone.advance(0.125);
-    EXPECT_NEAR(layer->presentationOpacity(), 0.5, 1e-5);
 }
 
 } // namespace lumora::test

@@ -2,7 +2,6 @@
 
 #include "platform/quartzcore/CAShapeLayer.h"
 #include "platform/uikit/UIImageView.h"
-#include "platform/uikit/UILabel.h"
 #include "tests/platform/drawing/Pixels.h"
 #include "tests/platform/uikit/Phone.h"
 
@@ -86,22 +85,6 @@ TEST(UIImageView, PlacesAndColoursItsPicture)
     EXPECT_EQ(picture.at(2, 20), "ff0000ff");
     imageView->setTintColor(green);
     EXPECT_EQ(picture.at(20, 20), "00ff00ff");
-}
-
-TEST(UILabel, TakesItsSizeFromItsText)
-{
-    Picture picture;
-    auto label = picture.add<UILabel>({}, picture.view.get());
-    EXPECT_EQ(label->intrinsicContentSize(), CGSize {});
-    label->setText("Ad Reported");
-    const CGSize line = label->intrinsicContentSize();
-    EXPECT_GT(line.width, line.height);
-    label->setNumberOfLines(0);
-    EXPECT_GT(label->sizeThatFits({ line.width / 2, 0 }).height, line.height);
-    label->setTranslatesAutoresizingMaskIntoConstraints(false);
-    picture.window->layoutIfNeeded();
-    EXPECT_EQ(label->frame().size, line);
-    EXPECT_FALSE(label->userInteractionEnabled());
 }
 
 } // namespace lumora::test

@@ -136,17 +136,6 @@ TEST(WKWebView, ReportsPagesThatCannotBeFetched)
     EXPECT_EQ(browser.settled(), "asked -1 tel:123, started, failed early -1002");
 }
 
-TEST(PageEngine, FinishesAfterItsLoadingTime)
-{
-    Browser browser;
-    browser.view->loadHTMLString("x", "");
-    browser.advance(PageEngine::loadingTime - 0.01);
-    EXPECT_EQ(browser.ask("document.readyState"), "loading");
-    EXPECT_TRUE(browser.view->isLoading());
-    browser.advance(0.01);
-    EXPECT_EQ(browser.ask("document.readyState"), "complete");
-}
-
 TEST(PageEngine, AnswersScripts)
 {
     Browser browser;
