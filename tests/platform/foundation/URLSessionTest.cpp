@@ -32,12 +32,7 @@ struct URLSession : testing::Test {
         return arrived.wait_for(std::chrono::seconds(30)) == std::future_status::ready ? arrived.get()
                                                                                        : Answer {};
     }
-    static NSMutableURLRequest get(std::string url)
-    {
-        NSMutableURLRequest request;
-        request.url = std::move(url);
-        return request;
-    }
+    static NSMutableURLRequest get(std::string url) { return { .url = std::move(url) }; }
     test::TemporaryFolder home;
     Process process { { .home = home.path, .console = std::make_shared<test::RecordingConsole>() } };
     Process::Scope scope { process };
@@ -219,8 +214,7 @@ TEST(URLSessionOverAHeldTransport, CompletesOnItsOwnQueueOnce)
               calls++;
               throw std::runtime_error("from a completion");
           };
-    NSMutableURLRequest request;
-    request.url = "https://h/a b";
+    NSMutableURLRequest request { .url = "https://h/a b" };
     NSURLSession::sharedSession().dataTaskWithRequest(request, completion);
     EXPECT_EQ(calls, 0) << "never inside the call";
     EXPECT_TRUE(process.transport->requests.empty()) << "a bad URL touches no network";
@@ -232,9 +226,7 @@ TEST(URLSessionOverAHeldTransport, CompletesOnItsOwnQueueOnce)
     NSURLSession::sharedSession().dataTaskWithRequest(request, completion);
     ASSERT_EQ(process.transport->requests.size(), 1u);
     EXPECT_EQ(process.transport->requests[0].timeout, 15);
-    HTTPExchangeAnswer answer;
-    answer.status = 200;
-    process.transport->completions[0](answer);
+    process.transport->completions[0]({ .status = 200 });
     EXPECT_EQ(calls, 1);
     process.executor().drain();
     EXPECT_EQ(calls, 2);
@@ -247,21 +239,14 @@ using State = NSURLSessionDataTask::State;
 struct HeldSession : testing::Test {
     std::shared_ptr<NSURLSessionDataTask> start(const std::string& url)
     {
-        NSMutableURLRequest request;
-        request.url = url;
-        request.httpBody = "body";
+        NSMutableURLRequest request { .url = url, .httpBody = "body" };
         return NSURLSession::sharedSession().dataTaskWithRequest(
-            request, [this, guard = held](const NSData&, const auto& response, const auto& error) {
+            std::move(request), [this, guard = held](const NSData&, const auto& response, const auto& error) {
                 heard.push_back(error ? error->code : response->statusCode);
                 alsoDo();
             });
     }
-    void answer(size_t exchange)
-    {
-        HTTPExchangeAnswer answer;
-        answer.status = 200;
-        process.transport->completions.at(exchange)(answer);
-    }
+    void answer(size_t exchange) { process.transport->completions.at(exchange)({ .status = 200 }); }
 
     std::vector<int64_t> heard;
     std::function<void()> alsoDo { [] {} };

@@ -17,9 +17,7 @@ struct Browser : Phone {
     }
     void open(const std::string& url)
     {
-        NSMutableURLRequest request;
-        request.url = url;
-        view->loadRequest(request);
+        view->loadRequest({ .url = url });
         advance(0.01);
     }
     std::string settled()
@@ -112,8 +110,7 @@ TEST(WKWebView, FetchesPagesOverHTTP)
 {
     Browser browser;
     browser.open("https://ads.example.com/page");
-    ASSERT_EQ(browser.world.transport->requests.size(), 1u);
-    EXPECT_EQ(browser.world.transport->requests[0].url, "https://ads.example.com/page");
+    EXPECT_EQ(browser.world.transport->requests.at(0).url, "https://ads.example.com/page");
     browser.world.transport->completions[0]({ .status = 404, .body = "<p>gone" });
     EXPECT_EQ(browser.settled(),
         "asked -1 https://ads.example.com/page, started, answered 404, committed, finished");
@@ -156,7 +153,7 @@ TEST(PageEngine, AnswersScripts)
 TEST(PageEngine, GivesAPageTheElementsThatItLeftOut)
 {
     Browser browser;
-    const std::vector<std::array<const char*, 3>> pages {
+    const std::array<const char*, 3> pages[] {
         { "x", "<html><head></head><body>x</body></html>", "x" },
         { "<head><title>t</title></head><p>x", "<html><head><title>t</title></head><p>x</html>", "<p>x" },
         { "<HTML><body>x<script>'</body>'</script>y", "<HTML><body>x<script>'</body>'</script>y</html>",
