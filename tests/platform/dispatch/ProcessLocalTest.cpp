@@ -2,6 +2,7 @@
 
 #include "tests/platform/TestProcess.h"
 
+#include <barrier>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -43,15 +44,12 @@ public:
 struct ProcessLocalValue : testing::Test {
     template <typename F> void inThreads(F&& body)
     {
-        std::atomic<int> waiting { 4 };
+        std::barrier together(4);
         std::vector<std::thread> threads;
-        threads.reserve(4);
         for (int i = 0; i < 4; i++) {
             threads.emplace_back([&] {
                 Process::Scope scope(process.process);
-                waiting--;
-                while (waiting > 0)
-                    std::this_thread::yield();
+                together.arrive_and_wait();
                 body();
             });
         }

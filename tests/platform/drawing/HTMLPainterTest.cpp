@@ -31,9 +31,8 @@ std::string pictureURL()
 
 TEST(HTMLPainter, DrawsBoxesWhereTheStylesPutThem)
 {
-    const std::string html = "<div "
-                             "style='position:absolute;left:20px;top:10px;width:30px;height:40px;background:#"
-                             "f00;border:5px solid #00f'></div>";
+    const std::string html = "<div style='position:absolute;left:20px;top:10px;width:30px;height:40px;"
+                             "background:#f00;border:5px solid #00f'></div>";
     EXPECT_EQ(at(html, 35, 30), "ff0000ff");
     EXPECT_EQ(at(html, 22, 30), "0000ffff");
     EXPECT_EQ(at(html, 58, 12), "0000ffff");
@@ -63,9 +62,10 @@ TEST(HTMLPainter, ShowsThePicturesThatStandInThePage)
 
 TEST(HTMLPainter, FindsTheLinkUnderAPoint)
 {
-    const std::string html = std::string {
-        noMargin
-    } + "<a href='https://example.com/?a=1&amp;b=2'><img width=50 height=50></a><p>text<a name=x>anchor</a>";
+    const std::string html = noMargin
+        + std::string {
+              "<a href='https://example.com/?a=1&amp;b=2'><img width=50 height=50></a><a name=x>x"
+          };
     EXPECT_EQ(linkAtPoint(html, page, { 20, 20 }), "https://example.com/?a=1&b=2");
     EXPECT_EQ(linkAtPoint(html, page, { 80, 20 }), std::nullopt);
     EXPECT_EQ(linkAtPoint(html, page, { 20, 500 }), std::nullopt);
@@ -95,15 +95,15 @@ TEST(HTMLPainter, ShowsWhatFitsOfAPageOutOfAllBounds)
         { "many attributes", "<p " + repeated("a=b ", 30'000) + ">x" },
         { "many boxes", repeated("<p style='background:red;margin-top:-90px;height:99px'>x", 2'900) },
         { "numbers beyond all measure",
-            "<div style='width:1e30px;margin:-99999999999px;border:2147483647px "
-            "solid;font-size:99999999px'>x</div>y" },
+            "<p style='width:1e30px;margin:-99999999999px;border:2147483647px "
+            "solid;font-size:99999999px'>x" },
     };
     for (const auto& [name, html] : pages) {
         EXPECT_EQ(painted(html).pixelHeight(), 100) << name;
         linkAtPoint(html, page, { 50, 50 });
     }
-    EXPECT_FALSE(inked(painted(pages.front().second)).isEmpty());
-    EXPECT_FALSE(inked(painted("<style>div{display:table}</style>" + repeated("<div>x ", 90))).isEmpty());
+    EXPECT_FALSE(inked(painted(pages[0].second)).isEmpty());
+    EXPECT_FALSE(inked(painted(pages[5].second)).isEmpty()) << pages[5].first;
 }
 
 TEST(HTMLPainter, SurvivesAPageCutAnywhere)

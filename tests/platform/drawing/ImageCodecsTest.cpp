@@ -1,5 +1,7 @@
 #include "tests/platform/drawing/Pixels.h"
 
+#include <libdeflate.h>
+
 namespace lumora::test {
 
 namespace {
@@ -20,17 +22,6 @@ struct KindOfPNG {
     const char* right;
 };
 
-uint32_t crcOf(const std::string& bytes)
-{
-    uint32_t crc = ~0U;
-    for (const char c : bytes) {
-        crc ^= static_cast<uint8_t>(c);
-        for (int bit = 0; bit < 8; bit++)
-            crc = crc >> 1 ^ (crc & 1 ? 0xedb88320U : 0);
-    }
-    return ~crc;
-}
-
 std::string bigEndian(uint32_t value)
 {
     std::string bytes;
@@ -42,7 +33,7 @@ std::string bigEndian(uint32_t value)
 std::string chunk(const std::string& type, const std::string& content)
 {
     return bigEndian(static_cast<uint32_t>(content.size())) + type + content
-        + bigEndian(crcOf(type + content));
+        + bigEndian(libdeflate_crc32(0, (type + content).data(), type.size() + content.size()));
 }
 
 std::string text(const std::vector<uint8_t>& bytes) { return { bytes.begin(), bytes.end() }; }
@@ -50,16 +41,11 @@ std::string text(const std::vector<uint8_t>& bytes) { return { bytes.begin(), by
 /// One uncompressed block.
 std::string zlib(const std::string& content)
 {
-    uint32_t a = 1, b = 0;
-    for (const char c : content) {
-        a = (a + static_cast<uint8_t>(c)) % 65521;
-        b = (b + a) % 65521;
-    }
     const auto length = static_cast<uint16_t>(content.size());
     std::string stream { "\x78\x01\x01", 3 };
     for (const uint16_t value : { length, static_cast<uint16_t>(~length) })
         stream += { static_cast<char>(value & 255), static_cast<char>(value >> 8) };
-    return stream + content + bigEndian(b << 16 | a);
+    return stream + content + bigEndian(libdeflate_adler32(1, content.data(), content.size()));
 }
 
 std::string png(const std::string& header, const std::string& others, const std::string& rows)
@@ -70,25 +56,21 @@ std::string png(const std::string& header, const std::string& others, const std:
 
 } // namespace
 
-TEST(ImageCodecs, PNGKeepsEveryPixel)
+TEST(ImageCodecs, PNGKeepsEveryPixelButNoAlphaThatSaysNothing)
 {
+    constexpr size_t colorType = 25;
     for (const auto& [width, height] : { std::pair { 1, 1 }, { 2, 3 }, { 17, 5 }, { 333, 7 } }) {
         for (const bool opaque : { true, false }) {
+            SCOPED_TRACE(std::to_string(width) + (opaque ? " opaque" : ""));
             const UIImage image = patterned(width, height, opaque);
-            const auto back = UIImage::imageWithData(UIImagePNGRepresentation(image), 2);
-            ASSERT_TRUE(back) << width << " x " << height;
-            EXPECT_EQ(bytesOf(*back), bytesOf(image))
-                << width << " x " << height << (opaque ? " opaque" : "");
+            const NSData png = UIImagePNGRepresentation(image);
+            EXPECT_EQ(png.bytes.at(colorType), opaque ? 2 : 6);
+            const auto back = UIImage::imageWithData(png, 2);
+            ASSERT_TRUE(back);
+            EXPECT_EQ(bytesOf(*back), bytesOf(image));
             EXPECT_EQ(back->size(), (CGSize { width / 2.0, height / 2.0 }));
         }
     }
-}
-
-TEST(ImageCodecs, PNGLeavesOutAnAlphaThatSaysNothing)
-{
-    constexpr size_t colorType = 25;
-    EXPECT_EQ(UIImagePNGRepresentation(patterned(4, 4, true)).bytes.at(colorType), 2);
-    EXPECT_EQ(UIImagePNGRepresentation(patterned(4, 4, false)).bytes.at(colorType), 6);
     EXPECT_TRUE(UIImagePNGRepresentation({}).bytes.empty());
 }
 
@@ -131,13 +113,11 @@ TEST(ImageCodecs, SurviveDamageAnywhere)
 {
     const UIImage image = patterned(9, 6, false);
     const NSData whole = UIImagePNGRepresentation(image);
-    constexpr size_t colorType = 25;
     constexpr size_t tail = 4;
     for (size_t at = 0; at < whole.bytes.size() - tail; at++) {
         NSData damaged = whole;
         damaged.bytes[at] ^= 0x10;
-        // The letter case of a chunk's name is a flag, and the check sums find the rest.
-        EXPECT_FALSE(UIImage::imageWithData(damaged)) << at << (at == colorType ? " colour type" : "");
+        EXPECT_FALSE(UIImage::imageWithData(damaged)) << at;
     }
     const NSData jpeg = UIImageJPEGRepresentation(image, 0.8);
     for (size_t at = 0; at < jpeg.bytes.size(); at++) {

@@ -1,7 +1,6 @@
 #include "tests/platform/drawing/Pixels.h"
 
 #include <atomic>
-#include <fstream>
 #include <thread>
 
 namespace lumora::test {
@@ -116,32 +115,15 @@ TEST(Text, IsTheSameFromEveryThread)
     const std::string expected = bytesOf(drawn(sentence, style(17)));
     const double width = measureText(sentence, style(23), 0).width;
     std::atomic<int> wrong { 0 };
-    constexpr int count = 4;
-    std::vector<std::thread> threads;
-    threads.reserve(count);
-    for (int number = 0; number < count; number++) {
-        threads.emplace_back([&] {
-            for (int turn = 0; turn < 10; turn++)
-                wrong += bytesOf(drawn(sentence, style(17))) != expected
-                    || measureText(sentence, style(23), 0).width != width;
-        });
-    }
+    auto draw = [&] {
+        for (int turn = 0; turn < 10; turn++)
+            wrong += bytesOf(drawn(sentence, style(17))) != expected
+                || measureText(sentence, style(23), 0).width != width;
+    };
+    std::array threads { std::thread(draw), std::thread(draw), std::thread(draw), std::thread(draw) };
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(wrong, 0);
-}
-
-TEST(RegisterGraphicsFont, TakesFontsOnly)
-{
-    const std::string folder = "/usr/share/fonts/truetype/roboto/unhinted/RobotoTTF/";
-    std::ifstream file(folder + "Roboto-Black.ttf", std::ios::binary);
-    const NSData font = NSData::fromText(std::string { std::istreambuf_iterator<char> { file }, {} });
-    EXPECT_EQ(CTFontManagerRegisterGraphicsFont(font), std::nullopt);
-    EXPECT_EQ(CTFontManagerRegisterGraphicsFont(font), std::nullopt) << "again";
-    EXPECT_GT(measureText(sentence, { { "Roboto-Black", 40 } }, 0).width,
-        measureText(sentence, { { "Roboto-Bold", 40 } }, 0).width);
-    EXPECT_EQ(CTFontManagerRegisterGraphicsFont(NSData::fromText("not a font")), "the data is not a font");
-    EXPECT_EQ(CTFontManagerRegisterGraphicsFont({}), "the data is not a font");
 }
 
 } // namespace lumora::test

@@ -1,6 +1,5 @@
 #include "platform/foundation/NSBundle.h"
 #include "platform/foundation/NSFileManager.h"
-#include "platform/uikit/UIDevice.h"
 #include "tests/platform/TestProcess.h"
 
 #include <gtest/gtest.h>
@@ -15,10 +14,8 @@ TEST(NSBundle, FindsTheLibraryByItsIdentifier)
     writeToFile(home.path / "bundle/Info.json",
         R"({"CFBundleIdentifier":"com.lumora.framework","CFBundleVersion":"45"})");
     writeToFile(home.path / "bundle/Localizable.json", R"({"WiFi":"WLAN"})");
-    ProcessConfiguration configuration;
-    configuration.libraryBundle = home.path / "bundle";
-    configuration.mainBundleInfo = { { "CFBundleVersion", "7" } };
-    test::TestProcess process(home.path, configuration);
+    test::TestProcess process(home.path,
+        { .mainBundleInfo = { { "CFBundleVersion", "7" } }, .libraryBundle = home.path / "bundle" });
 
     const auto bundle = NSBundle::bundleWithIdentifier("com.lumora.framework");
     ASSERT_TRUE(bundle);
@@ -37,9 +34,7 @@ TEST(NSBundle, FindsTheLibraryByItsIdentifier)
 TEST(NSBundle, IsNothingWithoutItsFolder)
 {
     test::TemporaryFolder home;
-    ProcessConfiguration configuration;
-    configuration.libraryBundle = home.path / "missing";
-    test::TestProcess process(home.path, configuration);
+    test::TestProcess process(home.path, { .libraryBundle = home.path / "missing" });
     EXPECT_FALSE(NSBundle::bundleWithIdentifier("com.lumora.framework"));
     EXPECT_FALSE(NSBundle::bundleWithIdentifier(""));
     EXPECT_EQ(NSBundle::bundleForLibrary().bundleIdentifier(), "");
@@ -86,11 +81,7 @@ TEST(NSFileManager, AnswersFailureWithoutExceptions)
 TEST(Completed, KeepsTheVendorIdentifierInTheHomeFolder)
 {
     test::TemporaryFolder home;
-    auto identifier = [&] {
-        ProcessConfiguration configuration;
-        configuration.home = home.path;
-        return completed(std::move(configuration)).device.identifierForVendor;
-    };
+    auto identifier = [&] { return completed({ .home = home.path }).device.identifierForVendor; };
     const std::string first = identifier();
     EXPECT_EQ(first.size(), 36u);
     EXPECT_EQ(identifier(), first);
@@ -98,18 +89,6 @@ TEST(Completed, KeepsTheVendorIdentifierInTheHomeFolder)
     const std::string second = identifier();
     EXPECT_NE(second, first);
     EXPECT_EQ(identifier(), second);
-}
-
-TEST(DeviceFacts, ComeFromTheConfiguration)
-{
-    test::TemporaryFolder home;
-    ProcessConfiguration configuration;
-    configuration.device.systemVersion = "14.1";
-    configuration.device.advertisingIdentifier = "IDFA";
-    test::TestProcess process(home.path, configuration);
-    EXPECT_EQ(UIDevice::currentDevice().systemVersion(), "14.1");
-    EXPECT_EQ(ASIdentifierManager::advertisingIdentifier(), "IDFA");
-    EXPECT_FALSE(CTTelephonyNetworkInfo::carrierName());
 }
 
 } // namespace lumora

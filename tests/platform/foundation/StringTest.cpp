@@ -1,7 +1,6 @@
 #include "platform/foundation/NSString.h"
 
 #include <gtest/gtest.h>
-#include <set>
 
 namespace lumora {
 
@@ -82,28 +81,6 @@ TEST(NSString, ReadsNumbersAsTheFormatterDoes)
         { "", " ", "12abc", "abc", "0x10", "1 2", "--1", "NaN", "\u221E", "1e999", "single" })
         EXPECT_FALSE(numberFromText(text)) << text;
     EXPECT_FALSE(numberFromText(std::string(100'000, '1')));
-}
-
-TEST(NSString, EncodesBase64WithoutBreaks)
-{
-    const std::pair<const char*, const char*> rows[]
-        = { { "", "" }, { "f", "Zg==" }, { "fo", "Zm8=" }, { "foo", "Zm9v" } };
-    for (const auto& [plain, encoded] : rows)
-        EXPECT_EQ(base64Encoded(NSData::fromText(plain)), encoded);
-    EXPECT_EQ(base64Encoded({ std::vector<uint8_t>(300, 0xFF) }), std::string(400, '/'));
-}
-
-TEST(NSString, MakesRandomUUIDs)
-{
-    std::set<std::string> made;
-    for (int i = 0; i < 100; i++)
-        made.insert(newUUIDString());
-    EXPECT_EQ(made.size(), 100u);
-    for (const std::string& uuid : made) {
-        EXPECT_EQ(uuid.find_first_not_of("0123456789ABCDEF-"), std::string::npos);
-        EXPECT_EQ(uuid.size(), 36u);
-        EXPECT_EQ(uuid[14], '4');
-    }
 }
 
 } // namespace lumora

@@ -83,14 +83,4 @@ TEST_F(Timer, FiresAtOnceButNeverInsideTheCallForNoInterval)
     EXPECT_TRUE(std::isfinite(schedule(INFINITY, "tick", false)->timeInterval()));
 }
 
-TEST_F(Timer, NeverFiresOnceInvalidated)
-{
-    auto timer = schedule(5, "tick", true);
-    timer->invalidate();
-    timer->invalidate();
-    process.executor().advance(60);
-    EXPECT_EQ(target->ticks, 0);
-    EXPECT_EQ(target.use_count(), 1);
-}
-
 } // namespace lumora

@@ -43,31 +43,22 @@ public:
 };
 static const RegisteredClass registeredCardView { &CardView::classDescription };
 
-struct NibFolder {
-    void write(const std::string& name, const std::string& content) const
+/// A phone whose library bundle is a folder of the test.
+struct PhoneWithNibs {
+    std::vector<std::shared_ptr<Object>> load(const std::string& content, id owner = nullptr)
     {
-        std::ofstream(folder.path / name) << content;
+        std::ofstream(folder.path / "Nib.json") << content;
+        return loadNibNamed(NSBundle::bundleForLibrary(), "Nib", owner);
     }
     TemporaryFolder folder;
-};
-
-/// A phone whose library bundle is a folder of the test.
-struct PhoneWithNibs : NibFolder {
-    std::vector<std::shared_ptr<Object>> load(const std::string& name, id owner = nullptr)
-    {
-        return loadNibNamed(NSBundle::bundleForLibrary(), name, owner);
-    }
-    TestProcess world { folder.path, [this] {
-                           ProcessConfiguration configuration;
-                           configuration.libraryBundle = folder.path;
-                           return configuration;
-                       }() };
+    TestProcess world { folder.path, { .libraryBundle = folder.path } };
 };
 
 TEST(UINib, MakesATreeWithOutletsConstraintsAndActions)
 {
     PhoneWithNibs phone;
-    phone.write("Card.json", R"({
+    auto owner = make<NSObject>();
+    const auto objects = phone.load(R"({
         "class": "CardView", "frame": [0, 0, 200, 60], "background": "#0559AF80", "cornerRadius": 30, "clips": true,
         "properties": { "note": "hello" },
         "outlets": { "icon": "icon", "width": "labelWidth", "delegate": "owner" },
@@ -82,9 +73,8 @@ TEST(UINib, MakesATreeWithOutletsConstraintsAndActions)
             { "item": "icon", "attribute": "width", "constant": 24 },
             { "item": "label", "attribute": "left", "to": "icon", "attribute2": "right", "constant": 6 },
             { "id": "labelWidth", "item": "label", "attribute": "width", "to": "superview", "multiplier": 0.25, "constant": 1 },
-            { "pin": "label", "top": 5, "bottom": 7 }] })");
-    auto owner = make<NSObject>();
-    const auto objects = phone.load("Card", owner.get());
+            { "pin": "label", "top": 5, "bottom": 7 }] })",
+        owner.get());
     ASSERT_EQ(objects.size(), 1U);
     auto card = as<CardView>(objects[0]);
     ASSERT_TRUE(card);
@@ -108,37 +98,16 @@ TEST(UINib, MakesATreeWithOutletsConstraintsAndActions)
     EXPECT_EQ(card->proceeded, 1);
 }
 
-TEST(UINib, GivesAControllerItsView)
-{
-    PhoneWithNibs phone;
-    phone.write("Screen.json",
-        R"({ "class": "UIViewController", "view": { "tag": 7, "subviews": [{ "tag": 8 }] } })");
-    auto controller = as<UIViewController>(phone.load("Screen").at(0));
-    EXPECT_EQ(controller->view()->tag(), 7);
-    EXPECT_EQ(controller->view()->subviews().at(0)->tag(), 8);
-    EXPECT_EQ(controller->view()->nextResponder(), controller.get());
-}
-
 TEST(UINib, GivesNothingForAFileThatIsNone)
 {
-    struct Row {
-        const char* name;
-        const char* content;
-    };
-    for (const Row& row : {
-             Row { "not JSON", "{" },
-             Row { "a number", "5" },
-             Row { "no object", "[1]" },
-             Row { "unknown class", R"({ "class": "NoSuchView" })" },
-             Row { "unknown class inside", R"({ "subviews": [{ "class": "NoSuchView" }] })" },
-             Row { "empty", "" },
-         }) {
-        SCOPED_TRACE(row.name);
+    const std::pair<const char*, const char*> rows[] = { { "not JSON", "{" }, { "a number", "5" },
+        { "no object", "[1]" }, { "unknown class", R"({ "class": "NoSuchView" })" },
+        { "unknown class inside", R"({ "subviews": [{ "class": "NoSuchView" }] })" }, { "empty", "" } };
+    for (const auto& [name, content] : rows) {
         PhoneWithNibs phone;
-        phone.write("Bad.json", row.content);
-        EXPECT_TRUE(phone.load("Bad").empty());
-        EXPECT_TRUE(phone.load("Missing").empty());
-        EXPECT_EQ(phone.world.console->lines().size(), 2U);
+        EXPECT_TRUE(phone.load(content).empty()) << name;
+        EXPECT_TRUE(loadNibNamed(NSBundle::bundleForLibrary(), "Missing", nullptr).empty());
+        EXPECT_EQ(phone.world.console->lines().size(), 2U) << name;
     }
 }
 
@@ -151,11 +120,9 @@ TEST(UINib, LeavesOutWhatCannotBe)
             R"("constraints": [7])", R"("constraints": [{ "item": "me", "attribute": "size" }])",
             R"("constraints": [{ "item": "nobody", "attribute": "width" }])",
             R"("actions": [{ "item": "me" }])" }) {
-        SCOPED_TRACE(detail);
         PhoneWithNibs phone;
-        phone.write("Odd.json", std::string { R"({ "id": "me", )" } + detail + "}");
-        EXPECT_EQ(phone.load("Odd").size(), 1U);
-        EXPECT_FALSE(phone.world.console->lines().empty());
+        EXPECT_EQ(phone.load(std::string { R"({ "id": "me", )" } + detail + "}").size(), 1U) << detail;
+        EXPECT_FALSE(phone.world.console->lines().empty()) << detail;
     }
 }
 

@@ -2,7 +2,7 @@
 
 #include "platform/quartzcore/CAShapeLayer.h"
 #include "platform/uikit/UIImageView.h"
-#include "platform/uikit/UILabel.h"
+#include "tests/platform/drawing/Pixels.h"
 #include "tests/platform/uikit/Phone.h"
 
 namespace lumora::test {
@@ -10,21 +10,9 @@ namespace lumora::test {
 constexpr UIColor red { 1, 0, 0, 1 };
 constexpr UIColor green { 0, 1, 0, 1 };
 
-/// A pixel as eight hexadecimal digits.
-static std::string pixel(const UIImage& image, int x, int y)
-{
-    if (image.isNull())
-        return "none";
-    const uint8_t* rgba = image.pixels()
-        + 4 * (static_cast<size_t>(y) * static_cast<size_t>(image.pixelWidth()) + static_cast<size_t>(x));
-    std::array<char, 9> text {};
-    std::snprintf(text.data(), text.size(), "%02x%02x%02x%02x", rgba[0], rgba[1], rgba[2], rgba[3]);
-    return text.data();
-}
-
 struct Picture : Phone {
     Picture() { view->setBackgroundColor(red); }
-    std::string at(int x, int y) { return pixel(takeImageOfView(*view, view->bounds().size, 1), x, y); }
+    std::string at(int x, int y) { return pixelAt(takeImageOfView(*view, view->bounds().size, 1), x, y); }
 
     std::shared_ptr<UIView> view { add(CGRectMake(30, 30, 40, 40)) };
 };
@@ -79,7 +67,7 @@ TEST(UIViewDrawing, ShowsAnimationsUnlessALayerIsAsked)
     UIView::animateWithDuration(1, [&] { picture.view->setBackgroundColor(green); });
     picture.advance(0.5);
     EXPECT_EQ(picture.at(20, 20), "808000ff");
-    EXPECT_EQ(pixel(renderLayer(picture.view->layer(), { 40, 40 }, 1), 20, 20), "00ff00ff");
+    EXPECT_EQ(pixelAt(renderLayer(picture.view->layer(), { 40, 40 }, 1), 20, 20), "00ff00ff");
     EXPECT_TRUE(takeImageOfView(*picture.view, { 0, 40 }, 1).isNull());
 }
 
@@ -97,22 +85,6 @@ TEST(UIImageView, PlacesAndColoursItsPicture)
     EXPECT_EQ(picture.at(2, 20), "ff0000ff");
     imageView->setTintColor(green);
     EXPECT_EQ(picture.at(20, 20), "00ff00ff");
-}
-
-TEST(UILabel, TakesItsSizeFromItsText)
-{
-    Picture picture;
-    auto label = picture.add<UILabel>({}, picture.view.get());
-    EXPECT_EQ(label->intrinsicContentSize(), CGSize {});
-    label->setText("Ad Reported");
-    const CGSize line = label->intrinsicContentSize();
-    EXPECT_GT(line.width, line.height);
-    label->setNumberOfLines(0);
-    EXPECT_GT(label->sizeThatFits({ line.width / 2, 0 }).height, line.height);
-    label->setTranslatesAutoresizingMaskIntoConstraints(false);
-    picture.window->layoutIfNeeded();
-    EXPECT_EQ(label->frame().size, line);
-    EXPECT_FALSE(label->userInteractionEnabled());
 }
 
 } // namespace lumora::test

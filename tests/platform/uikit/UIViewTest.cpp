@@ -33,11 +33,6 @@ TEST(UIView, KeepsItsSubviewsAndTheirLayersInOrder)
 {
     Phone phone;
     auto parent = phone.add({});
-    auto named = [](int64_t tag) {
-        auto view = make<UIView>();
-        view->setTag(tag);
-        return view;
-    };
     auto order = [&] {
         std::string views, layers;
         for (const auto& view : parent->subviews())
@@ -46,7 +41,10 @@ TEST(UIView, KeepsItsSubviewsAndTheirLayersInOrder)
             layers += layer->view() ? std::to_string(layer->view()->tag()) : "-";
         return views + " " + layers;
     };
-    auto one = named(1), two = named(2), three = named(3);
+    auto one = make<UIView>(), two = make<UIView>(), three = make<UIView>();
+    one->setTag(1);
+    two->setTag(2);
+    three->setTag(3);
     parent->addSubview(one);
     parent->layer().addSublayer(make<CALayer>());
     parent->addSubview(three);
@@ -108,9 +106,7 @@ TEST(UIView, LaysOutThroughTheMessageTable)
 {
     Phone phone;
     s_calls.clear();
-    const IMP own = class_getInstanceMethod(classOf<UIView>(), sel::layoutSubviews)
-        ? method_getImplementation(class_getInstanceMethod(classOf<UIView>(), sel::layoutSubviews))
-        : nullptr;
+    const IMP own = method_getImplementation(class_getInstanceMethod(classOf<UIView>(), sel::layoutSubviews));
     s_layoutIMP.store(classOf<UIView>()->registry(), own.function);
     class_replaceMethod(classOf<UIView>(), sel::layoutSubviews, &countedLayout, own.types);
     auto view = phone.add(CGRectMake(0, 0, 10, 10));
@@ -151,19 +147,6 @@ TEST(UIView, ConvertsBetweenTheBoundsOfViews)
     EXPECT_EQ(inner->convertPointToView({ 0, 0 }, nullptr), (CGPoint { 11, 30 }));
     EXPECT_EQ(inner->convertPointToView({ 2, 3 }, scrolled.get()), (CGPoint { 3, 63 }));
     EXPECT_EQ(other->convertRectFromView(CGRectMake(0, 0, 4, 4), inner.get()), CGRectMake(-89, -70, 4, 4));
-}
-
-TEST(UIView, AnswersKeyPathsFromTheTree)
-{
-    Phone phone;
-    auto view = phone.add(CGRectMake(1, 2, 3, 4));
-    view->layer().setZPosition(7);
-    EXPECT_EQ(view->valueForKeyPath("superview.subviews.frame").array()->front(), (NSArray { 1, 2, 3, 4 }));
-    EXPECT_EQ(view->valueForKeyPath("layer.zPosition"), Value { 7 });
-    EXPECT_EQ(view->valueForKeyPath("nextResponder.window").object(), phone.window);
-    EXPECT_TRUE(phone.window->valueForKeyPath("superview.layer").isNothing());
-    view->setValueForKey(true, "hidden");
-    EXPECT_TRUE(view->isHidden());
 }
 
 } // namespace lumora::test

@@ -36,8 +36,8 @@ public:
     std::string lines;
     bool allowActions { true };
     bool allowResponses { true };
-    bool keepDecisions { false };
-    std::vector<Decision> kept;
+    /// Keeps the next decision instead of making it.
+    Decision* kept { nullptr };
     std::string actAt;
     std::function<void()> act;
 
@@ -50,14 +50,14 @@ private:
     }
     void decide(Decision decision, bool allow)
     {
-        if (keepDecisions)
-            kept.push_back(std::move(decision));
+        if (kept)
+            *std::exchange(kept, nullptr) = std::move(decision);
         else
             decision(allow);
     }
 };
 
-constexpr const char* base = "https://ads.example.com/a/page.html?x=1";
+const std::string base = "https://ads.example.com/a/page.html?x=1";
 
 /// Every engine keeps to this; an engine is one parameter.
 class WebEngineTest : public testing::TestWithParam<WebEngineFactory> {
@@ -94,8 +94,7 @@ TEST_P(WebEngineTest, TellsOfALoadInOrder)
     EXPECT_TRUE(engine->isLoading());
     EXPECT_EQ(engine->url(), "");
     settle();
-    EXPECT_EQ(
-        client.told(), "1 action -1 " + std::string { base } + "\n1 start\n1 response\n1 commit\n1 finish\n");
+    EXPECT_EQ(client.told(), "1 action -1 " + base + "\n1 start\n1 response\n1 commit\n1 finish\n");
     EXPECT_FALSE(engine->isLoading());
     EXPECT_EQ(engine->url(), base);
 }
@@ -103,24 +102,22 @@ TEST_P(WebEngineTest, TellsOfALoadInOrder)
 TEST_P(WebEngineTest, GoesNowhereWithoutLeave)
 {
     client.allowActions = false;
-    EXPECT_EQ(load("<p>x"), "1 action -1 " + std::string { base } + "\n1 refuse\n");
+    EXPECT_EQ(load("<p>x"), "1 action -1 " + base + "\n1 refuse\n");
     client.allowActions = true;
     client.allowResponses = false;
-    EXPECT_EQ(
-        load("<p>x"), "2 action -1 " + std::string { base } + "\n2 start\n2 response\n2 fail early 102\n");
+    EXPECT_EQ(load("<p>x"), "2 action -1 " + base + "\n2 start\n2 response\n2 fail early 102\n");
     EXPECT_EQ(engine->url(), "");
 }
 
 TEST_P(WebEngineTest, WaitsForADecisionAndForgetsALateOne)
 {
-    client.keepDecisions = true;
-    EXPECT_EQ(load("<p>first"), "1 action -1 " + std::string { base } + "\n");
+    WebEngineClient::Decision late;
+    client.kept = &late;
+    EXPECT_EQ(load("<p>first"), "1 action -1 " + base + "\n");
     EXPECT_TRUE(engine->isLoading());
-    client.keepDecisions = false;
     EXPECT_EQ(load("<p>second"),
-        "1 fail early -999\n2 action -1 " + std::string { base }
-            + "\n2 start\n2 response\n2 commit\n2 finish\n");
-    client.kept.front()(true);
+        "1 fail early -999\n2 action -1 " + base + "\n2 start\n2 response\n2 commit\n2 finish\n");
+    late(true);
     settle();
     EXPECT_EQ(client.told(), "");
     EXPECT_EQ(ask("document.body.innerHTML"), "<p>second");
@@ -128,16 +125,13 @@ TEST_P(WebEngineTest, WaitsForADecisionAndForgetsALateOne)
 
 TEST_P(WebEngineTest, StopsAtAnyPoint)
 {
-    struct Row {
-        const char* at;
-        const char* last;
-    };
-    for (const Row& row : { Row { "start", "fail early -999\n" }, Row { "response", "fail early -999\n" },
-             Row { "commit", "fail late -999\n" }, Row { "finish", "finish\n" } }) {
-        client.actAt = row.at;
+    const std::pair<const char*, const char*> rows[] = { { "start", "fail early -999\n" },
+        { "response", "fail early -999\n" }, { "commit", "fail late -999\n" }, { "finish", "finish\n" } };
+    for (const auto& [at, last] : rows) {
+        client.actAt = at;
         client.act = [&] { engine->stopLoading(); };
-        EXPECT_TRUE(load("<p>x").ends_with(row.last)) << row.at;
-        EXPECT_FALSE(engine->isLoading()) << row.at;
+        EXPECT_TRUE(load("<p>x").ends_with(last)) << at;
+        EXPECT_FALSE(engine->isLoading()) << at;
     }
     engine->stopLoading();
     settle();
@@ -189,8 +183,7 @@ TEST_P(WebEngineTest, ReloadsThePageItHas)
     load("<p>x");
     engine->reload();
     settle();
-    EXPECT_EQ(
-        client.told(), "2 action 3 " + std::string { base } + "\n2 start\n2 response\n2 commit\n2 finish\n");
+    EXPECT_EQ(client.told(), "2 action 3 " + base + "\n2 start\n2 response\n2 commit\n2 finish\n");
     EXPECT_EQ(ask("document.body.innerHTML"), "<p>x");
 }
 
