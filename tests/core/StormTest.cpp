@@ -11,7 +11,7 @@
 namespace lumora {
 namespace {
 
-using tests::World;
+using test::World;
 
 /// Counts what it hears.
 class Listener final : public NSObject {
@@ -70,7 +70,7 @@ TEST(StormTest, EightThreadsLoseNothing)
         = R"({"active": true, "ttlConfig": 100000, "retryAfter": 100000, "retryLimit": -1})",
         .adjust = [](Phone::Options& options) { options.virtualTime = false; } } };
     LMLogManager::sharedInstance().setLoggingTTL(100000);
-    Lumora::initiateTrackerWithKey(tests::validKey);
+    Lumora::initiateTrackerWithKey(test::validKey);
     ASSERT_TRUE(world.phone.waitUntil(
         [] { return TDActivationManager::sharedInstance().getConfig() != nullptr; }, 20));
     std::atomic<int> answers { 0 };
