@@ -1,9 +1,7 @@
 #include "tests/devservice/Requests.h"
 #include "tests/platform/TestProcess.h"
 
-#include <array>
 #include <sqlite3.h>
-#include <thread>
 
 namespace lumora {
 namespace {
@@ -148,24 +146,6 @@ TEST(LocalServices, AnswersThatItsStoreFailsAndKeepsNoHalf)
     EXPECT_EQ(services.handle(get("/")).status, 500);
     EXPECT_THROW((void)services.configuration().reports(), StoreError);
     EXPECT_THROW(LocalServices("key", folder.path / "missing/arrivals.db"), StoreError);
-}
-
-TEST(LocalServices, ManyThreadsLoseNothing)
-{
-    LocalServices services("key");
-    services.addFault({ .times = 10, .status = 500 });
-    std::array<std::thread, 4> threads;
-    for (std::thread& thread : threads) {
-        thread = std::thread([&services] {
-            for (int i = 0; i < 25; ++i)
-                services.handle(post(adPath, "[{}]"));
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-    const auto reports = services.configuration().reports();
-    EXPECT_EQ(reports.size(), 100U);
-    EXPECT_EQ(std::count_if(reports.begin(), reports.end(), [](auto& r) { return r.status == 500; }), 10);
 }
 
 } // namespace

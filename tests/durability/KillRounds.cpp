@@ -23,11 +23,11 @@
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
-#include <map>
 #include <poll.h>
 #include <random>
 #include <set>
 #include <spawn.h>
+#include <sstream>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
@@ -276,29 +276,19 @@ private:
 
     void listen(const std::string& heard, bool isDiskGood)
     {
-        size_t at = 0;
-        for (size_t end = heard.find('\n'); end != heard.npos; end = heard.find('\n', at)) {
-            const std::string id = heard.substr(at + 2, end - at - 2);
-            switch (heard[at]) {
-            case 'B':
+        std::istringstream lines(heard);
+        char what = 0;
+        for (std::string id; lines >> what >> id;) {
+            if (what == 'B') {
                 m_begun.insert(id);
-                break;
-            case 'S':
-                if (isDiskGood) {
-                    m_kept.insert(id);
-                    m_inMemory.erase(id);
-                }
-                break;
-            case 'F':
+            } else if (what == 'F') {
                 m_inMemory.insert(id);
-                break;
-            case 'D':
+            } else if (what == 'D') {
                 m_delivered.insert(id);
-                break;
-            default:
-                fail("heard", heard.substr(at, end - at));
+            } else if (isDiskGood) {
+                m_kept.insert(id);
+                m_inMemory.erase(id);
             }
-            at = end + 1;
         }
     }
 
