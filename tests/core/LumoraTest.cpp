@@ -11,7 +11,8 @@
 namespace lumora {
 namespace {
 
-using tests::World;
+using test::StartedWorld;
+using test::World;
 
 const std::string keyOf29(29, 'k');
 const std::string keyOf30(30, 'k');
@@ -48,12 +49,10 @@ TEST(LumoraTest, AKeyIsTrimmedAndCountedInCharacters)
 
 TEST(LumoraTest, ASecondCallReplacesTheKeyAndStartsNothing)
 {
-    World world;
-    world.start();
+    StartedWorld world;
     Lumora::initiateTrackerWithKey(keyOf30);
     EXPECT_EQ(TDAPI::getBearer(), "Bearer " + keyOf30);
-    EXPECT_EQ(tests::timersNamed(world.phone, "configTimer]").size(), 2u)
-        << "events and ad monitor, one each";
+    EXPECT_EQ(test::timersNamed(world.phone, "configTimer]").size(), 2u) << "events and ad monitor, one each";
     EXPECT_EQ(world.service.configurationFetches().size(), 1u);
     world.showMoPub();
     EXPECT_EQ(world.service.impressions().size(), 1u) << "a hook installed twice would call itself";
@@ -61,18 +60,15 @@ TEST(LumoraTest, ASecondCallReplacesTheKeyAndStartsNothing)
 
 TEST(LumoraTest, StartUpFillsThePlacements)
 {
-    World world;
-    world.start();
-    const auto& placements = TDReportButtonPlacement::sharedInstance();
-    for (const char* network : { "Facebook", "MoPub", "InMobi", "Unity", "AOL", "Smaato", "Vungle", "Tapjoy",
-             "Ironsource", "Verve", "Teads" })
-        EXPECT_EQ(placements.checkForUserCustomPlacementForAdWithName(network, "interstitial"), 4) << network;
-    for (const char* network : { "AdMob", "DFP" })
-        EXPECT_EQ(placements.checkForUserCustomPlacementForAdWithName(network, "interstitial"), 1) << network;
-    for (const char* network :
-        { "Amazon", "Verizon", "OpenX", "AppNexus", "Taboola", "SpotX", "AppLovin", "facebook" })
-        EXPECT_EQ(placements.checkForUserCustomPlacementForAdWithName(network, "interstitial"), 6) << network;
-    EXPECT_EQ(placements.checkForUserCustomPlacementForAdWithName("Facebook", "banner"), 6);
+    StartedWorld world;
+    const std::tuple<const char*, const char*, int> rows[] = { { "Facebook", "interstitial", 4 },
+        { "Teads", "interstitial", 4 }, { "AdMob", "interstitial", 1 }, { "DFP", "interstitial", 1 },
+        { "Amazon", "interstitial", 6 }, { "facebook", "interstitial", 6 }, { "Facebook", "banner", 6 } };
+    for (const auto& [network, format, placement] : rows)
+        EXPECT_EQ(TDReportButtonPlacement::sharedInstance().checkForUserCustomPlacementForAdWithName(
+                      network, format),
+            placement)
+            << network;
 }
 
 TEST(LumoraTest, StartUpSaysSoButNeverThatItWasInitiated)
@@ -88,8 +84,7 @@ TEST(LumoraTest, StartUpSaysSoButNeverThatItWasInitiated)
 
 TEST(LumoraTest, AnAppWithoutAdSDKsStartsInSilence)
 {
-    World world { { .adjust = [](Phone::Options& options) { options.onBoot = nullptr; } } };
-    world.start();
+    StartedWorld world { { .adjust = [](Phone::Options& options) { options.onBoot = nullptr; } } };
     EXPECT_EQ(world.phone.console().lines(), std::vector<std::string> {});
     EXPECT_TRUE(TDActivationManager::sharedInstance().getConfig());
 }
@@ -158,8 +153,8 @@ TEST(LumoraTest, ConcurrentFirstCallsWaitForOneStartUp)
     s_released = true;
     for (std::thread& caller : callers)
         caller.join();
-    phone.waitUntil([&] { return !tests::timersNamed(phone, "LMAdMonitor configTimer]").empty(); }, 10);
-    EXPECT_EQ(tests::timersNamed(phone, "LMAdMonitor configTimer]").size(), 1u);
+    phone.waitUntil([&] { return !test::timersNamed(phone, "LMAdMonitor configTimer]").empty(); }, 10);
+    EXPECT_EQ(test::timersNamed(phone, "LMAdMonitor configTimer]").size(), 1u);
 }
 
 } // namespace

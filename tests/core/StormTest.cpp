@@ -6,12 +6,13 @@
 
 #include <fstream>
 #include <gtest/gtest.h>
+#include <set>
 #include <thread>
 
 namespace lumora {
 namespace {
 
-using tests::World;
+using test::World;
 
 /// Counts what it hears.
 class Listener final : public NSObject {
@@ -54,13 +55,14 @@ void storm(int thread, std::atomic<int>& answers, std::atomic<int>& heard)
     }
 }
 
-size_t linesOf(const std::filesystem::path& file)
+std::multiset<std::string> linesOfTheStorm(const std::filesystem::path& file)
 {
+    std::multiset<std::string> lines;
     std::ifstream log(file);
-    const std::string text { std::istreambuf_iterator<char> { log }, {} };
-    size_t lines = 0;
-    for (size_t at = text.find("line "); at != text.npos; at = text.find("line ", at + 1))
-        lines++;
+    for (std::string line; std::getline(log, line);) {
+        if (line.starts_with("line "))
+            lines.insert(line);
+    }
     return lines;
 }
 
@@ -70,7 +72,8 @@ TEST(StormTest, EightThreadsLoseNothing)
         = R"({"active": true, "ttlConfig": 100000, "retryAfter": 100000, "retryLimit": -1})",
         .adjust = [](Phone::Options& options) { options.virtualTime = false; } } };
     LMLogManager::sharedInstance().setLoggingTTL(100000);
-    Lumora::initiateTrackerWithKey(tests::validKey);
+    LMLog::logMessage("\n");
+    Lumora::initiateTrackerWithKey(test::validKey);
     ASSERT_TRUE(world.phone.waitUntil(
         [] { return TDActivationManager::sharedInstance().getConfig() != nullptr; }, 20));
     std::atomic<int> answers { 0 };
@@ -97,7 +100,10 @@ TEST(StormTest, EightThreadsLoseNothing)
     EXPECT_EQ(delivered.size(), size_t { threads * rounds });
     EXPECT_TRUE(world.phone.waitUntil([&] { return answers == threads * rounds; }, 20));
     EXPECT_EQ(heard, threads * rounds) << "each listener, from its own walk at least";
-    EXPECT_EQ(linesOf(LMLogManager::getFullPathToLogFile()), size_t { threads * rounds });
+    std::multiset<std::string> whole;
+    for (int i = 0; i < threads * rounds; i++)
+        whole.insert("line " + std::to_string(i / rounds) + "." + std::to_string(i % rounds));
+    EXPECT_EQ(linesOfTheStorm(LMLogManager::getFullPathToLogFile()), whole);
 }
 
 } // namespace

@@ -7,7 +7,8 @@
 namespace lumora {
 namespace {
 
-using tests::World;
+using test::StartedWorld;
+using test::World;
 
 class ConfigListener final : public NSObject {
 public:
@@ -45,7 +46,7 @@ std::string ask(std::string& answers)
 /// A started library without a timer of its own: only what is asked here goes to the service.
 void activateOnly()
 {
-    TDAPI::setNewAuthKey(tests::validKey);
+    TDAPI::setNewAuthKey(test::validKey);
     TDActivationManager::sharedInstance().activate();
 }
 
@@ -69,17 +70,25 @@ TEST(TDActivationManagerTest, BeforeStartUpTheGateSaysNoWithoutAsking)
     EXPECT_EQ(fetches(world), 1u) << "a caller without a callback may warm the record up";
 }
 
-TEST(TDActivationManagerTest, WhileLoadingTheGateSaysNoAndQueuesNobody)
+TEST(TDActivationManagerTest, LoadingGoesBeforeFreshnessAndQueuesNobody)
 {
     World world;
-    Lumora::initiateTrackerWithKey(tests::validKey);
+    auto& manager = TDActivationManager::sharedInstance();
     std::string answers;
+    Lumora::initiateTrackerWithKey(test::validKey);
     EXPECT_EQ(ask(answers), "n");
-    EXPECT_EQ(TDActivationManager::sharedInstance().getConfig(), nullptr);
+    EXPECT_EQ(manager.getConfig(), nullptr);
     world.phone.wait(1);
-    EXPECT_EQ(answers, "n");
     EXPECT_EQ(ask(answers), "y") << "a fresh record is answered from at once";
-    EXPECT_EQ(fetches(world), 1u);
+    EXPECT_NO_THROW(manager.checkActivationWithBlock([](bool) { throw std::runtime_error("host"); }));
+    manager.checkActivationWithBlock(nullptr);
+    EXPECT_EQ(fetches(world), 1u) << "without a callback a fresh record asks nobody";
+    for (int i = 0; i < 2; i++)
+        manager.getNewConfig();
+    EXPECT_EQ(ask(answers), "n") << "fresh, but a request is in flight";
+    world.phone.wait(1);
+    EXPECT_EQ(answers, "nyn");
+    EXPECT_EQ(test::timersNamed(world.phone, "getNewConfig]").size(), 1u) << "two answers, one timer";
 }
 
 TEST(TDActivationManagerTest, AnExpiredRecordIsFetchedQuietly)
@@ -100,7 +109,7 @@ TEST(TDActivationManagerTest, AnExpiredRecordIsFetchedQuietly)
     EXPECT_EQ(answers, "nyy");
     EXPECT_EQ(fetches(world), 2u);
     EXPECT_TRUE(listener->records.empty()) << "a quiet fetch tells nobody";
-    EXPECT_TRUE(tests::timersNamed(world.phone, "getNewConfig]").empty()) << "and arms nothing";
+    EXPECT_TRUE(test::timersNamed(world.phone, "getNewConfig]").empty()) << "and arms nothing";
 }
 
 TEST(TDActivationManagerTest, AFailedQuietFetchSaysNoForFiveMinutes)
@@ -135,31 +144,17 @@ TEST(TDActivationManagerTest, AStaleQuietAnswerIsReplacedByTheDefaults)
     EXPECT_NEAR(timeToLive(world), 300, 1.5);
 }
 
-TEST(TDActivationManagerTest, LoadingGoesBeforeFreshness)
+TEST(TDActivationManagerTest, ARefreshThatFailsOrSaysNoTakesTheButtonsAway)
 {
-    World world;
-    world.start();
-    std::string answers;
-    TDActivationManager::sharedInstance().getNewConfig();
-    EXPECT_EQ(ask(answers), "n") << "fresh, but a request is in flight";
-    TDActivationManager::sharedInstance().checkActivationWithBlock(nullptr);
-    world.phone.wait(1);
-    EXPECT_EQ(fetches(world), 2u) << "without a callback a fresh record asks nobody";
-    TDActivationManager::sharedInstance().getNewConfig();
-    TDActivationManager::sharedInstance().getNewConfig();
-    world.phone.wait(1);
-    EXPECT_EQ(tests::timersNamed(world.phone, "getNewConfig]").size(), 1u) << "two answers, one timer";
-}
-
-TEST(TDActivationManagerTest, EachFailureOfTheRefreshDisablesTheButtons)
-{
-    World world { { .record = R"({"active": true, "ttlConfig": 100})" } };
-    world.start();
-    const auto banner = world.showMoPub();
-    ASSERT_TRUE(tests::buttonOn(*banner));
-    world.setServiceAway(true);
-    world.phone.wait(100);
-    EXPECT_FALSE(tests::buttonOn(*banner));
+    for (const bool isAway : { true, false }) {
+        StartedWorld world { { .record = R"({"active": true, "ttlConfig": 100})" } };
+        const auto banner = world.showMoPub();
+        ASSERT_TRUE(buttonOn(*banner));
+        world.setServiceAway(isAway);
+        world.service.setRecord(R"({"active": false})");
+        world.phone.wait(100);
+        EXPECT_FALSE(buttonOn(*banner)) << (isAway ? "away" : "inactive");
+    }
 }
 
 TEST(TDActivationManagerTest, ATransportThatRaisesIsAFailureLikeAnyOther)
@@ -170,22 +165,10 @@ TEST(TDActivationManagerTest, ATransportThatRaisesIsAFailureLikeAnyOther)
         void stop() override { }
     };
     Phone phone { { .makeTransport = [] { return std::make_shared<Raising>(); } } };
-    EXPECT_NO_THROW(Lumora::initiateTrackerWithKey(tests::validKey));
+    EXPECT_NO_THROW(Lumora::initiateTrackerWithKey(test::validKey));
     phone.wait(1);
-    EXPECT_NEAR(tests::timersNamed(phone, "getNewConfig]").at(0), 59, 0.1);
-    EXPECT_EQ(tests::timersNamed(phone, "configTimer]").size(), 2u) << "the other steps ran";
-}
-
-TEST(TDActivationManagerTest, TheRecordIsRefreshedWhenItsTimeEnds)
-{
-    World world { { .record = R"({"active": true, "ttlConfig": 100})" } };
-    world.start();
-    ASSERT_EQ(tests::timersNamed(world.phone, "getNewConfig]").size(), 1u);
-    world.phone.wait(98);
-    EXPECT_EQ(fetches(world), 1u);
-    world.phone.wait(3);
-    EXPECT_EQ(fetches(world), 2u);
-    EXPECT_EQ(tests::timersNamed(world.phone, "getNewConfig]").size(), 1u) << "one timer at a time";
+    EXPECT_NEAR(test::timersNamed(phone, "getNewConfig]").at(0), 59, 0.1);
+    EXPECT_EQ(test::timersNamed(phone, "configTimer]").size(), 2u) << "the other steps ran";
 }
 
 TEST(TDActivationManagerTest, AnUnreachableServiceIsTriedEveryMinute)
@@ -195,7 +178,7 @@ TEST(TDActivationManagerTest, AnUnreachableServiceIsTriedEveryMinute)
     world.start();
     const auto listener = make<ConfigListener>();
     TDActivationManager::sharedInstance().addNewConfigListener(listener);
-    EXPECT_NEAR(tests::timersNamed(world.phone, "getNewConfig]").at(0), 60.0, 0.05);
+    EXPECT_NEAR(test::timersNamed(world.phone, "getNewConfig]").at(0), 60.0, 0.05);
     EXPECT_EQ(fetches(world), 0u);
     world.phone.wait(120);
     EXPECT_TRUE(listener->records.empty()) << "failures are not told";
@@ -203,27 +186,6 @@ TEST(TDActivationManagerTest, AnUnreachableServiceIsTriedEveryMinute)
     world.phone.wait(61);
     EXPECT_EQ(fetches(world), 1u);
     EXPECT_EQ(listener->records.size(), 1u);
-}
-
-TEST(TDActivationManagerTest, AnErrorStatusIsAnInactiveRecordWithTheHeadersTimeToLive)
-{
-    World world;
-    world.service.setCacheControl("max-age=600, public");
-    world.services.addFault({ .status = 500 });
-    world.start();
-    const auto config = TDActivationManager::sharedInstance().getConfig();
-    EXPECT_FALSE(config->active().boolValue());
-    EXPECT_NEAR(config->ttlConfig().doubleValue() - world.phone.process().now(), 600, 1);
-}
-
-TEST(TDActivationManagerTest, TheBodysTimeToLiveWinsOverTheHeaders)
-{
-    World world { { .record = R"({"active": true, "ttlConfig": 30})" } };
-    world.service.setCacheControl("max-age=600");
-    world.start();
-    EXPECT_NEAR(TDActivationManager::sharedInstance().getConfig()->ttlConfig().doubleValue()
-            - world.phone.process().now(),
-        30, 1);
 }
 
 TEST(TDActivationManagerTest, ATimeToLiveOfZeroAsksAgainRightAway)
@@ -235,17 +197,6 @@ TEST(TDActivationManagerTest, ATimeToLiveOfZeroAsksAgainRightAway)
     EXPECT_LE(fetches(world), 14u) << "one round trip at a time";
     EXPECT_TRUE(TDActivationManager::sharedInstance().getConfig()->active().boolValue())
         << "the full fetch keeps it";
-}
-
-TEST(TDActivationManagerTest, AnInactiveRecordTakesTheButtonsAway)
-{
-    World world { { .record = R"({"active": true, "ttlConfig": 100})" } };
-    world.start();
-    const auto banner = world.showMoPub();
-    ASSERT_TRUE(tests::buttonOn(*banner));
-    world.service.setRecord(R"({"active": false})");
-    world.phone.wait(100);
-    EXPECT_FALSE(tests::buttonOn(*banner));
 }
 
 TEST(TDActivationManagerTest, ListenersAreWeakAndMayChangeWhileTheyAreTold)
@@ -269,14 +220,6 @@ TEST(TDActivationManagerTest, ListenersAreWeakAndMayChangeWhileTheyAreTold)
     EXPECT_TRUE(late->records.empty());
     world.phone.wait(11);
     EXPECT_EQ(late->records.size(), 1u);
-}
-
-TEST(TDActivationManagerTest, AThrowingCallbackReachesNobody)
-{
-    World world;
-    world.start();
-    EXPECT_NO_THROW(TDActivationManager::sharedInstance().checkActivationWithBlock(
-        [](bool) { throw std::runtime_error("host"); }));
 }
 
 } // namespace

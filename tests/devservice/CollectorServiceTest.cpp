@@ -3,7 +3,7 @@
 namespace lumora {
 namespace {
 
-using namespace tests;
+using namespace test;
 
 constexpr const char* complaintPath = "/complaints/ios/com.example.daily/";
 constexpr const char* eventPath = "/event/ios/com.example.daily/redirect";

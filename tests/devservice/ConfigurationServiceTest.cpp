@@ -3,23 +3,7 @@
 namespace lumora {
 namespace {
 
-using namespace tests;
-
-TEST(ConfigurationService, HandsOutTheRecordAndItsCacheControl)
-{
-    LocalServices services("key");
-    ConfigurationService& service = services.configuration();
-    service.setRecord(R"({"active":true,"ttlConfig":30})");
-    service.setCacheControl("max-age=600, public");
-    const ServiceAnswer answer = services.handle(get(configurationPath));
-    EXPECT_EQ(answer.status, 200);
-    EXPECT_EQ(answer.body, R"({"active":true,"ttlConfig":30})");
-    EXPECT_EQ(header(answer, "cache-control"), "max-age=600, public");
-
-    service.setCacheControl("");
-    EXPECT_EQ(header(services.handle(get(configurationPath)), "cache-control"), "none");
-    EXPECT_EQ(service.configurationFetches().at(1).target, configurationPath);
-}
+using namespace test;
 
 TEST(ConfigurationService, LetsInOnlyTheAcceptedKeyButKeepsWhatItRefused)
 {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace lumora::tests {
+namespace lumora::test {
 
 inline constexpr const char* configurationPath = "/api/v1/sdk/config?platform_version=13.3&sdk_version=2.1.0";
 inline constexpr const char* impressionPath = "/api/v1/sdk/impression";
@@ -39,4 +39,4 @@ inline Bodies bodies(const std::vector<Arrival>& arrivals)
     return bodies;
 }
 
-} // namespace lumora::tests
+} // namespace lumora::test

@@ -15,17 +15,19 @@
 #include "platform/dispatch/Executor.h"
 #include "platform/foundation/NSJSONSerialization.h"
 #include "platform/uikit/UIView.h"
-#include "processing/LMAdViewProcessor.h"
 #include "service/LMEventsManager.h"
 #include "simulator/Phone.h"
+#include "tests/platform/TestProcess.h"
+#include "tests/service/Events.h"
 
 #include <csignal>
 #include <cstdio>
-#include <map>
+#include <fcntl.h>
 #include <poll.h>
 #include <random>
 #include <set>
 #include <spawn.h>
+#include <sstream>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
@@ -85,27 +87,6 @@ private:
     std::atomic<bool> m_isReliable { false };
 };
 
-class Filler final : public LMAdViewProcessor {
-public:
-    static const ClassDescription& classDescription()
-    {
-        static const auto& description
-            = *new ClassDescription(ClassDescription::of<Filler, NSObject>("KillRoundsFiller"));
-        return description;
-    }
-    void updateEventInfo(
-        const std::shared_ptr<TDEventModel>& event, const EventCompletion& completion) override
-    {
-        event->setCreativeId("filled");
-        completion(event);
-    }
-    std::string getAdTypeInString() override { return "html"; }
-    void getNewHTMLWithPurpose(HTMLPurpose, const HTMLCompletion& completion) override
-    {
-        completion(true, "");
-    }
-};
-
 class Life {
 public:
     Life(const fs::path& home, int number)
@@ -122,7 +103,7 @@ public:
         std::thread other([this] {
             Process::Scope scope(m_phone.process());
             for (int i = 0;; i++)
-                store(i);
+                store("-other-", i);
         });
         for (int i = 0;; i++)
             act(i);
@@ -153,9 +134,9 @@ private:
         return event;
     }
 
-    void store(int count)
+    void store(const char* who, int count)
     {
-        const auto stored = event("-other-", count);
+        const auto stored = event(who, count);
         LMEventsManager::shared().handleEvent(stored, nullptr);
         say('S', *stored->video());
     }
@@ -163,12 +144,9 @@ private:
     void act(int count)
     {
         switch (m_random() % 6) {
-        case 0: {
-            const auto stored = event("-main-", count);
-            LMEventsManager::shared().handleEvent(stored, nullptr);
-            say('S', *stored->video());
+        case 0:
+            store("-main-", count);
             break;
-        }
         case 1: {
             const auto parked = event("-parked-", count);
             LMEventsManager::shared().handleEventAsPending(parked, m_view.get());
@@ -179,9 +157,7 @@ private:
         case 2: {
             for (const std::string& id : m_parked)
                 say('F', id);
-            const auto filler = make<Filler>();
-            filler->setAdObject(m_view);
-            LMEventsManager::shared().checkProcessorForPendingEvents(*filler);
+            LMEventsManager::shared().checkProcessorForPendingEvents(*test::Filler::of(m_view));
             for (const std::string& id : std::exchange(m_parked, {}))
                 say('S', id);
             break;
@@ -221,10 +197,7 @@ public:
     explicit Rounds(unsigned seed)
         : m_random(seed)
     {
-        std::string pattern = (fs::temp_directory_path() / "lumora-kill-XXXXXX").string();
-        m_home = mkdtemp(pattern.data());
     }
-    ~Rounds() { fs::remove_all(m_home); }
 
     bool round(int number)
     {
@@ -248,23 +221,19 @@ public:
     }
 
 private:
-    fs::path file() const { return m_home / "Library/Preferences/com.example.daily.plist"; }
+    fs::path file() const { return m_home.path / "Library/Preferences/com.example.daily.plist"; }
 
     /// Starts a life, kills it after a while, and answers what it said; the last one ends by itself.
     std::string lifeAndDeath(int number, uint64_t diskLimit)
     {
         std::array<int, 2> pipe {};
-        if (::pipe(pipe.data()) != 0)
+        if (pipe2(pipe.data(), O_CLOEXEC) != 0)
             std::abort();
         posix_spawn_file_actions_t files;
         posix_spawn_file_actions_init(&files);
         posix_spawn_file_actions_adddup2(&files, pipe[1], saysTo);
-        for (const int end : pipe) {
-            if (end != saysTo)
-                posix_spawn_file_actions_addclose(&files, end);
-        }
-        std::array<std::string, 5> words { "kill_rounds", "--life", m_home.string(), std::to_string(number),
-            std::to_string(diskLimit) };
+        std::array<std::string, 5> words { "kill_rounds", "--life", m_home.path.string(),
+            std::to_string(number), std::to_string(diskLimit) };
         std::array<char*, 6> arguments {};
         for (size_t i = 0; i < words.size(); i++)
             arguments[i] = words[i].data();
@@ -307,35 +276,25 @@ private:
 
     void listen(const std::string& heard, bool isDiskGood)
     {
-        size_t at = 0;
-        for (size_t end = heard.find('\n'); end != heard.npos; end = heard.find('\n', at)) {
-            const std::string id = heard.substr(at + 2, end - at - 2);
-            switch (heard[at]) {
-            case 'B':
+        std::istringstream lines(heard);
+        char what = 0;
+        for (std::string id; lines >> what >> id;) {
+            if (what == 'B') {
                 m_begun.insert(id);
-                break;
-            case 'S':
-                if (isDiskGood) {
-                    m_kept.insert(id);
-                    m_inMemory.erase(id);
-                }
-                break;
-            case 'F':
+            } else if (what == 'F') {
                 m_inMemory.insert(id);
-                break;
-            case 'D':
+            } else if (what == 'D') {
                 m_delivered.insert(id);
-                break;
-            default:
-                fail("heard", heard.substr(at, end - at));
+            } else if (isDiskGood) {
+                m_kept.insert(id);
+                m_inMemory.erase(id);
             }
-            at = end + 1;
         }
     }
 
     bool check(int number)
     {
-        Phone phone { { .home = m_home } };
+        Phone phone { { .home = m_home.path } };
         std::set<std::string> stored;
         for (const auto& event : LMEventsSaverUserDefaultsProvider().getAllEvents()) {
             const std::string id = event->video().value_or("");
@@ -364,7 +323,7 @@ private:
     }
 
     std::mt19937 m_random;
-    fs::path m_home;
+    test::TemporaryFolder m_home;
     std::set<std::string> m_begun;
     std::set<std::string> m_kept;
     std::set<std::string> m_inMemory;

@@ -38,7 +38,7 @@ class HostileAnswers : public testing::Test {
 protected:
     HostileAnswers()
     {
-        TDAPI::setNewAuthKey(tests::validKey);
+        TDAPI::setNewAuthKey(test::validKey);
         TDActivationManager::sharedInstance().activate();
     }
 
@@ -53,7 +53,7 @@ protected:
         std::vector<double> due;
         EXPECT_TRUE(phone.waitUntil(
             [&] {
-                due = tests::timersNamed(phone, "getNewConfig]");
+                due = test::timersNamed(phone, "getNewConfig]");
                 const double left = manager.getConfig()
                     ? manager.getConfig()->ttlConfig().doubleValue() - phone.process().now()
                     : 0;

@@ -1,29 +1,29 @@
 #include "service/LMEventsManager.h"
 
 #include "core/TDActivationManager.h"
-#include "platform/foundation/NSKeyedArchiver.h"
-#include "platform/foundation/NSUserDefaults.h"
-#include "processing/LMAdViewProcessor.h"
 #include "processing/ProcessorsManager.h"
 #include "service/LMFirstTimeLaunchDetector.h"
+#include "tests/service/Events.h"
 #include "tests/world/World.h"
 
 #include <gtest/gtest.h>
-#include <thread>
 
 namespace lumora {
 namespace {
 
-using tests::World;
-
-std::shared_ptr<TDEventModel> eventOf(const std::string& type)
-{
-    auto event = make<TDEventModel>();
-    event->setType(type);
-    return event;
-}
+using test::eventOf;
+using test::Filler;
+using test::StartedWorld;
+using test::World;
 
 constexpr const char* reportPath = "/api/v1/ad";
+
+/// A record that grants so many tries, ten seconds apart.
+World::Options tries(const std::string& limit, const std::string& active = "true")
+{
+    return { .record = R"({"ttlConfig": 100000, "retryAfter": 10, "retryLimit": )" + limit + R"(, "active": )"
+            + active + "}" };
+}
 
 Events backup() { return LMEventsSaverUserDefaultsProvider().getAllEvents(); }
 
@@ -34,29 +34,6 @@ std::vector<std::string> typesSent(const World& world)
         types.push_back(soleObjectIn(report.body)["type"].stringOrEmpty());
     return types;
 }
-
-/// Answers for one ad and fills events with what it knows.
-class Filler final : public LMAdViewProcessor {
-public:
-    static const ClassDescription& classDescription()
-    {
-        static const ClassDescription description = ClassDescription::of<Filler, NSObject>("TestFiller");
-        return description;
-    }
-    void updateEventInfo(
-        const std::shared_ptr<TDEventModel>& event, const EventCompletion& completion) override
-    {
-        event->setCreativeId("known");
-        completion(event);
-    }
-    std::string getAdTypeInString() override { return "html"; }
-    void getNewHTMLWithPurpose(HTMLPurpose, const HTMLCompletion& completion) override
-    {
-        htmlAsked++;
-        completion(true, "<p>");
-    }
-    int htmlAsked { 0 };
-};
 
 TEST(TDEventModelTest, WhatIsSent)
 {
@@ -77,65 +54,28 @@ TEST(TDEventModelTest, WhatIsSent)
     EXPECT_FALSE(event->getEventAsMutableDictionary()) << "an unset property makes it unsendable";
 }
 
-TEST(TDEventModelTest, EqualByEventIdAndTime)
+TEST(LMEventsManagerTest, ADeliveredEventLeavesTheBackupAndAnUnsendableOneStays)
 {
-    Phone phone { {} };
-    const auto a = eventOf("a");
-    const auto b = eventOf("b");
-    EXPECT_FALSE(a->isEqual(b.get()));
-    b->setEventId(a->eventId());
-    EXPECT_TRUE(a->isEqual(b.get()));
-    EXPECT_EQ(a->hash(), b->hash());
-    b->setTs(a->ts().integerValue() + 1);
-    EXPECT_FALSE(a->isEqual(b.get()));
-}
-
-TEST(LMEventsManagerTest, DeliveredMeansGoneFromTheBackup)
-{
-    World world;
-    world.start();
-    int delivered = 0;
-    LMEventsManager::shared().handleEvent(
-        eventOf("redirect"), [&](bool success) { delivered += success ? 1 : 0; });
-    EXPECT_EQ(backup().size(), 1u) << "stored before it is sent";
-    world.phone.wait(1);
-    EXPECT_EQ(delivered, 1);
-    EXPECT_EQ(backup().size(), 0u);
-    EXPECT_EQ(typesSent(world), std::vector<std::string> { "redirect" });
-}
-
-TEST(LMEventsManagerTest, AMissingOrUnsendableEventIsAnsweredFalseOnce)
-{
-    World world;
-    world.start();
+    StartedWorld world;
     std::vector<bool> answers;
-    auto remember = [&](bool success) { answers.push_back(success); };
-    LMEventsManager::shared().handleEvent(nullptr, remember);
-    EXPECT_EQ(backup().size(), 0u);
+    auto remember = [&](bool success) {
+        answers.push_back(success);
+        throw std::runtime_error("host");
+    };
     const auto unsendable = eventOf("x");
     unsendable->setHtml(std::nullopt);
-    LMEventsManager::shared().handleEvent(unsendable, remember);
+    for (const auto& event : { std::shared_ptr<TDEventModel> {}, unsendable, eventOf("redirect") })
+        LMEventsManager::shared().handleEvent(event, remember);
+    EXPECT_EQ(backup().size(), 2u) << "stored before it is sent";
     world.phone.wait(1);
-    EXPECT_EQ(answers, (std::vector { false, false }));
+    EXPECT_EQ(answers, (std::vector { false, false, true }));
     EXPECT_EQ(backup().size(), 1u) << "it follows the normal budget";
-    EXPECT_TRUE(typesSent(world).empty());
-}
-
-TEST(LMEventsManagerTest, BehindAClosedGateAnEventWaitsInSilence)
-{
-    World world { { .record = R"({"active": false})" } };
-    world.start();
-    bool answered = false;
-    LMEventsManager::shared().handleEvent(eventOf("a"), [&](bool) { answered = true; });
-    world.phone.wait(1);
-    EXPECT_FALSE(answered);
-    EXPECT_EQ(backup().size(), 1u);
+    EXPECT_EQ(typesSent(world), std::vector<std::string> { "redirect" });
 }
 
 TEST(LMEventsManagerTest, TheBudgetIsOneForAllAndSpentToTheTick)
 {
-    World world { { .record
-        = R"({"active": true, "ttlConfig": 100000, "retryAfter": 10, "retryLimit": 2})" } };
+    World world { tries("2") };
     const double start = world.phone.process().now();
     world.start();
     world.services.addFault(
@@ -158,20 +98,26 @@ TEST(LMEventsManagerTest, TheBudgetIsOneForAllAndSpentToTheTick)
 
 TEST(LMEventsManagerTest, APassSpendsATryWhenTheGateSaysNo)
 {
-    World world { { .record
-        = R"({"active": false, "ttlConfig": 100000, "retryAfter": 10, "retryLimit": 1})" } };
-    world.start();
-    LMEventsManager::shared().handleEvent(eventOf("a"), nullptr);
-    world.phone.wait(14.9);
-    EXPECT_EQ(backup().size(), 1u);
-    world.phone.wait(0.1);
-    EXPECT_EQ(backup().size(), 0u);
+    const struct {
+        const char* name;
+        const char* limit;
+        size_t leftAfterOnePass;
+        size_t leftAfterTwo;
+    } rows[] = { { "none", "0", 0, 0 }, { "one", "1", 1, 0 }, { "unlimited", "-1", 1, 1 },
+        { "beyond 32 bits", "4294967296", 1, 1 }, { "far below", "-4294967297", 1, 1 } };
+    for (const auto& row : rows) {
+        StartedWorld world { tries(row.limit, "false") };
+        LMEventsManager::shared().handleEvent(eventOf("a"), [](bool) { ADD_FAILURE(); });
+        world.phone.wait(14.9);
+        EXPECT_EQ(backup().size(), row.leftAfterOnePass) << row.name;
+        world.phone.wait(0.1);
+        EXPECT_EQ(backup().size(), row.leftAfterTwo) << row.name;
+    }
 }
 
 TEST(LMEventsManagerTest, TheAnswerToAnEarlierEventLeavesTheLaterOne)
 {
-    World world;
-    world.start();
+    StartedWorld world;
     const auto adView = make<UIView>();
     for (const char* type : { "first", "second" }) {
         const auto event = eventOf(type);
@@ -180,9 +126,7 @@ TEST(LMEventsManagerTest, TheAnswerToAnEarlierEventLeavesTheLaterOne)
     }
     world.services.addFault({ .path = reportPath, .status = 200 });
     world.services.addFault({ .path = reportPath, .ending = Ending::CloseWithoutAnswer });
-    const auto filler = make<Filler>();
-    filler->setAdObject(adView);
-    LMEventsManager::shared().checkProcessorForPendingEvents(*filler);
+    LMEventsManager::shared().checkProcessorForPendingEvents(*Filler::of(adView));
     world.phone.wait(1);
     EXPECT_EQ(typesSent(world), (std::vector<std::string> { "first", "second" }));
     EXPECT_EQ(backup().size(), 1u) << "of one second: equal";
@@ -193,9 +137,7 @@ TEST(LMEventsManagerTest, TheAnswerToAnEarlierEventLeavesTheLaterOne)
 
 TEST(LMEventsManagerTest, WithoutNetworkAPassSpendsNothing)
 {
-    World world { { .record
-        = R"({"active": true, "ttlConfig": 100000, "retryAfter": 10, "retryLimit": 1})" } };
-    world.start();
+    StartedWorld world { tries("1") };
     world.setServiceAway(true);
     LMEventsManager::shared().handleEvent(eventOf("a"), nullptr);
     world.phone.radio().connect(Radio::Link::None);
@@ -206,27 +148,38 @@ TEST(LMEventsManagerTest, WithoutNetworkAPassSpendsNothing)
     EXPECT_EQ(typesSent(world), std::vector<std::string> { "a" });
 }
 
+TEST(LMEventsManagerTest, ANewConfigurationRestoresTheBudget)
+{
+    StartedWorld world { tries("1") };
+    world.setServiceAway(true);
+    LMEventsManager::shared().handleEvent(eventOf("a"), nullptr);
+    world.phone.wait(6);
+    world.setServiceAway(false);
+    TDActivationManager::sharedInstance().getNewConfig();
+    world.phone.wait(10);
+    EXPECT_EQ(typesSent(world), std::vector<std::string> { "a" });
+}
+
 TEST(LMEventsManagerTest, TimersWithAndWithoutAConfiguration)
 {
     World world { { .record = R"({"active": true, "ttlConfig": 100000, "retryAfter": 42})" } };
     world.services.addFault({ .delaySeconds = 7 });
     world.start();
     LMEventsManager::shared().handleEvent(eventOf("early"), nullptr);
-    EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 5, 0.1);
+    EXPECT_NEAR(test::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 5, 0.1);
     world.phone.wait(5);
-    EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 5, 0.1)
+    EXPECT_NEAR(test::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 5, 0.1)
         << "polls until there is one";
     EXPECT_TRUE(typesSent(world).empty());
     world.phone.wait(5);
-    EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 42, 0.1);
-    EXPECT_NEAR(tests::timersNamed(world.phone, "LMAdMonitor configTimer]").at(0), 10, 0.1)
+    EXPECT_NEAR(test::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 42, 0.1);
+    EXPECT_NEAR(test::timersNamed(world.phone, "LMAdMonitor configTimer]").at(0), 10, 0.1)
         << "20 s from the start";
 }
 
 TEST(LMEventsManagerTest, ParkedEventsInheritTheFilledModel)
 {
-    World world;
-    world.start();
+    StartedWorld world;
     const auto adView = make<UIView>();
     const auto other = make<UIView>();
     const auto first = eventOf("redirect");
@@ -240,14 +193,12 @@ TEST(LMEventsManagerTest, ParkedEventsInheritTheFilledModel)
     LMEventsManager::shared().handleEventAsPending(second, adView.get());
     EXPECT_EQ(backup().size(), 3u);
 
-    const auto filler = make<Filler>();
-    filler->setAdObject(adView);
+    const auto filler = Filler::of(adView);
     ProcessorsManager::sharedInstance().addProcessor(filler);
     world.phone.wait(1);
     const auto reports = world.service.reports();
     ASSERT_EQ(reports.size(), 2u);
     const NSDictionary sent = soleObjectIn(reports.at(0).body);
-    EXPECT_EQ(sent["type"], Value { "redirect" });
     EXPECT_EQ(sent["redirectUrl"], Value { "https://shop.example" });
     EXPECT_EQ(sent["creativeId"], Value { "known" });
     const NSDictionary last = soleObjectIn(reports.at(1).body);
@@ -261,31 +212,15 @@ TEST(LMEventsManagerTest, ParkedEventsInheritTheFilledModel)
     EXPECT_NE(left[1]->eventId(), first->eventId()) << "the filled model's own";
 }
 
-/// Knows nothing of its ad, one way or another.
-class Silent final : public LMAdViewProcessor {
-public:
-    static const ClassDescription& classDescription() { return Filler::classDescription(); }
-    void updateEventInfo(const std::shared_ptr<TDEventModel>&, const EventCompletion& completion) override
-    {
-        if (raises)
-            throw std::runtime_error("the network changed");
-        completion(nullptr);
-    }
-    std::string getAdTypeInString() override { return "html"; }
-    void getNewHTMLWithPurpose(HTMLPurpose, const HTMLCompletion&) override { }
-    bool raises { false };
-};
-
 TEST(LMEventsManagerTest, AProcessorThatFailsLosesNoParkedEvent)
 {
-    World world;
-    world.start();
+    StartedWorld world;
     for (const bool raises : { true, false }) {
         const auto adView = make<UIView>();
         LMEventsManager::shared().handleEventAsPending(eventOf("parked"), adView.get());
-        const auto processor = make<Silent>();
+        const auto processor = Filler::of(adView);
         processor->raises = raises;
-        processor->setAdObject(adView);
+        processor->isIgnorant = true;
         LMEventsManager::shared().checkProcessorForPendingEvents(*processor);
         EXPECT_EQ(backup().size(), 1u);
         world.phone.wait(1);
@@ -295,8 +230,7 @@ TEST(LMEventsManagerTest, AProcessorThatFailsLosesNoParkedEvent)
 
 TEST(LMEventsManagerTest, WhatNobodyFilledIsSentAfterTheNextLaunch)
 {
-    World world;
-    world.start();
+    StartedWorld world;
     {
         const auto adView = make<UIView>();
         LMEventsManager::shared().handleEventAsPending(eventOf("parked"), adView.get());
@@ -312,73 +246,6 @@ TEST(LMEventsManagerTest, WhatNobodyFilledIsSentAfterTheNextLaunch)
     world.phone.wait(6);
     EXPECT_EQ(typesSent(world), std::vector<std::string> { "parked" });
     EXPECT_EQ(backup().size(), 0u);
-}
-
-TEST(LMEventsManagerTest, WhatARecordSaysOfTries)
-{
-    // Two passes; the second finds something only when the first had a try to spend.
-    const std::tuple<const char*, const char*, size_t> rows[] = { { "none", "0", 0 },
-        { "unlimited", "-1", 1 }, { "beyond 32 bits", "4294967296", 1 }, { "far below", "-4294967297", 1 } };
-    for (const auto& [name, limit, left] : rows) {
-        World world { { .record = R"({"active": false, "ttlConfig": 100000, "retryAfter": 10, "retryLimit": )"
-                + std::string { limit } + "}" } };
-        world.start();
-        LMEventsManager::shared().handleEvent(eventOf("a"), nullptr);
-        world.phone.wait(16);
-        EXPECT_EQ(backup().size(), left) << name;
-    }
-}
-
-TEST(LMEventsManagerTest, ACompletionThatRaisesStopsNothing)
-{
-    World world;
-    world.start();
-    auto raise = [](bool) { throw std::runtime_error("host"); };
-    EXPECT_NO_THROW(LMEventsManager::shared().handleEvent(nullptr, raise));
-    EXPECT_NO_THROW(LMEventsManager::shared().handleEvent(eventOf("a"), raise));
-    world.phone.wait(1);
-    EXPECT_EQ(backup().size(), 0u);
-}
-
-TEST(LMEventsManagerTest, AllThatIsStoredIsReadyBeforeAnyoneAsks)
-{
-    World world { { .record = R"({"active": true, "ttlConfig": 100000, "retryLimit": 5})" } };
-    LMEventsSaver earlier { std::make_shared<LMEventsSaverUserDefaultsProvider>() };
-    for (int i = 0; i < 100; i++)
-        earlier.saveEvent(eventOf(std::to_string(i)), nullptr);
-    world.restart();
-    world.start();
-    LMEventsManager::shared().sendBackupEvents();
-    world.phone.wait(1);
-    EXPECT_EQ(typesSent(world).size(), 100u);
-    EXPECT_EQ(backup().size(), 0u);
-}
-
-TEST(LMEventsManagerTest, EveryPropertySurvivesARestart)
-{
-    World world;
-    auto event = eventOf("t");
-    event->setCreativeId("c");
-    event->setPlacementId("p");
-    event->setSdk("s");
-    event->setAdFormat("f");
-    event->setAdType("a");
-    event->setSdkVersion("v");
-    event->setScreenshot("shot");
-    event->setHtml("<p>");
-    event->setVideo("mp4");
-    event->setRedirectUrl("u");
-    event->setAdId("id");
-    event->addAdditionalInfo({ { "config", NSDictionary { { "buttonTap", 1 } } } });
-    LMEventsSaverUserDefaultsProvider().saveEvent(event);
-    const auto sent = event->getEventAsMutableDictionary();
-    const auto eventId = event->eventId();
-    event.reset();
-    world.restart();
-    const Events stored = backup();
-    ASSERT_EQ(stored.size(), 1u);
-    EXPECT_EQ(stored[0]->getEventAsMutableDictionary(), sent);
-    EXPECT_EQ(stored[0]->eventId(), eventId);
 }
 
 TEST(LMEventsManagerTest, TheBackupTellsEventsApart)
@@ -405,8 +272,7 @@ TEST(LMEventsManagerTest, TheBackupTellsEventsApart)
 
 TEST(LMEventsManagerTest, TextThatIsNoTextIsRepairedNotLost)
 {
-    World world;
-    world.start();
+    StartedWorld world;
     const auto event = eventOf("redirect");
     event->setHtml("a\xFFz");
     LMEventsManager::shared().handleEvent(event, nullptr);
@@ -428,75 +294,22 @@ TEST(LMEventsManagerTest, AnAnswerDuringAPassRemovesForGood)
     EXPECT_EQ(backup().size(), 0u);
 }
 
-TEST(LMEventsManagerTest, ANewConfigurationRestoresTheBudget)
-{
-    World world { { .record
-        = R"({"active": true, "ttlConfig": 100000, "retryAfter": 10, "retryLimit": 1})" } };
-    world.start();
-    world.setServiceAway(true);
-    LMEventsManager::shared().handleEvent(eventOf("a"), nullptr);
-    world.phone.wait(6);
-    world.setServiceAway(false);
-    TDActivationManager::sharedInstance().getNewConfig();
-    world.phone.wait(10);
-    EXPECT_EQ(typesSent(world), std::vector<std::string> { "a" });
-}
-
-TEST(LMEventsManagerTest, ManyThreadsLoseNothing)
-{
-    Phone phone { {} };
-    LMEventsSaver saver { std::make_unique<LMEventsSaverUserDefaultsProvider>() };
-    const auto view = make<UIView>();
-    std::vector<std::thread> workers;
-    for (int i = 0; i < 4; i++) {
-        workers.emplace_back([&] {
-            Process::Scope scope(phone.process());
-            for (int n = 0; n < 10; n++) {
-                const auto kept = eventOf("kept");
-                const auto gone = eventOf("gone");
-                saver.saveEvent(kept, n % 2 == 0 ? nullptr : view.get());
-                saver.saveEvent(gone, nullptr);
-                saver.removeEvent(gone);
-            }
-        });
-    }
-    for (std::thread& worker : workers)
-        worker.join();
-    EXPECT_EQ(backup().size(), 40u);
-    EXPECT_EQ(saver.getEventsForView(view.get()).size(), 20u);
-    EXPECT_EQ(saver.getPendingEventsForRetrySending().size(), 20u);
-}
-
-TEST(LMEventsManagerTest, ADamagedBackupIsAnEmptyOne)
-{
-    World world;
-    NSUserDefaults::standardUserDefaults().setObject(
-        NSData::fromText("bplist00 but not really"), "com.lumora.event.module.saver.ud");
-    EXPECT_EQ(backup().size(), 0u);
-    world.start();
-    LMEventsManager::shared().handleEvent(eventOf("a"), nullptr);
-    EXPECT_EQ(backup().size(), 1u);
-}
-
 TEST(LMAdMonitorTest, RoundsAsTheConfigurationWantsThem)
 {
-    World world { { .record = R"({"active": true, "ttlConfig": 100000, "sendingHTML": 30})" } };
-    world.start();
+    StartedWorld world { { .record = R"({"active": true, "ttlConfig": 100000, "sendingHTML": 30})" } };
     world.phone.wait(20);
-    EXPECT_NEAR(tests::timersNamed(world.phone, "LMAdMonitor configTimer]").at(0), 30, 0.1);
+    EXPECT_NEAR(test::timersNamed(world.phone, "LMAdMonitor configTimer]").at(0), 30, 0.1);
     world.service.setRecord(R"({"active": true, "ttlConfig": 100000, "sendingHTML": -1})");
     TDActivationManager::sharedInstance().getNewConfig();
     world.phone.wait(30);
-    EXPECT_NEAR(tests::timersNamed(world.phone, "LMAdMonitor configTimer]").at(0), 20, 0.1) << "polling";
+    EXPECT_NEAR(test::timersNamed(world.phone, "LMAdMonitor configTimer]").at(0), 20, 0.1) << "polling";
 }
 
 TEST(LMAdMonitorTest, ARoundReachesTheButtonsAndSendsNothing)
 {
-    World world { { .record = R"({"active": true, "ttlConfig": 100000, "sendingHTML": 30})" } };
-    world.start();
+    StartedWorld world { { .record = R"({"active": true, "ttlConfig": 100000, "sendingHTML": 30})" } };
     const auto banner = world.showMoPub();
-    const auto filler = make<Filler>();
-    filler->setAdObject(banner);
+    const auto filler = Filler::of(banner);
     ProcessorsManager::sharedInstance().addProcessor(filler);
     world.phone.wait(60);
     EXPECT_GE(filler->htmlAsked, 1);
@@ -506,13 +319,12 @@ TEST(LMAdMonitorTest, ARoundReachesTheButtonsAndSendsNothing)
 
 TEST(LMAdMonitorTest, AnOddPeriodDoesNotHangTheClock)
 {
-    World world { { .record
+    StartedWorld world { { .record
         = R"({"active": true, "ttlConfig": 100000, "sendingHTML": -5, "retryAfter": 0})" } };
-    world.start();
     world.phone.wait(5.01);
-    EXPECT_NEAR(tests::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 0.0001, 0.0001);
+    EXPECT_NEAR(test::timersNamed(world.phone, "LMEventsManager configTimer]").at(0), 0.0001, 0.0001);
     world.phone.wait(15);
-    EXPECT_NEAR(tests::timersNamed(world.phone, "LMAdMonitor configTimer]").at(0), 0.0001, 0.0001);
+    EXPECT_NEAR(test::timersNamed(world.phone, "LMAdMonitor configTimer]").at(0), 0.0001, 0.0001);
 }
 
 TEST(LMFirstTimeLaunchDetectorTest, TrueOncePerInstallation)

@@ -4,6 +4,7 @@
 #include "platform/foundation/NSKeyedArchiver.h"
 #include "platform/foundation/NSUserDefaults.h"
 #include "simulator/Phone.h"
+#include "tests/service/Events.h"
 
 #include <cmath>
 #include <csignal>
@@ -19,11 +20,15 @@ namespace fs = std::filesystem;
 
 constexpr const char* backupKey = "com.lumora.event.module.saver.ud";
 
-std::shared_ptr<TDEventModel> eventOf(const std::string& type)
+using test::eventOf;
+
+/// An archive that does not name that class.
+NSData damaged(const NSArray& events, std::string_view name)
 {
-    auto event = make<TDEventModel>();
-    event->setType(type);
-    return event;
+    NSData archive = archivedDataWithRootObject(events);
+    for (size_t at = 0; (at = archive.view().find(name)) != std::string_view::npos;)
+        archive.bytes[at] = 'X';
+    return archive;
 }
 
 class LMEventsSaverTest : public testing::Test {
@@ -67,24 +72,38 @@ TEST_F(LMEventsSaverTest, AStrangerReadsTheStore)
     LMEventsSaverUserDefaultsProvider store;
     NSUserDefaults::standardUserDefaults().setObject(NSArray { -5, 2.5, true }, "of the host");
     const auto gone = eventOf("gone");
-    const auto event = eventOf("redirect");
+    const auto event = eventOf("t");
+    event->setCreativeId("c");
+    event->setPlacementId("p");
+    event->setSdk("s");
+    event->setAdFormat("f");
+    event->setAdType("a");
+    event->setSdkVersion("v");
+    event->setScreenshot("shot");
+    event->setHtml("<p>\xC3\xA9 \xF0\x9F\x98\x80");
+    event->setVideo("mp4");
+    event->setRedirectUrl("u");
+    event->setAdId("id");
     event->setEventId("E-1");
     event->setTs(-7);
-    event->setHtml("<p>\xC3\xA9 \xF0\x9F\x98\x80");
-    event->setSdk(std::nullopt);
     event->addAdditionalInfo({ { "config", NSDictionary { { "buttonTap", 2 }, { "ratio", 0.5 } } } });
     for (const auto& stored : { gone, event, eventOf("last") })
         store.saveEvent(stored);
     store.removeEvent(gone);
     const std::string read = readByPython();
-    EXPECT_TRUE(read.starts_with("[('of the host', [-5, 2.5, True])]\n"
-                                 "{'creativeId': '-1', 'placementId': '', 'sdk': None, 'adFormat': '', "
-                                 "'adType': 'html', 'sdkVersion': '', 'type': 'redirect', 'screenshot': '', "
-                                 "'html': '<p>\xC3\xA9 \xF0\x9F\x98\x80', 'video': '', 'redirectUrl': '', "
-                                 "'ts': -7, 'additionalInfo': {'config': {'buttonTap': 2, 'ratio': 0.5}}, "
-                                 "'eventId': 'E-1', 'adId': ''}\n"))
+    EXPECT_TRUE(
+        read.starts_with("[('of the host', [-5, 2.5, True])]\n"
+                         "{'creativeId': 'c', 'placementId': 'p', 'sdk': 's', 'adFormat': 'f', "
+                         "'adType': 'a', 'sdkVersion': 'v', 'type': 't', 'screenshot': 'shot', "
+                         "'html': '<p>\xC3\xA9 \xF0\x9F\x98\x80', 'video': 'mp4', 'redirectUrl': 'u', "
+                         "'ts': -7, 'additionalInfo': {'config': {'buttonTap': 2, 'ratio': 0.5}}, "
+                         "'eventId': 'E-1', 'adId': 'id'}\n"))
         << read;
     EXPECT_EQ(std::count(read.begin(), read.end(), '\n'), 3) << read;
+    restart();
+    const auto own = LMEventsSaverUserDefaultsProvider().getAllEvents().at(0);
+    EXPECT_EQ(own->getEventAsMutableDictionary(), event->getEventAsMutableDictionary());
+    EXPECT_EQ(own->eventId(), "E-1");
 }
 
 TEST_F(LMEventsSaverTest, AStoreOfAnEarlierBuildOpens)
@@ -112,20 +131,8 @@ TEST_F(LMEventsSaverTest, WhatElseStandsUnderTheKeyIsReplaced)
         { "damaged data", NSData::fromText("bplist00 but not really") },
         { "another archive", archivedDataWithRootObject("text") },
         { "an event and a stranger", archivedDataWithRootObject(NSArray { eventOf("kept"), "stranger" }) },
-        { "a damaged archive of none",
-            [] {
-                NSData archive = archivedDataWithRootObject(NSArray {});
-                archive.bytes[archive.view().find("NSArray")] = 'X';
-                return archive;
-            }() },
-        { "an event that does not decode",
-            [] {
-                NSData archive = archivedDataWithRootObject(NSArray { eventOf("lost") });
-                const size_t at = archive.view().rfind("TDEventModel");
-                archive.bytes[at] = 'X';
-                archive.bytes[archive.view().find("TDEventModel")] = 'X';
-                return archive;
-            }() },
+        { "a damaged archive of none", damaged(NSArray {}, "NSArray") },
+        { "an event that does not decode", damaged(NSArray { eventOf("lost") }, "TDEventModel") },
     };
     for (const auto& [name, value] : rows) {
         NSUserDefaults::standardUserDefaults().setObject(value, backupKey);
@@ -199,16 +206,6 @@ TEST_F(LMEventsSaverTest, AFullDiskLosesNothingThatWasStored)
     fs::rename(copy, file());
     restart();
     EXPECT_EQ(typesStored(), std::vector<std::string> { "stored" }) << "a kill on the full disk";
-}
-
-TEST_F(LMEventsSaverTest, AnotherProviderTakesOver)
-{
-    LMEventsSaver saver { std::make_unique<LMEventsSaverUserDefaultsProvider>() };
-    const auto provider = std::make_shared<LMEventsSaverUserDefaultsProvider>();
-    saver.setDataProvider(provider);
-    saver.saveEvent(eventOf("a"), nullptr);
-    EXPECT_EQ(saver.dataProvider(), provider);
-    EXPECT_EQ(provider->eventsCount(), 1u);
 }
 
 } // namespace

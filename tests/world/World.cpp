@@ -2,7 +2,7 @@
 
 #include "platform/dispatch/VirtualExecutor.h"
 
-namespace lumora::tests {
+namespace lumora::test {
 
 Phone::Options World::phoneOptions(World& world, const Options& options)
 {
@@ -94,4 +94,4 @@ std::vector<double> timersNamed(const Phone& phone, std::string_view ending)
     return due;
 }
 
-} // namespace lumora::tests
+} // namespace lumora::test

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-namespace lumora::tests {
+namespace lumora::test {
 
 inline constexpr const char* validKey = "a-key-of-exactly-thirty-chars!";
 
@@ -62,11 +62,26 @@ public:
     Phone phone;
 };
 
-using lumora::buttonOn;
-using lumora::find;
-using lumora::reasonOn;
+/// The same, started.
+struct StartedWorld : World {
+    explicit StartedWorld(const Options& options = {})
+        : World(options)
+    {
+        start();
+    }
+};
 
 /// The pending timers whose name ends like that, in seconds from now.
 std::vector<double> timersNamed(const Phone& phone, std::string_view ending);
+
+} // namespace lumora::test
+
+// The name that the other folders have for it.
+namespace lumora::tests {
+
+using namespace test;
+using lumora::buttonOn;
+using lumora::find;
+using lumora::reasonOn;
 
 } // namespace lumora::tests
