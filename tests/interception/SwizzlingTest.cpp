@@ -75,7 +75,12 @@ TEST(SwizzlingTest, InstanceMethods)
                 nullptr },
             { "no replacement", [](auto& f) { return hook(f.parent, "value", nullptr); }, 0, { 1, 1, -1, -1 },
                 nullptr },
-            { "no class", [](auto&) { return hook(nullptr); }, 0, { 1, 1, -1, -1 }, nullptr },
+            { "inherited, where a rival has hooked",
+                [](auto& f) {
+                    method_setImplementation(class_getInstanceMethod(f.parent, "value"_sel), &three);
+                    return hook(f.child);
+                },
+                1, { 3, 13, -1, -1 }, &three },
             { "no slot",
                 [](auto& f) { return class_swizzleMethodAndStore(f.child, "value"_sel, &replaced, nullptr); },
                 1, { 1, 20, -1, -1 }, nullptr },
@@ -109,7 +114,6 @@ TEST(SwizzlingTest, ClassMethods)
             { "absent", [](auto& f) { return hook(f.parent, "missing"); }, 0, { -1, -1, 2, 2 }, nullptr },
             { "an instance method is none", [](auto& f) { return hook(f.parent, "value"); }, 0,
                 { -1, -1, 2, 2 }, nullptr },
-            { "no class", [](auto&) { return hook(nullptr); }, 0, { -1, -1, 2, 2 }, nullptr },
             { "no slot",
                 [](auto& f) {
                     return class_swizzleClassMethodAndStore(f.parent, "kind"_sel, &replaced, nullptr);
