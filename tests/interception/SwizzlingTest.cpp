@@ -61,6 +61,7 @@ void check(const std::vector<Row>& rows, const char* selector)
 
 TEST(SwizzlingTest, InstanceMethods)
 {
+    const std::vector<int64_t> untouched { 1, 1, -1, -1 };
     static const auto hook = [](Class cls, const char* selector = "value", const IMP& with = &hooked) {
         return class_swizzleMethodAndStore(cls, sel_registerName(selector), with, &valueIMP);
     };
@@ -68,12 +69,11 @@ TEST(SwizzlingTest, InstanceMethods)
         { { "own", [](auto& f) { return hook(f.parent); }, 1, { 11, 11, -1, -1 }, &one },
             { "inherited: the superclass stays", [](auto& f) { return hook(f.child); }, 1, { 1, 11, -1, -1 },
                 &one },
-            { "absent", [](auto& f) { return hook(f.parent, "missing"); }, 0, { 1, 1, -1, -1 }, nullptr },
-            { "a class method is none", [](auto& f) { return hook(f.parent, "kind"); }, 0, { 1, 1, -1, -1 },
+            { "absent", [](auto& f) { return hook(f.parent, "missing"); }, 0, untouched, nullptr },
+            { "a class method is none", [](auto& f) { return hook(f.parent, "kind"); }, 0, untouched,
                 nullptr },
-            { "other types", [](auto& f) { return hook(f.parent, "value", &text); }, 0, { 1, 1, -1, -1 },
-                nullptr },
-            { "no replacement", [](auto& f) { return hook(f.parent, "value", nullptr); }, 0, { 1, 1, -1, -1 },
+            { "other types", [](auto& f) { return hook(f.parent, "value", &text); }, 0, untouched, nullptr },
+            { "no replacement", [](auto& f) { return hook(f.parent, "value", nullptr); }, 0, untouched,
                 nullptr },
             { "inherited, where a rival has hooked",
                 [](auto& f) {
@@ -88,12 +88,13 @@ TEST(SwizzlingTest, InstanceMethods)
                 [](auto&) {
                     return int { send(Class {}, sel::swizzle, "value"_sel, IMP { &hooked }, &valueIMP) };
                 },
-                0, { 1, 1, -1, -1 }, nullptr } },
+                0, untouched, nullptr } },
         "value");
 }
 
 TEST(SwizzlingTest, ClassMethods)
 {
+    const std::vector<int64_t> untouched { -1, -1, 2, 2 };
     static const auto hook = [](Class cls, const char* selector = "kind") {
         return class_swizzleClassMethodAndStore(cls, sel_registerName(selector), &hooked, &valueIMP);
     };
@@ -110,10 +111,10 @@ TEST(SwizzlingTest, ClassMethods)
                 { 3, 12, 12, 12 }, &two },
             { "an instance method of other types",
                 [](auto& f) { return class_addMethod(f.parent, "kind"_sel, &text) ? hook(f.parent) : -1; }, 0,
-                { -1, -1, 2, 2 }, nullptr },
-            { "absent", [](auto& f) { return hook(f.parent, "missing"); }, 0, { -1, -1, 2, 2 }, nullptr },
-            { "an instance method is none", [](auto& f) { return hook(f.parent, "value"); }, 0,
-                { -1, -1, 2, 2 }, nullptr },
+                untouched, nullptr },
+            { "absent", [](auto& f) { return hook(f.parent, "missing"); }, 0, untouched, nullptr },
+            { "an instance method is none", [](auto& f) { return hook(f.parent, "value"); }, 0, untouched,
+                nullptr },
             { "no slot",
                 [](auto& f) {
                     return class_swizzleClassMethodAndStore(f.parent, "kind"_sel, &replaced, nullptr);

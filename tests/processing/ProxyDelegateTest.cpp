@@ -248,12 +248,9 @@ TEST(WebViewTrackerTest, KeepsARecordForEachTimeAViewWasAdded)
     EXPECT_FALSE(tracker.isTrackered(make<WKWebView>().get()));
     EXPECT_FALSE(tracker.isTrackered(nullptr));
     tracker.addEvent(twice.get(), "event");
-    tracker.addEvent(twice.get(), {});
-    tracker.addClassName(twice.get(), "MPWebView");
     const auto record = tracker.getEventsForWebView(twice.get());
     ASSERT_TRUE(record);
     EXPECT_EQ(record->webView(), twice);
-    EXPECT_EQ(record->className.get(), "MPWebView");
     EXPECT_EQ(record->events.get(), NSArray { "event" });
     EXPECT_EQ(tracker.getEventsForWebView(once.get())->events.get(), NSArray {});
     struct Twin final : NSObject {
