@@ -298,12 +298,6 @@ TEST_F(ReportFlowTest, AProcessorGivesMarkupAndType)
 {
     class Processor final : public LMAdViewProcessor {
     public:
-        static const ClassDescription& classDescription()
-        {
-            static const ClassDescription description
-                = ClassDescription::of<Processor, NSObject>("TestMarkupProcessor");
-            return description;
-        }
         void updateEventInfo(const std::shared_ptr<TDEventModel>&, const EventCompletion&) override { }
         std::string getAdTypeInString() override { return raises ? throw 1 : "video"; }
         void getNewHTMLWithPurpose(HTMLPurpose purpose, const HTMLCompletion& completion) override

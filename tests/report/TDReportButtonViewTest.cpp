@@ -187,28 +187,22 @@ TEST_F(TDReportButtonViewTest, AnOffMainReportMovesItselfToTheMainThread)
     EXPECT_EQ(button->buttonState(), State::Reported);
 }
 
-TEST(TDButtonManagerTest, DisablingRemovesButDoesNotUnregister)
+TEST_F(TDReportButtonViewTest, DisablingRemovesButDoesNotUnregister)
 {
-    World world;
-    world.start();
-    TDButtonManager::sharedInstance().disableAllButtons();
-    std::vector<std::shared_ptr<UIView>> banners { world.showMoPub(), world.showAdMob(), world.showMoPub() };
-    std::vector<std::shared_ptr<TDReportButtonView>> buttons
-        = TDButtonManager::sharedInstance().getButtonsArray();
-    ASSERT_EQ(buttons.size(), 3u);
-    TDButtonManager::sharedInstance().addButton(buttons.front());
-    TDButtonManager::sharedInstance().disableAllButtons();
-    EXPECT_TRUE(buttons.front()->superview()) << "on the main queue, not here";
+    auto& manager = TDButtonManager::sharedInstance();
+    manager.disableAllButtons();
+    const auto stays = world.showMoPub();
+    const auto other = world.showAdMob();
+    const auto button = tests::buttonOn(*stays);
+    manager.addButton(button);
+    EXPECT_EQ(manager.getButtonsArray().size(), 2u);
+    manager.disableAllButtons();
+    EXPECT_TRUE(button->superview()) << "on the main queue, not here";
     world.phone.clock().drain();
-    for (const auto& button : buttons) {
-        EXPECT_FALSE(button->superview());
-        EXPECT_TRUE(TDButtonManager::sharedInstance().containsButton(button.get()));
-    }
-    buttons.pop_back();
-    EXPECT_EQ(TDButtonManager::sharedInstance().getButtonsArray().size(), 2u)
-        << "the dead leave by themselves";
-    TDButtonManager::sharedInstance().removeButton(buttons.front().get());
-    EXPECT_EQ(TDButtonManager::sharedInstance().getButtonsArray().size(), 1u);
+    EXPECT_FALSE(button->superview() || tests::buttonOn(*other));
+    EXPECT_EQ(manager.getButtonsArray(), std::vector { button }) << "the dead leave by themselves";
+    manager.removeButton(button.get());
+    EXPECT_TRUE(manager.getButtonsArray().empty());
 }
 
 TEST(TDReportButtonPlacementTest, TheLastRuleForAnAdCounts)
