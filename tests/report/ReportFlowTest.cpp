@@ -28,12 +28,12 @@ class Listener final : public ReportButtonDelegate {
 public:
     void reportButtonWasClickedInView(UIView& adView, const NSDictionary& info) override
     {
-        views.push_back(&adView);
+        view = &adView;
         reports.push_back(info);
         if (raises)
             throw std::runtime_error("the host's own trouble");
     }
-    std::vector<UIView*> views;
+    UIView* view { nullptr };
     std::vector<NSDictionary> reports;
     bool raises { false };
 };
@@ -173,11 +173,7 @@ TEST_F(ReportFlowTest, ARefusedDeliveryTakesTheButtonAndKeepsTheReport)
 TEST_F(ReportFlowTest, TheHostHearsOnceItAsksTheConfiguredButton)
 {
     const auto listener = make<Listener>();
-    const auto view = make<UIView>();
-    view->setFrame(CGRectMake(0, 0, 320, 50));
-    world.phone.content().addSubview(view);
-    LMReportButtonHelper::addReportButtonToView(view.get(), listener.get());
-    world.phone.wait(1);
+    const auto view = tests::adWithButton(world, CGRectMake(0, 0, 320, 50), {}, listener.get());
     const auto handler = buttonOn(*view)->buttonHandler();
     handler->sendReportWithInfo("my own words");
     handler->handleButtonTapAction(make<UITapGestureRecognizer>().get());
@@ -191,7 +187,7 @@ TEST_F(ReportFlowTest, TheHostHearsOnceItAsksTheConfiguredButton)
     send(buttonOn(*view), sel::sendReportWithInfo, Value {});
     send(buttonOn(*view), sel::sendReportWithInfo, Value { "more words" });
     ASSERT_EQ(listener->reports.size(), 1u) << "before delivery";
-    EXPECT_EQ(listener->views.front(), view.get());
+    EXPECT_EQ(listener->view, view.get());
     EXPECT_EQ(listener->reports.front()["type"], Value { "more words" });
     world.phone.wait(1);
     EXPECT_EQ(world.lastReport()["type"], Value { "more words" }) << "a raising host stops nothing";
