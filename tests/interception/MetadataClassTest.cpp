@@ -71,7 +71,7 @@ TEST(MetadataClassTest, ThereIsNoAnswerAboutWhatItCannotKnow)
 {
     const Phone phone { {} };
     const auto classless = std::make_shared<Object>();
-    int asked = 0;
+    int asked = 0, photographed = 0;
     for (const std::string network : { "AOL", "AdColony", "AdMobV42", "Amazon", "AppLovin", "AppNexus",
              "DFPV42", "Facebook", "InMobi", "Ironsource", "MoPub", "OpenX", "Smaato", "SpotX", "Taboola",
              "Tapjoy", "Teads", "Unity", "Verizon", "Verve", "Vungle" }) {
@@ -80,12 +80,15 @@ TEST(MetadataClassTest, ThereIsNoAnswerAboutWhatItCannotKnow)
             if (!cls)
                 continue;
             asked++;
+            photographed += respondsToSelector(cls, sel::getOtherViewForScreenshotWithView);
+            EXPECT_TRUE(class_conformsToProtocol(cls, TDMetadataClassProtocol)) << cls->name();
             EXPECT_EQ(answersAbout(cls, nullptr, nullptr), "") << cls->name();
             EXPECT_EQ(answersAbout(cls, make<UIView>().get(), make<NSObject>().get()), "") << cls->name();
             EXPECT_EQ(answersAbout(cls, classless.get(), classless.get()), "") << cls->name();
         }
     }
     EXPECT_EQ(asked, 45);
+    EXPECT_EQ(photographed, 15);
 }
 
 std::string text(id, SEL) { return "1.2"; }
@@ -285,6 +288,7 @@ TEST_F(UnityTest, ThePlayerIsToldWhileItLives)
             messageText(s_player.get(), "pause"_sel, {}), messageText(s_player.get(), "play"_sel, {}) }));
     s_player = nullptr;
     EXPECT_FALSE(send(unity, sel::havePlayer));
+    EXPECT_TRUE(class_conformsToProtocol(unity, TDMetadataClassPlayerManipulateSupportProtocol));
     EXPECT_NO_THROW(send(unity, sel::pausePlayer));
 }
 

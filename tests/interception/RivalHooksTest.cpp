@@ -78,13 +78,8 @@ void replaceAsARivalDoes(const std::pair<Class, SEL>& method, int occasion, bool
               .function;
 }
 
-struct Shown {
-    std::vector<std::string> sent;
-    std::ptrdiff_t buttons { 0 };
-    size_t impressions { 0 };
-};
-
-Shown show(World& world, const StandInFormat& format)
+/// Shows an ad; gives the messages that its SDK was sent.
+std::vector<std::string> show(World& world, const StandInFormat& format)
 {
     world.phone.wait(1);
     takeReceived();
@@ -106,9 +101,11 @@ Shown show(World& world, const StandInFormat& format)
     std::sort(s_rivalsRan.begin(), s_rivalsRan.end());
     EXPECT_EQ(s_rivalsRan, runs);
     const auto on = ad.adView ? ad.adView->subviews() : std::vector<std::shared_ptr<UIView>> {};
-    return { ad.sent(),
-        std::count_if(on.begin(), on.end(), [](auto& view) { return as<TDReportButtonView>(view); }),
-        world.service.impressions().size() - before };
+    EXPECT_EQ(std::count_if(
+                  on.begin(), on.end(), [](auto& view) { return as<TDReportButtonView>(view) != nullptr; }),
+        ad.adView ? 1 : 0);
+    EXPECT_EQ(world.service.impressions().size() - before, ad.adView ? 1u : 0u);
+    return ad.sent();
 }
 
 // The world of a host that carries these SDKs.
@@ -124,7 +121,7 @@ tests::World::Options with(std::vector<const StandInNetwork*> networks)
 
 TEST(RivalLibrariesTest, EveryLibraryAndTheOriginalRunOncePerMessageWhateverTheOrder)
 {
-    std::map<const StandInFormat*, Shown> alone;
+    std::map<const StandInFormat*, std::vector<std::string>> alone;
     {
         World world(with(allStandIns()));
         world.start();
@@ -143,7 +140,7 @@ TEST(RivalLibrariesTest, EveryLibraryAndTheOriginalRunOncePerMessageWhateverTheO
         std::set<std::pair<Class, SEL>> methods;
         for (const StandInNetwork* network : present) {
             for (const StandInFormat& format : network->formats) {
-                for (const std::string& message : alone[&format].sent)
+                for (const std::string& message : alone[&format])
                     methods.insert(methodOf(message));
             }
         }
@@ -161,9 +158,7 @@ TEST(RivalLibrariesTest, EveryLibraryAndTheOriginalRunOncePerMessageWhateverTheO
         for (const StandInNetwork* network : present) {
             for (const StandInFormat& format : network->formats) {
                 SCOPED_TRACE(std::string { network->name } + " " + format.name);
-                const Shown shown = show(world, format);
-                EXPECT_EQ(shown.buttons, alone[&format].buttons);
-                EXPECT_EQ(shown.impressions, alone[&format].impressions);
+                show(world, format);
             }
         }
         s_replaced.clear();

@@ -162,11 +162,11 @@ TEST_F(LMAdViewProcessorsFactoryTest, AProcessorThatCannotBeMadeIsNoneAndSaysSo)
         EXPECT_EQ(LMAdViewProcessorsFactory::getProcessorForObject(standInView(kind, {}).get()), nullptr)
             << kind;
     EXPECT_EQ(LMAdViewProcessorsFactory::getProcessorForObject(nullptr), nullptr);
-    size_t complaints = 0;
-    for (const std::string& line : phone.console().lines())
-        complaints += line
-            == "[Lumora] [ProcessorFactory] class is supporting, but failed when creating AdViewProcessor";
-    EXPECT_EQ(complaints, 2u);
+    const auto lines = phone.console().lines();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(),
+                  "[Lumora] [ProcessorFactory] class is supporting, but failed when creating "
+                  "AdViewProcessor"),
+        2);
 }
 
 } // namespace

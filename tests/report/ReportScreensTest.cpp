@@ -45,7 +45,6 @@ public:
         : m_window(window)
     {
     }
-
     Flaws flawsOf(UIView& screen)
     {
         inspect(screen);
