@@ -94,6 +94,11 @@ public:
         heard++;
         send(next.lock(), sel::webViewDidFinishNavigation, view, navigation);
     }
+    static std::shared_ptr<Bridge> ofANetwork()
+    {
+        ClassBuilder("LMOpenXProcessor", classOf<NSObject>());
+        return alloc<Bridge>(ClassBuilder("OXMWebView", classOf<Bridge>()).build());
+    }
     void putInFrontOf(const std::shared_ptr<WKWebView>& view)
     {
         next = send(view, sel::navigationDelegate);
@@ -106,8 +111,7 @@ public:
 TEST(ProxyDelegateTest, ABridgeInFrontKeepsTheNetwork)
 {
     Browser browser(true);
-    ClassBuilder("LMOpenXProcessor", classOf<NSObject>());
-    const auto bridge = alloc<Bridge>(ClassBuilder("OXMWebView", classOf<Bridge>()).build());
+    const auto bridge = Bridge::ofANetwork();
     bridge->putInFrontOf(browser.view);
     browser.load("<p>x");
     EXPECT_EQ(bridge->heard, 1);
@@ -123,8 +127,7 @@ TEST(ProxyDelegateTest, ABridgeInFrontKeepsTheNetwork)
 TEST(ProxyDelegateTest, AMessageThatComesRoundEnds)
 {
     Browser browser(true);
-    ClassBuilder("LMOpenXProcessor", classOf<NSObject>());
-    const auto bridge = alloc<Bridge>(ClassBuilder("OXMWebView", classOf<Bridge>()).build());
+    const auto bridge = Bridge::ofANetwork();
     std::vector<std::shared_ptr<Object>> kept;
     for (int i = 0; i < 2; i++) {
         kept.push_back(browser.view->navigationDelegate());
@@ -143,7 +146,7 @@ TEST(ProxyDelegateTest, ADelegateMayTakeTheProxyOffInTheMiddle)
     std::string heard;
     browser.diary->onFinish = [&] {
         heard = lines;
-        send(browser.view, sel::setProxyController, static_cast<id>(nullptr));
+        send(browser.view, sel::setProxyController, id {});
         browser.diary.reset();
     };
     browser.load("<p>x");
@@ -156,6 +159,10 @@ protected:
     static bool responds(const std::shared_ptr<ProxyDelegate>& proxy, SEL selector)
     {
         return send<bool>(proxy.get(), "respondsToSelector:"_sel, selector);
+    }
+    static void finish(const std::shared_ptr<ProxyDelegate>& proxy)
+    {
+        send(proxy, sel::webViewDidFinishNavigation, id {}, id {});
     }
     Phone phone { {} };
     std::shared_ptr<NavigationDiary> diary { make<NavigationDiary>() };
@@ -172,8 +179,7 @@ TEST_F(ProxyTest, ItAnswersWhatTheOriginAnswersAsLongAsThatLives)
     EXPECT_THROW(proxy->valueForKey("unknown"), NSException);
     diary.reset();
     EXPECT_FALSE(responds(proxy, sel::webViewDidFinishNavigation));
-    EXPECT_NO_THROW(
-        send(proxy, sel::webViewDidFinishNavigation, static_cast<id>(nullptr), static_cast<id>(nullptr)));
+    EXPECT_NO_THROW(finish(proxy));
 }
 
 TEST_F(ProxyTest, AProxyInsideAProxyKeepsItsNetwork)
@@ -183,7 +189,7 @@ TEST_F(ProxyTest, AProxyInsideAProxyKeepsItsNetwork)
     ProxyDelegate& owned = *inner;
     inner.reset();
     ASSERT_TRUE(outer->originDelegate());
-    send(outer, sel::webViewDidFinishNavigation, static_cast<id>(nullptr), static_cast<id>(nullptr));
+    finish(outer);
     EXPECT_EQ(diary->lines, "finished another");
     owned.setOriginDelegate(outer.get());
     EXPECT_FALSE(responds(outer, sel::webViewDidFinishNavigation)) << "a circle counts as no delegate";
@@ -202,14 +208,15 @@ TEST_F(ProxyTest, TheObserverHearsFirstAndHarmsNothing)
     const auto proxy = proxyOf(diary);
     proxy->setFakeDelegate(observer.get());
     diary->onFinish = [] { heard.emplace_back("network"); };
-    send(proxy, sel::webViewDidFinishNavigation, static_cast<id>(nullptr), static_cast<id>(nullptr));
+    finish(proxy);
     EXPECT_EQ(heard, (std::vector<std::string> { "observer", "network" }));
-    send(proxy, sel::webViewDidCommitNavigation, static_cast<id>(nullptr), static_cast<id>(nullptr));
+    send(proxy, sel::webViewDidCommitNavigation, id {}, id {});
     EXPECT_EQ(diary->lines, "finished another, committed") << "not asked for what it does not answer";
     const auto alone = proxyOf(nullptr);
     alone->setFakeDelegate(observer.get());
-    send(alone, sel::webViewDidFinishNavigation, static_cast<id>(nullptr), static_cast<id>(nullptr));
+    finish(alone);
     EXPECT_EQ(heard.size(), 3u) << "also without a network";
+    EXPECT_THROW(finish(proxyOf(observer)), std::runtime_error) << "what a network raises passes through";
 }
 
 TEST_F(ProxyTest, AnOldStyleLoadIsNeverWanted)
@@ -221,10 +228,7 @@ TEST_F(ProxyTest, AnOldStyleLoadIsNeverWanted)
     const auto network = alloc<Object>(
         ClassBuilder("OldNetwork", classOf<NSObject>()).method(selector, shouldStart).build());
     const auto proxy = proxyOf(network);
-    const auto ask = [&] {
-        return send<bool>(
-            proxy.get(), selector, static_cast<id>(nullptr), static_cast<id>(nullptr), int64_t { 0 });
-    };
+    const auto ask = [&] { return send<bool>(proxy.get(), selector, id {}, id {}, int64_t { 0 }); };
     EXPECT_TRUE(responds(proxy, selector));
     EXPECT_FALSE(ask());
     EXPECT_EQ(asked, 0);
@@ -233,44 +237,27 @@ TEST_F(ProxyTest, AnOldStyleLoadIsNeverWanted)
     EXPECT_EQ(asked, 2) << "an observer that wants it is followed by the network";
 }
 
-TEST_F(ProxyTest, WhatTheNetworkRaisesPassesThrough)
+TEST(WebViewTrackerTest, ARecordIsFoundByEqualityAndKeepsNoViewAlive)
 {
-    static const auto raise = +[](id, SEL, id, id) { throw std::domain_error("the network's own"); };
-    const auto network = alloc<Object>(
-        ClassBuilder("Raising", classOf<NSObject>()).method(sel::webViewDidFinishNavigation, raise).build());
-    EXPECT_THROW(send(proxyOf(network), sel::webViewDidFinishNavigation, static_cast<id>(nullptr),
-                     static_cast<id>(nullptr)),
-        std::domain_error);
-}
-
-TEST(WebViewTrackerTest, KeepsARecordForEachTimeAViewWasAdded)
-{
-    Phone phone { {} };
-    WebViewTracker& tracker = WebViewTracker::sharedTracker();
-    auto twice = make<WKWebView>();
-    const auto once = make<WKWebView>();
-    for (id view : std::initializer_list<id> { twice.get(), once.get(), twice.get(), nullptr })
-        tracker.addWebView(view);
-    EXPECT_TRUE(tracker.isTrackered(twice.get()));
-    EXPECT_FALSE(tracker.isTrackered(make<WKWebView>().get()));
-    EXPECT_FALSE(tracker.isTrackered(nullptr));
-    tracker.addEvent(twice.get(), "event");
-    tracker.addEvent(twice.get(), {});
-    tracker.addClassName(twice.get(), "MPWebView");
-    const auto record = tracker.getEventsForWebView(twice.get());
-    ASSERT_TRUE(record);
-    EXPECT_EQ(record->webView(), twice);
-    EXPECT_EQ(record->className.get(), "MPWebView");
-    EXPECT_EQ(record->events.get(), NSArray { "event" });
-    EXPECT_EQ(tracker.getEventsForWebView(once.get())->events.get(), NSArray {});
     struct Twin final : NSObject {
         bool isEqual(const Object*) const override { return true; }
     };
+    Phone phone { {} };
+    WebViewTracker& tracker = WebViewTracker::sharedTracker();
+    auto view = make<WKWebView>();
+    for (id added : { id { view.get() }, id {} })
+        tracker.addWebView(added);
+    EXPECT_FALSE(tracker.isTrackered(make<WKWebView>().get()));
+    EXPECT_FALSE(tracker.isTrackered(nullptr));
+    for (const Value& event : { Value { "event" }, Value {} })
+        tracker.addEvent(view.get(), event);
+    const auto record = tracker.getEventsForWebView(view.get());
+    EXPECT_EQ(record->events.get(), NSArray { "event" });
     const auto twin = std::make_shared<Twin>();
     tracker.addWebView(twin.get());
-    EXPECT_TRUE(tracker.isTrackered(make<WKWebView>().get())) << "compared by equality";
-    twice.reset();
-    EXPECT_EQ(record->webView(), nullptr) << "a record keeps no view alive";
+    EXPECT_TRUE(tracker.isTrackered(make<WKWebView>().get()));
+    view.reset();
+    EXPECT_EQ(record->webView(), nullptr);
 }
 
 } // namespace

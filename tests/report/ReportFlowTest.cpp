@@ -28,62 +28,46 @@ class Listener final : public ReportButtonDelegate {
 public:
     void reportButtonWasClickedInView(UIView& adView, const NSDictionary& info) override
     {
-        views.push_back(&adView);
+        view = &adView;
         reports.push_back(info);
         if (raises)
             throw std::runtime_error("the host's own trouble");
     }
-    std::vector<UIView*> views;
+    UIView* view { nullptr };
     std::vector<NSDictionary> reports;
     bool raises { false };
 };
 
-/// A network of the tests' own, with every optional answer, for interstitials.
-class Metaclass final : public NSObject {
-public:
-    static const ClassDescription& classDescription()
-    {
-        static const ClassDescription description
-            = ClassDescription::of<Metaclass, NSObject>("TestMetaclass")
-                  .classMethod<&name>(sel::getSDKName)
-                  .classMethod<&version>(sel::getVersion)
-                  .classMethod<&type>(sel::adType)
-                  .classMethod<&creative>(sel::getCreativeIDWithObject_withSupportObject)
-                  .classMethod<&plain>(sel::getCreativeIDWithObject)
-                  .classMethod<&placement>(sel::getPlacementIDWithObject_withSupportObject)
-                  .classMethod<&plain>(sel::getPlacementIDWithObject)
-                  .classMethod<&info>(sel::getOtherInfoForView)
-                  .classMethod<&supportInfo>(sel::getOtherInfoForView_andForSupportObject)
-                  .classMethod<&photographed>(sel::getOtherViewForScreenshotWithView)
-                  .classMethod<&havePlayer>(sel::havePlayer)
-                  .classMethod<&playPlayer>(sel::playPlayer)
-                  .protocol(TDMetadataClassPlayerManipulateSupportProtocol);
-        return description;
-    }
-    static std::string name() { return "TestNet"; }
-    static std::string version() { return "1"; }
-    static std::string type() { return "interstitial"; }
-    static std::string creative(id adView, id support) { return adView && support ? "both" : "missing"; }
-    static std::string plain(id) { return "plain"; }
-    static std::string placement(id adView, id support) { return adView && support ? "place" : "missing"; }
-    static Value info(id)
-    {
-        class Indescribable final : public NSObject {
-            std::string description() const override { throw std::runtime_error("no words"); }
-        };
-        return NSDictionary { { "raises", make<Indescribable>() }, { "extra", "yes" } };
-    }
-    static Value supportInfo(id, id) { return "not asked"; }
-    static std::shared_ptr<Object> photographed(id)
-    {
-        return picture ? picture : throw NSException(NSUndefinedKeyException, "a renamed property");
-    }
-    static inline std::shared_ptr<Object> picture;
-    static bool havePlayer() { return player != Player::None; }
-    static void playPlayer() { player = Player::Playing; }
-    enum class Player { None, Paused, Playing };
-    static inline Player player { Player::None };
+class Indescribable final : public NSObject {
+    std::string description() const override { throw std::runtime_error("no words"); }
 };
+
+enum class Player { None, Paused, Playing } s_player { Player::None };
+std::shared_ptr<Object> s_photographed;
+
+/// Of a network whose interstitials have a video, and which raises where it can.
+NSDictionary videoMetadata()
+{
+    ClassBuilder network("TestMetaclass", classOf<FullScreenAd>());
+    network
+        .classMethod(
+            sel::getOtherInfoForView,
+            +[](id, SEL, id) -> Value {
+                return NSDictionary { { "raises", make<Indescribable>() }, { "extra", "yes" } };
+            })
+        .classMethod(
+            sel::getOtherViewForScreenshotWithView,
+            +[](id, SEL, id) {
+                return s_photographed ? s_photographed
+                                      : throw NSException(NSUndefinedKeyException, "a renamed property");
+            })
+        .classMethod(
+            sel::havePlayer, +[](id, SEL) { return s_player != Player::None; })
+        .classMethod(
+            sel::playPlayer, +[](id, SEL) { s_player = Player::Playing; })
+        .protocol(TDMetadataClassPlayerManipulateSupportProtocol);
+    return { { LMReportButtonHelper::metaclassKey, retain(network.build()) } };
+}
 
 class ReportFlowTest : public testing::Test {
 protected:
@@ -93,9 +77,11 @@ protected:
     {
         return tests::adWithButton(world, { {}, size }, metadata);
     }
-    static NSDictionary interstitial(const std::shared_ptr<Object>& support)
+    std::shared_ptr<LMReportAdView> openOverlay(UIView& banner)
     {
-        return { { "metaclass", retain(classOf<Metaclass>()) }, { "supportview", Value::weak(support) } };
+        world.phone.tap(*buttonOn(banner));
+        world.phone.wait(0.5);
+        return tests::find<LMReportAdView>(banner);
     }
     void choose(UIView& banner, const char* reason)
     {
@@ -112,9 +98,7 @@ TEST_F(ReportFlowTest, ABannerFromLoadToReportedAndGone)
     const auto button = buttonOn(*banner);
     ASSERT_TRUE(button);
     EXPECT_EQ(button->buttonState(), State::Full);
-    world.phone.tap(*button);
-    world.phone.wait(0.5);
-    const auto overlay = tests::find<LMReportAdView>(*banner);
+    const auto overlay = openOverlay(*banner);
     ASSERT_TRUE(overlay);
     EXPECT_EQ(overlay->alpha(), 1);
     EXPECT_EQ(overlay->frame(), CGRectMake(0, 0, 300, 250));
@@ -124,10 +108,6 @@ TEST_F(ReportFlowTest, ABannerFromLoadToReportedAndGone)
     EXPECT_FALSE(tests::find<LMReportAdView>(*banner));
     const NSDictionary report = world.lastReport();
     EXPECT_EQ(report["type"], Value { "offensive" });
-    EXPECT_EQ(report["sdk"], Value { "MoPub" });
-    EXPECT_EQ(report["sdkVersion"], Value { MoPubStandIn::version });
-    EXPECT_EQ(report["creativeId"], Value { "dsp-1" });
-    EXPECT_EQ(report["adFormat"], Value { "banner" });
     EXPECT_EQ(report["adId"], Value { button->adLocalId() });
     EXPECT_TRUE(report["screenshot"].stringOrEmpty().starts_with("iVBORw0KGgo"));
     EXPECT_EQ(report["html"], Value { "" });
@@ -163,9 +143,7 @@ TEST_F(ReportFlowTest, CancellingTheOverlayTakesTheButtonForGood)
 {
     const auto banner = world.showMoPub();
     const auto button = buttonOn(*banner);
-    world.phone.tap(*button);
-    world.phone.wait(0.5);
-    const auto overlay = tests::find<LMReportAdView>(*banner);
+    const auto overlay = openOverlay(*banner);
     overlay->setup();
     const auto close = as<UIView>(overlay->valueForKey("buttonClose").object());
     EXPECT_EQ(close->gestureRecognizers().size(), 1u) << "set up twice, one recognizer";
@@ -183,8 +161,7 @@ TEST_F(ReportFlowTest, ARefusedDeliveryTakesTheButtonAndKeepsTheReport)
 {
     const auto banner = world.showMoPub();
     world.setServiceAway(true);
-    world.phone.tap(*buttonOn(*banner));
-    world.phone.wait(0.5);
+    openOverlay(*banner);
     choose(*banner, "fraud");
     EXPECT_FALSE(buttonOn(*banner));
     EXPECT_EQ(LMEventsSaverUserDefaultsProvider().eventsCount(), 1u);
@@ -193,31 +170,10 @@ TEST_F(ReportFlowTest, ARefusedDeliveryTakesTheButtonAndKeepsTheReport)
     EXPECT_EQ(world.lastReport()["type"], Value { "fraud" });
 }
 
-TEST_F(ReportFlowTest, AReportKeptThroughAKillArrivesOnce)
-{
-    auto banner = world.showAdMob();
-    world.setServiceAway(true);
-    world.phone.tap(*buttonOn(*banner));
-    world.phone.wait(0.5);
-    choose(*banner, "repetitive");
-    banner.reset();
-    world.restart();
-    world.setServiceAway(false);
-    world.start();
-    world.phone.wait(400);
-    ASSERT_EQ(world.service.reports().size(), 1u);
-    EXPECT_EQ(world.lastReport()["creativeId"], Value { "12345" });
-    EXPECT_EQ(world.lastReport()["type"], Value { "repetitive" });
-}
-
 TEST_F(ReportFlowTest, TheHostHearsOnceItAsksTheConfiguredButton)
 {
     const auto listener = make<Listener>();
-    const auto view = make<UIView>();
-    view->setFrame(CGRectMake(0, 0, 320, 50));
-    world.phone.content().addSubview(view);
-    LMReportButtonHelper::addReportButtonToView(view.get(), listener.get());
-    world.phone.wait(1);
+    const auto view = tests::adWithButton(world, CGRectMake(0, 0, 320, 50), {}, listener.get());
     const auto handler = buttonOn(*view)->buttonHandler();
     handler->sendReportWithInfo("my own words");
     handler->handleButtonTapAction(make<UITapGestureRecognizer>().get());
@@ -231,46 +187,31 @@ TEST_F(ReportFlowTest, TheHostHearsOnceItAsksTheConfiguredButton)
     send(buttonOn(*view), sel::sendReportWithInfo, Value {});
     send(buttonOn(*view), sel::sendReportWithInfo, Value { "more words" });
     ASSERT_EQ(listener->reports.size(), 1u) << "before delivery";
-    EXPECT_EQ(listener->views.front(), view.get());
+    EXPECT_EQ(listener->view, view.get());
     EXPECT_EQ(listener->reports.front()["type"], Value { "more words" });
     world.phone.wait(1);
     EXPECT_EQ(world.lastReport()["type"], Value { "more words" }) << "a raising host stops nothing";
     EXPECT_EQ(world.lastImpression()["sdk"], Value { "user_defined" });
 }
 
-TEST_F(ReportFlowTest, WithoutAControllerTheFlowStaysWhereItIs)
+TEST_F(ReportFlowTest, WithoutAControllerThatPresentsTheFlowStaysWhereItIs)
 {
-    const auto banner = world.showMoPub();
-    world.phone.window().setRootViewController(nullptr);
-    const auto handler = buttonOn(*banner)->buttonHandler();
-    handler->handleButtonTapAction(make<UITapGestureRecognizer>().get());
-    EXPECT_FALSE(tests::find<LMReportAdView>(*banner));
-    EXPECT_EQ(handler->vcState(), TDButtonHandler::FlowState::ScreenShown);
-    world.phone.window().setRootViewController(make<UIViewController>());
-    handler->handleButtonTapAction(make<UITapGestureRecognizer>().get());
-    EXPECT_FALSE(tests::find<LMReportAdView>(*banner)) << "and further taps do nothing";
-}
-
-TEST_F(ReportFlowTest, APresentationThatRaisesLeavesTheFlowToo)
-{
-    static int s_presentations;
-    s_presentations = 0;
-    const IMP raise { +[](id, SEL, id, bool, const std::function<void()>&) {
-        s_presentations++;
-        throw 1;
-    } };
-    world.phone.window().setRootViewController(
-        alloc<UIViewController>(ClassBuilder("Raiser", classOf<UIViewController>())
-                                    .method(sel::presentViewController, raise)
-                                    .build()));
-    const auto view = adView({ 375, 812 }, fullScreenMetadata());
-    const auto button = buttonOn(*view);
-    button->animateFromIconToFull();
-    world.phone.wait(0.5);
-    for (int taps = 0; taps < 2; taps++, world.phone.wait(0.5))
-        world.phone.tap(*button);
-    EXPECT_EQ(button->buttonState(), State::Full);
-    EXPECT_EQ(s_presentations, 1) << "further taps do nothing";
+    const IMP raise { +[](id, SEL, id, bool, const std::function<void()>&) { throw 1; } };
+    const auto raiser = alloc<UIViewController>(ClassBuilder("Raiser", classOf<UIViewController>())
+                                                    .method(sel::presentViewController, raise)
+                                                    .build());
+    for (const auto& first : { std::shared_ptr<UIViewController> {}, raiser }) {
+        const auto view = first ? adView({ 375, 812 }, fullScreenMetadata()) : world.showMoPub();
+        const auto button = buttonOn(*view);
+        button->animateFromIconToFull();
+        world.phone.wait(0.5);
+        for (const auto& controller : { first, make<UIViewController>() }) {
+            world.phone.window().setRootViewController(controller);
+            button->buttonHandler()->handleButtonTapAction(make<UITapGestureRecognizer>().get());
+            EXPECT_EQ(button->buttonState(), State::Full) << "and further taps do nothing";
+            EXPECT_EQ(button->buttonHandler()->vcState(), TDButtonHandler::FlowState::ScreenShown);
+        }
+    }
 }
 
 TEST(TDButtonHandlerTest, TellsALivingAdsHostWithoutRecordOrDelivery)
@@ -285,8 +226,6 @@ TEST(TDButtonHandlerTest, TellsALivingAdsHostWithoutRecordOrDelivery)
     handler->sendReportWithInfo("early");
     ASSERT_EQ(listener->reports.size(), 1u);
     EXPECT_EQ(listener->reports.front()["creativeId"], Value { "" });
-    EXPECT_EQ(listener->reports.front()["metadata"],
-        (Value { NSDictionary { { "config", NSDictionary {} }, { "placementId", "" } } }));
     ad.reset();
     handler->sendReportWithInfo("late");
     EXPECT_EQ(listener->reports.size(), 1u);
@@ -339,12 +278,6 @@ TEST_F(ReportFlowTest, AProcessorGivesMarkupAndType)
 {
     class Processor final : public LMAdViewProcessor {
     public:
-        static const ClassDescription& classDescription()
-        {
-            static const ClassDescription description
-                = ClassDescription::of<Processor, NSObject>("TestMarkupProcessor");
-            return description;
-        }
         void updateEventInfo(const std::shared_ptr<TDEventModel>&, const EventCompletion&) override { }
         std::string getAdTypeInString() override { return raises ? throw 1 : "video"; }
         void getNewHTMLWithPurpose(HTMLPurpose purpose, const HTMLCompletion& completion) override
@@ -409,8 +342,7 @@ TEST_F(ReportFlowTest, TheLayoutFollowsTheHeight)
 TEST_F(ReportFlowTest, AReasonLightsUpForOneSecond)
 {
     const auto banner = world.showMoPub();
-    world.phone.tap(*buttonOn(*banner));
-    world.phone.wait(0.5);
+    openOverlay(*banner);
     const auto fraud = tests::reasonOn(*banner, "fraud");
     EXPECT_EQ(fraud->layer().borderColor(), (UIColor { 5 / 255.0, 89 / 255.0, 175 / 255.0, 1 }));
     fraud->didTouchUpInside();
@@ -465,8 +397,7 @@ TEST_F(ReportFlowTest, ATapOnTheButtonNeverReachesTheAd)
 
 TEST_F(ReportFlowTest, CancellingTheSheetBringsTheButtonBack)
 {
-    const auto support = make<NSObject>();
-    const auto view = adView({ 375, 812 }, interstitial(support));
+    const auto view = adView({ 375, 812 }, fullScreenMetadata());
     const auto button = buttonOn(*view);
     auto open = [&]() -> UIViewController* {
         world.phone.wait(0.5);
@@ -492,8 +423,7 @@ TEST_F(ReportFlowTest, CancellingTheSheetBringsTheButtonBack)
 
 TEST_F(ReportFlowTest, AnInterstitialIsReportedThroughTheSheet)
 {
-    const auto support = make<NSObject>();
-    const auto view = adView({ 375, 812 }, interstitial(support));
+    const auto view = adView({ 375, 812 }, videoMetadata());
     const auto button = buttonOn(*view);
     ASSERT_EQ(button->buttonForm(), Form::Full);
     world.phone.wait(0.25);
@@ -505,7 +435,7 @@ TEST_F(ReportFlowTest, AnInterstitialIsReportedThroughTheSheet)
     world.phone.wait(0.35 + 0.3 + 0.1);
     UIViewController* sheet = world.phone.window().rootViewController()->presentedViewController();
     ASSERT_TRUE(sheet);
-    Metaclass::player = Metaclass::Player::Paused;
+    s_player = Player::Paused;
     world.phone.tap(*tests::reasonOn(*sheet->view(), "fraud"));
     world.phone.wait(0.5);
     world.phone.tapAt({ 187, 700 });
@@ -513,25 +443,23 @@ TEST_F(ReportFlowTest, AnInterstitialIsReportedThroughTheSheet)
     const auto handler = button->buttonHandler();
     EXPECT_EQ(handler->vcState(), TDButtonHandler::FlowState::ScreenShown) << "not before the sheet is gone";
     world.phone.wait(1);
-    EXPECT_EQ(std::exchange(Metaclass::player, {}), Metaclass::Player::Playing) << "the video goes on";
+    EXPECT_EQ(std::exchange(s_player, {}), Player::Playing) << "the video goes on";
     EXPECT_FALSE(world.phone.window().rootViewController()->presentedViewController());
     ASSERT_EQ(world.service.reports().size(), 1u) << "a tap outside takes nothing back";
     const NSDictionary report = world.lastReport();
-    EXPECT_EQ(report["creativeId"], Value { "both" });
     EXPECT_EQ(report["adFormat"], Value { "interstitial" });
     EXPECT_NE(report["screenshot"], Value { "" }) << "what the metadata class raises costs nothing else";
-    EXPECT_EQ((*report["metadata"].dictionary())["placementId"], Value { "place" });
     EXPECT_EQ((*report["metadata"].dictionary())["extra"], Value { "yes" });
 
     const auto picture = make<UILabel>();
     picture->setFrame(CGRectMake(0, 0, 40, 30));
-    Metaclass::picture = picture;
+    s_photographed = picture;
     button->buttonHandler()->sendReportWithInfo("again");
     world.phone.wait(1);
-    Metaclass::picture.reset();
+    s_photographed = nullptr;
     EXPECT_EQ(world.lastReport()["screenshot"],
         Value { base64Encoded(UIImagePNGRepresentation(takeScreenshot(*picture))) });
-    EXPECT_EQ(Metaclass::player, Metaclass::Player::None) << "no player, none started";
+    EXPECT_EQ(s_player, Player::None) << "no player, none started";
 }
 
 } // namespace

@@ -45,7 +45,6 @@ public:
         : m_window(window)
     {
     }
-
     Flaws flawsOf(UIView& screen)
     {
         inspect(screen);
@@ -132,34 +131,10 @@ struct Scene {
     std::shared_ptr<UIView> ad;
 };
 
-constexpr CGSize screens[] { { 320, 568 }, { 375, 812 }, { 430, 932 }, { 844, 390 }, { 667, 375 },
-    { 568, 320 }, { 768, 1024 } };
-
-TEST(ReportScreensTest, TheSheetFitsEveryScreen)
+TEST(ReportScreensTest, TutorialAndSheetFitEveryScreen)
 {
-    for (const CGSize screen : screens) {
-        SCOPED_TRACE(screen.width);
-        Scene scene(screen, { {}, screen }, fullScreenMetadata());
-        scene.handler().presentReportForIntersitialAdType();
-        scene.world.phone.wait(0.5);
-        auto* const sheet = as<TDSwipableReportViewController>(
-            scene.world.phone.window().rootViewController()->presentedViewController());
-        ASSERT_TRUE(sheet);
-        EXPECT_EQ(scene.flawsOf(*sheet->view()), Flaws {});
-        EXPECT_EQ(sheet->view()->backgroundColor(), UIColor::clearColor());
-        const auto body = as<UIView>(sheet->valueForKey("safeAreaRootView").object());
-        const auto mask = as<CAShapeLayer>(body->layer().mask());
-        ASSERT_TRUE(mask);
-        EXPECT_EQ(mask->path(),
-            UIBezierPath::bezierPathWithRoundedRect(
-                body->bounds(), UIRectCornerBottomLeft | UIRectCornerBottomRight, { 30, 30 }));
-        EXPECT_GE(screen.height - body->frame().maxY(), 44) << "room to tap it away";
-    }
-}
-
-TEST(ReportScreensTest, TheTutorialFitsEveryScreen)
-{
-    for (const CGSize screen : screens) {
+    for (const CGSize screen : { CGSize { 320, 568 }, { 375, 812 }, { 430, 932 }, { 844, 390 }, { 667, 375 },
+             { 568, 320 }, { 768, 1024 } }) {
         SCOPED_TRACE(screen.width);
         Scene scene(screen, { {}, screen }, fullScreenMetadata());
         scene.world.phone.wait(3);
@@ -169,6 +144,20 @@ TEST(ReportScreensTest, TheTutorialFitsEveryScreen)
         const auto button = tests::buttonOn(*scene.ad);
         id hit = scene.world.phone.window().hitTest({ screen.width - 17, button->center().y }, nullptr);
         EXPECT_TRUE(as<UIView>(hit)->isDescendantOfView(button.get())) << "the button lies above it";
+
+        scene.handler().presentReportForIntersitialAdType();
+        scene.world.phone.wait(0.5);
+        auto* const sheet = as<TDSwipableReportViewController>(
+            scene.world.phone.window().rootViewController()->presentedViewController());
+        ASSERT_TRUE(sheet);
+        EXPECT_EQ(scene.flawsOf(*sheet->view()), Flaws {});
+        const auto body = as<UIView>(sheet->valueForKey("safeAreaRootView").object());
+        const auto mask = as<CAShapeLayer>(body->layer().mask());
+        ASSERT_TRUE(mask);
+        EXPECT_EQ(mask->path(),
+            UIBezierPath::bezierPathWithRoundedRect(
+                body->bounds(), UIRectCornerBottomLeft | UIRectCornerBottomRight, { 30, 30 }));
+        EXPECT_GE(screen.height - body->frame().maxY(), 44) << "room to tap it away";
     }
 }
 
@@ -190,10 +179,8 @@ TEST(ReportScreensTest, TheOverlayFitsEveryAd)
              Row { { 667, 375 }, CGRectMake(0, 0, 667, 375) },
              Row { { 375, 812 }, CGRectMake(0, 0, 500, 250) },
              Row { { 844, 390 }, CGRectMake(0, 70, 970, 250) } }) {
-        std::ostringstream name;
-        name << row.ad.size.width << " x " << row.ad.size.height << " at " << row.ad.minX() << " on "
-             << row.screen.width;
-        SCOPED_TRACE(name.str());
+        SCOPED_TRACE(testing::Message() << row.ad.size.width << " x " << row.ad.size.height << " at "
+                                        << row.ad.minX() << " on " << row.screen.width);
         Scene scene(row.screen, row.ad, {});
         scene.handler().presentReportAdForBannersAndNativeAdType();
         scene.world.phone.wait(0.5);
