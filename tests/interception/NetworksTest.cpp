@@ -6,7 +6,7 @@
 namespace lumora {
 namespace {
 
-using tests::World;
+using test::World;
 
 /// The rows of one network. A row is an ad of a format with what it is told to get wrong.
 class NetworksTest : public testing::TestWithParam<const StandInNetwork*> {

@@ -39,10 +39,10 @@ protected:
     bool hasButton()
     {
         world.phone.wait(1.1);
-        return tests::buttonOn(world.phone.window()) != nullptr;
+        return test::buttonOn(world.phone.window()) != nullptr;
     }
 
-    tests::World world { { .adjust = [](Phone::Options& phone) {
+    test::World world { { .adjust = [](Phone::Options& phone) {
         phone.onBoot = [] {
             for (const auto* network : { &googleStandIn(), &moPubStandIn(), &ironsourceStandIn() })
                 network->install();
@@ -112,8 +112,8 @@ TEST_F(ReportButtonAttachmentTest, AnotherThreadsCallsGoOnOnTheMainThread)
     }
     network.join();
     EXPECT_TRUE(hasButton());
-    EXPECT_TRUE(tests::buttonOn(*webView));
-    EXPECT_TRUE(tests::buttonOn(*adsView));
+    EXPECT_TRUE(test::buttonOn(*webView));
+    EXPECT_TRUE(test::buttonOn(*adsView));
 }
 
 TEST_F(ReportButtonAttachmentTest, TheOtherNameOfAMomentIsHooked)

@@ -10,7 +10,7 @@
 namespace lumora {
 namespace {
 
-using tests::World;
+using test::World;
 
 // The SDKs' own methods, which two rival libraries replace, each at two occasions, around our start-up.
 
@@ -109,7 +109,7 @@ std::vector<std::string> show(World& world, const StandInFormat& format)
 }
 
 // The world of a host that carries these SDKs.
-tests::World::Options with(std::vector<const StandInNetwork*> networks)
+test::World::Options with(std::vector<const StandInNetwork*> networks)
 {
     return { .adjust = [networks](Phone::Options& phone) {
         phone.onBoot = [networks] {

@@ -13,7 +13,7 @@
 namespace lumora {
 namespace {
 
-using tests::World;
+using test::World;
 
 std::string nameOf(id delegate)
 {
@@ -96,7 +96,7 @@ protected:
     /// The hooks alone: the first question to the gate starts a fetch.
     static void startWithoutRecord()
     {
-        TDAPI::setNewAuthKey(tests::validKey);
+        TDAPI::setNewAuthKey(test::validKey);
         TDActivationManager::sharedInstance().activate();
         send(NSClassFromString("WKWebView"), sel::swizzleMethods);
     }
@@ -353,7 +353,7 @@ TEST_F(WKWebViewSwizzlingTest, OnlyADelegateOfANetworksKindBringsAButton)
         world.phone.content().addSubview(view);
         set(view, delegateOf(kind));
         world.phone.wait(1.1);
-        EXPECT_EQ(tests::buttonOn(*view) != nullptr, kind == "SubAMMRAdView") << kind;
+        EXPECT_EQ(test::buttonOn(*view) != nullptr, kind == "SubAMMRAdView") << kind;
     }
 }
 

@@ -13,7 +13,7 @@ namespace lumora {
 namespace {
 
 using test::NavigationDiary;
-using tests::World;
+using test::World;
 
 std::shared_ptr<ProxyDelegate> proxyOf(const std::shared_ptr<Object>& origin)
 {

@@ -4,7 +4,7 @@
 #include "simulator/FullScreenAd.h"
 #include "tests/world/World.h"
 
-namespace lumora::tests {
+namespace lumora::test {
 
 /// A view of the host's own on the screen, at the moment its button comes.
 inline std::shared_ptr<UIView> adWithButton(
@@ -18,4 +18,4 @@ inline std::shared_ptr<UIView> adWithButton(
     return ad;
 }
 
-} // namespace lumora::tests
+} // namespace lumora::test

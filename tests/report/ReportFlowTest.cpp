@@ -21,8 +21,8 @@ namespace {
 
 using State = TDReportButtonView::State;
 using Form = TDReportButtonView::Form;
-using tests::buttonOn;
-using tests::World;
+using test::buttonOn;
+using test::World;
 
 class Listener final : public ReportButtonDelegate {
 public:
@@ -75,17 +75,17 @@ protected:
 
     std::shared_ptr<UIView> adView(CGSize size, const NSDictionary& metadata = {})
     {
-        return tests::adWithButton(world, { {}, size }, metadata);
+        return test::adWithButton(world, { {}, size }, metadata);
     }
     std::shared_ptr<LMReportAdView> openOverlay(UIView& banner)
     {
         world.phone.tap(*buttonOn(banner));
         world.phone.wait(0.5);
-        return tests::find<LMReportAdView>(banner);
+        return test::find<LMReportAdView>(banner);
     }
     void choose(UIView& banner, const char* reason)
     {
-        world.phone.tap(*tests::reasonOn(banner, reason));
+        world.phone.tap(*test::reasonOn(banner, reason));
         world.phone.wait(1.0 + 0.3 + 0.1);
     }
 
@@ -105,7 +105,7 @@ TEST_F(ReportFlowTest, ABannerFromLoadToReportedAndGone)
     EXPECT_EQ(button->buttonState(), State::Hidden);
 
     choose(*banner, "offensive");
-    EXPECT_FALSE(tests::find<LMReportAdView>(*banner));
+    EXPECT_FALSE(test::find<LMReportAdView>(*banner));
     const NSDictionary report = world.lastReport();
     EXPECT_EQ(report["type"], Value { "offensive" });
     EXPECT_EQ(report["adId"], Value { button->adLocalId() });
@@ -127,7 +127,7 @@ TEST_F(ReportFlowTest, AReportedButtonStaysThreeSeconds)
     const auto button = buttonOn(*banner);
     button->adWasReported();
     EXPECT_EQ(button->buttonForm(), Form::Reported);
-    const auto caption = tests::find<UILabel>(*button);
+    const auto caption = test::find<UILabel>(*button);
     EXPECT_EQ(caption->text(), "Ad Reported");
     world.phone.wait(0.01);
     EXPECT_GE(caption->frame().size.width, caption->intrinsicContentSize().width) << "the words fit";
@@ -149,9 +149,9 @@ TEST_F(ReportFlowTest, CancellingTheOverlayTakesTheButtonForGood)
     EXPECT_EQ(close->gestureRecognizers().size(), 1u) << "set up twice, one recognizer";
     world.phone.tap(*close);
     world.phone.wait(0.29);
-    EXPECT_TRUE(tests::find<LMReportAdView>(*banner));
+    EXPECT_TRUE(test::find<LMReportAdView>(*banner));
     world.phone.wait(0.02);
-    EXPECT_FALSE(tests::find<LMReportAdView>(*banner));
+    EXPECT_FALSE(test::find<LMReportAdView>(*banner));
     EXPECT_FALSE(buttonOn(*banner));
     EXPECT_EQ(button->buttonHandler()->vcState(), TDButtonHandler::FlowState::Idle);
     EXPECT_EQ(world.service.reports().size(), 0u);
@@ -173,11 +173,11 @@ TEST_F(ReportFlowTest, ARefusedDeliveryTakesTheButtonAndKeepsTheReport)
 TEST_F(ReportFlowTest, TheHostHearsOnceItAsksTheConfiguredButton)
 {
     const auto listener = make<Listener>();
-    const auto view = tests::adWithButton(world, CGRectMake(0, 0, 320, 50), {}, listener.get());
+    const auto view = test::adWithButton(world, CGRectMake(0, 0, 320, 50), {}, listener.get());
     const auto handler = buttonOn(*view)->buttonHandler();
     handler->sendReportWithInfo("my own words");
     handler->handleButtonTapAction(make<UITapGestureRecognizer>().get());
-    EXPECT_FALSE(tests::find<LMReportAdView>(*view)) << "while a report is on its way a tap opens nothing";
+    EXPECT_FALSE(test::find<LMReportAdView>(*view)) << "while a report is on its way a tap opens nothing";
     world.phone.wait(1);
     EXPECT_TRUE(listener->reports.empty()) << "the helper's delegate is dropped";
 
@@ -327,7 +327,7 @@ TEST_F(ReportFlowTest, TheLayoutFollowsTheHeight)
     for (const auto& [height, roomy] : rows) {
         const auto overlay = LMReportAdView::initFromNibForAdSize({ 300, height });
         overlay->setup();
-        EXPECT_EQ(tests::reasonOn(*overlay, "offensive")->title() == "Offensive content", roomy) << height;
+        EXPECT_EQ(test::reasonOn(*overlay, "offensive")->title() == "Offensive content", roomy) << height;
     }
     const auto stranger = make<NSObject>();
     const auto overlay = LMReportAdView::initFromNibForAdSize({ 300, 250 });
@@ -343,10 +343,10 @@ TEST_F(ReportFlowTest, AReasonLightsUpForOneSecond)
 {
     const auto banner = world.showMoPub();
     openOverlay(*banner);
-    const auto fraud = tests::reasonOn(*banner, "fraud");
+    const auto fraud = test::reasonOn(*banner, "fraud");
     EXPECT_EQ(fraud->layer().borderColor(), (UIColor { 5 / 255.0, 89 / 255.0, 175 / 255.0, 1 }));
     fraud->didTouchUpInside();
-    const auto other = tests::reasonOn(*banner, "repetitive");
+    const auto other = test::reasonOn(*banner, "repetitive");
     other->didTouchUpInside();
     const auto stranger = make<NSObject>();
     other->setDelegate(stranger);
@@ -354,9 +354,9 @@ TEST_F(ReportFlowTest, AReasonLightsUpForOneSecond)
     world.phone.wait(0.5);
     world.phone.tap(*fraud);
     world.phone.wait(0.449);
-    EXPECT_EQ(tests::find<LMReportAdView>(*banner)->alpha(), 1);
+    EXPECT_EQ(test::find<LMReportAdView>(*banner)->alpha(), 1);
     world.phone.wait(0.0011);
-    EXPECT_EQ(tests::find<LMReportAdView>(*banner)->alpha(), 0) << "told, and fading";
+    EXPECT_EQ(test::find<LMReportAdView>(*banner)->alpha(), 0) << "told, and fading";
     world.phone.wait(5);
     EXPECT_EQ(world.service.reports().size(), 1u) << "two fast taps send one";
     EXPECT_EQ(world.phone.console().lines(), std::vector<std::string> {}) << "nor does a stranger";
@@ -391,7 +391,7 @@ TEST_F(ReportFlowTest, ATapOnTheButtonNeverReachesTheAd)
         LMReportButtonHelper::addReportButtonToView(ad.get(), nullptr);
         world.phone.wait(1.1);
         EXPECT_FALSE(hears([&] { world.phone.tap(*buttonOn(*ad)); })) << row;
-        EXPECT_TRUE(tests::find<LMReportAdView>(*ad)) << row;
+        EXPECT_TRUE(test::find<LMReportAdView>(*ad)) << row;
     }
 }
 
@@ -428,7 +428,7 @@ TEST_F(ReportFlowTest, AnInterstitialIsReportedThroughTheSheet)
     ASSERT_EQ(button->buttonForm(), Form::Full);
     world.phone.wait(0.25);
     ASSERT_EQ(button->buttonState(), State::Icon);
-    world.phone.tap(*tests::find<UIImageView>(*button));
+    world.phone.tap(*test::find<UIImageView>(*button));
     world.phone.wait(0.35 + 0.25);
     ASSERT_EQ(button->buttonState(), State::Full);
     world.phone.tap(*button);
@@ -436,7 +436,7 @@ TEST_F(ReportFlowTest, AnInterstitialIsReportedThroughTheSheet)
     UIViewController* sheet = world.phone.window().rootViewController()->presentedViewController();
     ASSERT_TRUE(sheet);
     s_player = Player::Paused;
-    world.phone.tap(*tests::reasonOn(*sheet->view(), "fraud"));
+    world.phone.tap(*test::reasonOn(*sheet->view(), "fraud"));
     world.phone.wait(0.5);
     world.phone.tapAt({ 187, 700 });
     world.phone.wait(0.74);

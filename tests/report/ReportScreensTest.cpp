@@ -12,7 +12,7 @@
 namespace lumora {
 namespace {
 
-using tests::World;
+using test::World;
 
 TEST(LMFontsLoaderTest, RegistersWhatIsAFontWhenTheProcessStarts)
 {
@@ -122,9 +122,9 @@ struct Scene {
         } } }
     {
         world.start();
-        ad = tests::adWithButton(world, adFrame, metadata);
+        ad = test::adWithButton(world, adFrame, metadata);
     }
-    TDButtonHandler& handler() const { return *tests::buttonOn(*ad)->buttonHandler(); }
+    TDButtonHandler& handler() const { return *test::buttonOn(*ad)->buttonHandler(); }
     Flaws flawsOf(UIView& view) const { return Inspector(world.phone.window()).flawsOf(view); }
 
     World world;
@@ -138,10 +138,10 @@ TEST(ReportScreensTest, TutorialAndSheetFitEveryScreen)
         SCOPED_TRACE(screen.width);
         Scene scene(screen, { {}, screen }, fullScreenMetadata());
         scene.world.phone.wait(3);
-        const auto tutorial = tests::find<LMInterstitialTutorialView>(*scene.ad);
+        const auto tutorial = test::find<LMInterstitialTutorialView>(*scene.ad);
         ASSERT_TRUE(tutorial);
         EXPECT_EQ(scene.flawsOf(*tutorial), Flaws {});
-        const auto button = tests::buttonOn(*scene.ad);
+        const auto button = test::buttonOn(*scene.ad);
         id hit = scene.world.phone.window().hitTest({ screen.width - 17, button->center().y }, nullptr);
         EXPECT_TRUE(as<UIView>(hit)->isDescendantOfView(button.get())) << "the button lies above it";
 
@@ -184,11 +184,11 @@ TEST(ReportScreensTest, TheOverlayFitsEveryAd)
         Scene scene(row.screen, row.ad, {});
         scene.handler().presentReportAdForBannersAndNativeAdType();
         scene.world.phone.wait(0.5);
-        const auto overlay = tests::find<LMReportAdView>(*scene.ad);
+        const auto overlay = test::find<LMReportAdView>(*scene.ad);
         ASSERT_TRUE(overlay);
         EXPECT_EQ(overlay->frame(), scene.ad->bounds());
         EXPECT_EQ(scene.flawsOf(*overlay), Flaws {});
-        const auto reason = tests::reasonOn(*overlay, "repetitive");
+        const auto reason = test::reasonOn(*overlay, "repetitive");
         EXPECT_DOUBLE_EQ(reason->layer().cornerRadius(), reason->frame().size.height / 2);
         EXPECT_EQ(reason->layer().borderWidth(), 1);
     }

@@ -17,15 +17,15 @@ namespace {
 
 using State = TDReportButtonView::State;
 using Form = TDReportButtonView::Form;
-using tests::World;
+using test::World;
 
 class TDReportButtonViewTest : public testing::Test {
 protected:
     TDReportButtonViewTest() { world.start(); }
     std::shared_ptr<TDReportButtonView> buttonOn(const CGRect& frame, bool fullScreen)
     {
-        view = tests::adWithButton(world, frame, fullScreen ? fullScreenMetadata() : NSDictionary {});
-        return tests::find<TDReportButtonView>(*view);
+        view = test::adWithButton(world, frame, fullScreen ? fullScreenMetadata() : NSDictionary {});
+        return test::find<TDReportButtonView>(*view);
     }
 
     World world;
@@ -41,9 +41,9 @@ TEST_F(TDReportButtonViewTest, ComesAfterOneSecondAndNotBefore)
     send(ad, sel::initWithFrame, CGRectMake(0, 0, 320, 50));
     LMReportButtonHelper::addReportButtonToView(ad.get(), nullptr);
     world.phone.wait(0.999);
-    EXPECT_FALSE(tests::find<TDReportButtonView>(*ad));
+    EXPECT_FALSE(test::find<TDReportButtonView>(*ad));
     world.phone.wait(0.001);
-    const auto button = tests::find<TDReportButtonView>(*ad);
+    const auto button = test::find<TDReportButtonView>(*ad);
     ASSERT_TRUE(button);
     EXPECT_TRUE(ad->clipsToBounds());
     EXPECT_TRUE(TDButtonManager::sharedInstance().containsButton(button.get()));
@@ -57,7 +57,7 @@ TEST_F(TDReportButtonViewTest, TheShortFormSlidesInAtOnceAndStays)
     const auto button = buttonOn(CGRectMake(0, 100, 320, 100), false);
     EXPECT_EQ(button->buttonForm(), Form::Short);
     EXPECT_EQ(button->buttonState(), State::HiddenToFull);
-    EXPECT_EQ(tests::find<UILabel>(*button)->text(), "");
+    EXPECT_EQ(test::find<UILabel>(*button)->text(), "");
     EXPECT_DOUBLE_EQ(button->timeForAnimation(), 0.01);
     world.phone.wait(0.01);
     EXPECT_EQ(button->buttonState(), State::Full);
@@ -78,7 +78,7 @@ TEST_F(TDReportButtonViewTest, TheFullFormSlidesInAsAnIconRoundedOnTheLeft)
     EXPECT_EQ(button->buttonState(), State::HiddenToIcon);
     world.phone.wait(0.01);
     EXPECT_EQ(button->buttonState(), State::Icon);
-    const double captionX = tests::find<UILabel>(*button)->frame().origin.x;
+    const double captionX = test::find<UILabel>(*button)->frame().origin.x;
     EXPECT_DOUBLE_EQ(button->frame().origin.x, 375 - captionX) << "only what is left of the caption shows";
     EXPECT_DOUBLE_EQ(button->frame().origin.y, 44 + 812 * 0.12) << "below the safe area";
     EXPECT_DOUBLE_EQ(button->layer().zPosition(), 50);
@@ -95,9 +95,9 @@ TEST_F(TDReportButtonViewTest, AnIconOpensForTheConfiguredNumberOfTaps)
         World fresh { { .record = record } };
         fresh.start();
         const auto button
-            = tests::buttonOn(*tests::adWithButton(fresh, CGRectMake(0, 0, 375, 812), fullScreenMetadata()));
+            = test::buttonOn(*test::adWithButton(fresh, CGRectMake(0, 0, 375, 812), fullScreenMetadata()));
         fresh.phone.wait(0.5);
-        const auto icon = tests::find<UIImageView>(*button);
+        const auto icon = test::find<UIImageView>(*button);
         single ? fresh.phone.doubleTap(*icon) : fresh.phone.tap(*icon);
         fresh.phone.wait(1);
         EXPECT_EQ(button->buttonState(), State::Icon) << record << ": the other number does nothing";
@@ -118,7 +118,7 @@ TEST_F(TDReportButtonViewTest, AnAdWiderThanTheScreen)
             world.phone.wait(0.3);
             const CGRect frame = button->frame();
             const double shown
-                = fullScreen ? tests::find<UILabel>(*button)->frame().origin.x : frame.size.width;
+                = fullScreen ? test::find<UILabel>(*button)->frame().origin.x : frame.size.width;
             EXPECT_DOUBLE_EQ(button->widerAdDiff(), diff) << width;
             EXPECT_DOUBLE_EQ(frame.origin.x, width + diff - shown) << width << fullScreen;
         }
@@ -129,7 +129,7 @@ TEST_F(TDReportButtonViewTest, AHiddenButtonIsThereButNotSeen)
 {
     World hiding { { .record = R"({"active": true, "hideButton": true, "buttonTap": "single"})" } };
     hiding.start();
-    const auto button = tests::buttonOn(*tests::adWithButton(hiding, CGRectMake(0, 100, 320, 50)));
+    const auto button = test::buttonOn(*test::adWithButton(hiding, CGRectMake(0, 100, 320, 50)));
     EXPECT_TRUE(button->isHidden());
     EXPECT_TRUE(TDButtonManager::sharedInstance().containsButton(button.get()));
     hiding.phone.wait(1);
@@ -169,9 +169,9 @@ TEST_F(TDReportButtonViewTest, BeforeVersionElevenThereIsNoSafeArea)
         World fresh { { .adjust
             = [version = version](Phone::Options& options) { options.device.systemVersion = version; } } };
         fresh.start();
-        const auto ad = tests::adWithButton(fresh, CGRectMake(0, 0, 320, 50));
+        const auto ad = test::adWithButton(fresh, CGRectMake(0, 0, 320, 50));
         fresh.phone.wait(0.1);
-        EXPECT_DOUBLE_EQ(tests::find<TDReportButtonView>(*ad)->frame().origin.y, safeArea) << version;
+        EXPECT_DOUBLE_EQ(test::find<TDReportButtonView>(*ad)->frame().origin.y, safeArea) << version;
     }
 }
 
@@ -193,13 +193,13 @@ TEST_F(TDReportButtonViewTest, DisablingRemovesButDoesNotUnregister)
     manager.disableAllButtons();
     const auto stays = world.showMoPub();
     const auto other = world.showAdMob();
-    const auto button = tests::buttonOn(*stays);
+    const auto button = test::buttonOn(*stays);
     manager.addButton(button);
     EXPECT_EQ(manager.getButtonsArray().size(), 2u);
     manager.disableAllButtons();
     EXPECT_TRUE(button->superview()) << "on the main queue, not here";
     world.phone.clock().drain();
-    EXPECT_FALSE(button->superview() || tests::buttonOn(*other));
+    EXPECT_FALSE(button->superview() || test::buttonOn(*other));
     EXPECT_EQ(manager.getButtonsArray(), std::vector { button }) << "the dead leave by themselves";
     manager.removeButton(button.get());
     EXPECT_TRUE(manager.getButtonsArray().empty());

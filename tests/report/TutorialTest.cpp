@@ -8,7 +8,7 @@
 namespace lumora {
 namespace {
 
-using tests::World;
+using test::World;
 
 /// An ad on the screen of a phone that is started for the first time; its button comes at this moment.
 struct FirstLaunch {
@@ -20,15 +20,15 @@ struct FirstLaunch {
     }
     void show(bool fullScreen)
     {
-        ad = tests::adWithButton(
+        ad = test::adWithButton(
             world, CGRectMake(0, 0, 375, 812), fullScreen ? fullScreenMetadata() : NSDictionary {});
     }
     std::shared_ptr<LMInterstitialTutorialView> tutorial() const
     {
-        return tests::find<LMInterstitialTutorialView>(*ad);
+        return test::find<LMInterstitialTutorialView>(*ad);
     }
-    std::shared_ptr<LMPulseAnimationView> pulse() const { return tests::find<LMPulseAnimationView>(*ad); }
-    void pressContinue() { world.phone.tap(*tests::find<UIButton>(*tutorial())); }
+    std::shared_ptr<LMPulseAnimationView> pulse() const { return test::find<LMPulseAnimationView>(*ad); }
+    void pressContinue() { world.phone.tap(*test::find<UIButton>(*tutorial())); }
 
     World world;
     std::shared_ptr<UIView> ad;
@@ -51,8 +51,8 @@ TEST(TutorialTest, ComesAfterTwoSecondsAndPulsesWhenItIsThere)
     const auto pulse = launch.pulse();
     ASSERT_TRUE(pulse);
     launch.world.phone.wait(0.1);
-    const auto button = tests::buttonOn(*launch.ad);
-    const auto icon = tests::find<UIImageView>(*button);
+    const auto button = test::buttonOn(*launch.ad);
+    const auto icon = test::find<UIImageView>(*button);
     const CGRect iconPlace = launch.ad->convertRectFromView(icon->bounds(), icon.get());
     EXPECT_EQ(pulse->frame(), CGRectMake(iconPlace.midX(), button->center().y, 0, 0));
     EXPECT_EQ(launch.ad->subviews(), (std::vector<std::shared_ptr<UIView>> { button, tutorial, pulse }));
@@ -102,12 +102,12 @@ TEST(TutorialTest, ThePulseIsThereAsLongAsTutorialAndButtonAre)
     reported.world.phone.content().addSubview(ad);
     reported.world.phone.wait(1.7);
     ASSERT_TRUE(reported.pulse()) << "also on an ad that moved while it came";
-    tests::buttonOn(*reported.ad)->adWasReported();
+    test::buttonOn(*reported.ad)->adWasReported();
     reported.world.phone.wait(4);
     EXPECT_FALSE(reported.pulse()) << "the button went";
 
     FirstLaunch removed;
-    tests::buttonOn(*removed.ad)->removeFromSuperview();
+    test::buttonOn(*removed.ad)->removeFromSuperview();
     removed.world.phone.wait(4);
     EXPECT_FALSE(removed.tutorial());
 }

@@ -7,7 +7,7 @@
 namespace lumora {
 namespace {
 
-using tests::World;
+using test::World;
 
 /// The library's client and the service's stand-in, which know nothing of each other but the protocol.
 class CollectorRoundTrip : public testing::Test {

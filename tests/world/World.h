@@ -77,11 +77,11 @@ std::vector<double> timersNamed(const Phone& phone, std::string_view ending);
 } // namespace lumora::test
 
 // The name that the other folders have for it.
-namespace lumora::tests {
+namespace lumora::test {
 
 using namespace test;
 using lumora::buttonOn;
 using lumora::find;
 using lumora::reasonOn;
 
-} // namespace lumora::tests
+} // namespace lumora::test
