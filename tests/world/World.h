@@ -74,12 +74,6 @@ struct StartedWorld : World {
 /// The pending timers whose name ends like that, in seconds from now.
 std::vector<double> timersNamed(const Phone& phone, std::string_view ending);
 
-} // namespace lumora::test
-
-// The name that the other folders have for it.
-namespace lumora::test {
-
-using namespace test;
 using lumora::buttonOn;
 using lumora::find;
 using lumora::reasonOn;
