@@ -4,6 +4,7 @@
 #include "tests/platform/TestProcess.h"
 
 #include <gtest/gtest.h>
+#include <numeric>
 #include <random>
 
 namespace lumora {
@@ -68,8 +69,7 @@ TEST_F(ArchivedArrayTest, LeavesNothingBehind)
         records++;
     EXPECT_EQ(records, 2u) << "one record a class: its name, and the first of its chain";
     std::vector<size_t> all(20);
-    for (size_t i = 0; i < all.size(); i++)
-        all[i] = i;
+    std::iota(all.begin(), all.end(), 0u);
     EXPECT_EQ(ArchivedArray::of(archive)->removing(all).bytes.size(), empty.bytes.size());
 }
 

@@ -1,5 +1,6 @@
 #include "platform/foundation/NSURL.h"
 
+#include <array>
 #include <gtest/gtest.h>
 
 namespace lumora {
@@ -17,34 +18,23 @@ TEST(NSURL, RefusesWhatThePlatformMakesNoURLOf)
 
 TEST(NSURL, TakesTextApart)
 {
-    struct Row {
-        const char* text;
-        const char* scheme;
-        const char* host;
-        int port;
-        const char* path;
-        const char* query;
-        const char* resourceSpecifier;
+    // Scheme, host, port, path, query and resource specifier.
+    const std::pair<const char*, std::array<const char*, 6>> rows[] = {
+        { "mailto:a@b.c", { "mailto", "", "0", "", "", "a@b.c" } },
+        { "about:blank", { "about", "", "0", "", "", "blank" } },
+        { "itms-apps://h/p?q#f", { "itms-apps", "h", "0", "/p", "q", "//h/p?q#f" } },
+        { "https://u:p@h.example:8443/a/b?x=1:2",
+            { "https", "h.example", "8443", "/a/b", "x=1:2", "//u:p@h.example:8443/a/b?x=1:2" } },
+        { "http://[::1]:80", { "http", "::1", "80", "", "", "//[::1]:80" } },
+        { "a/b:c?d", { "", "", "0", "a/b:c", "d", "a/b:c?d" } },
+        { "", { "", "", "0", "", "", "" } },
     };
-    const Row rows[] = {
-        { "mailto:a@b.c", "mailto", "", 0, "", "", "a@b.c" },
-        { "about:blank", "about", "", 0, "", "", "blank" },
-        { "itms-apps://h/p?q#f", "itms-apps", "h", 0, "/p", "q", "//h/p?q#f" },
-        { "https://u:p@h.example:8443/a/b?x=1:2", "https", "h.example", 8443, "/a/b", "x=1:2",
-            "//u:p@h.example:8443/a/b?x=1:2" },
-        { "http://[::1]:80", "http", "::1", 80, "", "", "//[::1]:80" },
-        { "a/b:c?d", "", "", 0, "a/b:c", "d", "a/b:c?d" },
-        { "", "", "", 0, "", "", "" },
-    };
-    for (const Row& row : rows) {
-        const auto parts = parseURL(row.text);
-        ASSERT_TRUE(parts) << row.text;
-        EXPECT_EQ(parts->scheme, row.scheme) << row.text;
-        EXPECT_EQ(parts->host, row.host) << row.text;
-        EXPECT_EQ(parts->port.value_or(0), row.port) << row.text;
-        EXPECT_EQ(parts->path, row.path) << row.text;
-        EXPECT_EQ(parts->query, row.query) << row.text;
-        EXPECT_EQ(parts->resourceSpecifier, row.resourceSpecifier) << row.text;
+    for (const auto& [text, expected] : rows) {
+        const auto parts = parseURL(text);
+        ASSERT_TRUE(parts) << text;
+        const std::vector<std::string> found { parts->scheme, parts->host,
+            std::to_string(parts->port.value_or(0)), parts->path, parts->query, parts->resourceSpecifier };
+        EXPECT_EQ(found, (std::vector<std::string> { expected.begin(), expected.end() })) << text;
     }
     EXPECT_FALSE(parseURL("tel:+1 800"));
 }

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <libmnl/libmnl.h>
 #include <linux/if_link.h>
-#include <linux/nexthop.h>
 #include <linux/rtnetlink.h>
 #include <linux/veth.h>
 #include <net/if.h>
@@ -73,10 +72,11 @@ private:
     nlmsghdr* m_message { mnl_nlmsg_put_header(m_buffer.data()) };
 };
 
-std::unique_ptr<mnl_socket, int (*)(mnl_socket*)> openSocket()
+using Socket = std::unique_ptr<mnl_socket, int (*)(mnl_socket*)>;
+
+Socket openSocket()
 {
-    std::unique_ptr<mnl_socket, int (*)(mnl_socket*)> socket { mnl_socket_open2(NETLINK_ROUTE, SOCK_CLOEXEC),
-        &mnl_socket_close };
+    Socket socket { mnl_socket_open2(NETLINK_ROUTE, SOCK_CLOEXEC), &mnl_socket_close };
     if (!socket || mnl_socket_bind(socket.get(), 0, MNL_SOCKET_AUTOPID) < 0)
         throw Refused("netlink");
     return socket;
@@ -115,22 +115,19 @@ int runAgain()
     std::array<char*, 4> arguments { program.data(), const_cast<char*>(filter.data()), brief.data(),
         nullptr };
     std::string inside = std::string { mark } + "=1";
-    std::vector<char*> environment;
+    std::vector<char*> environment { inside.data() };
     for (char** at = environ; *at; at++) {
         if (!std::string_view { *at }.starts_with("GTEST_"))
             environment.push_back(*at);
     }
-    environment.push_back(inside.data());
     environment.push_back(nullptr);
 
     const pid_t child = fork();
     if (child == 0) {
-        if (unshare(CLONE_NEWNET) != 0) {
-            if (unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0 || !writeText("/proc/self/setgroups", "deny")
-                || !writeText("/proc/self/uid_map", users) || !writeText("/proc/self/gid_map", groups))
-                _exit(refused);
-        }
-        execve(program.c_str(), arguments.data(), environment.data());
+        if (unshare(CLONE_NEWNET) == 0
+            || (unshare(CLONE_NEWUSER | CLONE_NEWNET) == 0 && writeText("/proc/self/setgroups", "deny")
+                && writeText("/proc/self/uid_map", users) && writeText("/proc/self/gid_map", groups)))
+            execve(program.c_str(), arguments.data(), environment.data());
         _exit(refused);
     }
     int status = 0;
@@ -207,25 +204,6 @@ void OwnNetwork::addBridge(const std::string& bridge, const std::string& port) c
     setUp(bridge, true);
 }
 
-void OwnNetwork::addHiddenDefaultRoute(const std::string& link, uint32_t metric) const
-{
-    writeText("/proc/sys/net/ipv4/nexthop_compat_mode", "0");
-    Change hop(RTM_NEWNEXTHOP, NLM_F_CREATE | NLM_F_EXCL);
-    hop.header<nhmsg>().nh_family = AF_INET;
-    hop.put(NHA_ID, metric);
-    hop.put(NHA_OIF, if_nametoindex(link.c_str()));
-    hop.send(*m_socket);
-    Change route(RTM_NEWROUTE, NLM_F_CREATE | NLM_F_EXCL);
-    auto& header = route.header<rtmsg>();
-    header.rtm_family = AF_INET;
-    header.rtm_type = RTN_UNICAST;
-    header.rtm_table = RT_TABLE_MAIN;
-    header.rtm_protocol = RTPROT_STATIC;
-    route.put(RTA_PRIORITY, metric);
-    route.put(RTA_NH_ID, metric);
-    route.send(*m_socket);
-}
-
 void OwnNetwork::addDefaultRoute(const Route& route) const
 {
     changeRoute(RTM_NEWROUTE, NLM_F_CREATE | NLM_F_EXCL, route);
@@ -243,10 +221,8 @@ void OwnNetwork::changeRoute(uint16_t type, uint16_t flags, const Route& route) 
     header.rtm_scope
         = route.family == AF_INET && route.type == RTN_UNICAST ? RT_SCOPE_LINK : RT_SCOPE_UNIVERSE;
     header.rtm_dst_len = route.prefix;
-    if (route.prefix != 0 && route.family == AF_INET6) {
-        const std::array<uint8_t, 16> destination { 0x20 };
-        change.put(RTA_DST, destination);
-    }
+    if (route.prefix != 0 && route.family == AF_INET6)
+        change.put(RTA_DST, std::array<uint8_t, 16> { 0x20 });
     change.put(RTA_TABLE, route.table);
     change.put(RTA_PRIORITY, route.metric);
     if (route.links.size() == 1)

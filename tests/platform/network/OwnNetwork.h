@@ -38,8 +38,6 @@ public:
     };
     void addDefaultRoute(const Route& route) const;
     void removeDefaultRoute(const Route& route) const;
-    /// An IPv4 one that names an object of the kernel's instead of the link, where there are such.
-    void addHiddenDefaultRoute(const std::string& link, uint32_t metric) const;
 
 private:
     OwnNetwork();

@@ -1,5 +1,6 @@
 #include "platform/webkit/HTMLTokenizer.h"
 
+#include <array>
 #include <gtest/gtest.h>
 
 namespace lumora::test {
@@ -24,27 +25,22 @@ static std::string tokensOf(std::string_view html)
 
 TEST(HTMLTokenizer, SplitsAsBrowsersDo)
 {
-    struct Row {
-        const char* name;
-        const char* html;
-        const char* tokens;
+    const std::array<const char*, 3> rows[] {
+        { "tags and text", "a<B>b</B >c", "a[b]b[/b]c" },
+        { "attributes", "<a HREF='x y' b=\"c>d\" e f=g/h i = j>", "[a href=x y b=c>d e= f=g/h i=j]" },
+        { "self-closing", "<br/><img / src=x>", "[br/][img src=x]" },
+        { "an attribute that is only a sign", "<a =x>", "[a =x=]" },
+        { "comments and declarations", "<!doctype html>a<!-- <b> -->b<?php c>d</ e>f", "abdf" },
+        { "signs that begin nothing", "1 < 2 <3 </ <", "1 < 2 <3 " },
+        { "a script", "<script>if (a<b) '</div>'</SCRIPT >x", "[script]if (a<b) '</div>'[/script]x" },
+        { "a style with a look-alike", "<style>a</styles></style>", "[style]a</styles>[/style]" },
+        { "cut in a tag", "x<a href=\"y", "x[a href=y]" },
+        { "cut in a comment", "x<!-- y", "x" },
+        { "cut in a script", "<script>x<b>", "[script]x<b>" },
+        { "cut after the sign", "x<", "x<" },
     };
-    for (const Row& row :
-        {
-            Row { "tags and text", "a<B>b</B >c", "a[b]b[/b]c" },
-            Row { "attributes", "<a HREF='x y' b=\"c>d\" e f=g/h i = j>", "[a href=x y b=c>d e= f=g/h i=j]" },
-            Row { "self-closing", "<br/><img / src=x>", "[br/][img src=x]" },
-            Row { "an attribute that is only a sign", "<a =x>", "[a =x=]" },
-            Row { "comments and declarations", "<!doctype html>a<!-- <b> -->b<?php c>d</ e>f", "abdf" },
-            Row { "signs that begin nothing", "1 < 2 <3 </ <", "1 < 2 <3 " },
-            Row { "a script", "<script>if (a<b) '</div>'</SCRIPT >x", "[script]if (a<b) '</div>'[/script]x" },
-            Row { "a style with a look-alike", "<style>a</styles></style>", "[style]a</styles>[/style]" },
-            Row { "cut in a tag", "x<a href=\"y", "x[a href=y]" },
-            Row { "cut in a comment", "x<!-- y", "x" },
-            Row { "cut in a script", "<script>x<b>", "[script]x<b>" },
-            Row { "cut after the sign", "x<", "x<" },
-        })
-        EXPECT_EQ(tokensOf(row.html), row.tokens) << row.name;
+    for (const auto& [name, html, tokens] : rows)
+        EXPECT_EQ(tokensOf(html), tokens) << name;
 }
 
 TEST(HTMLTokenizer, DecodesTheReferencesOfMarkup)
