@@ -246,7 +246,6 @@ protected:
             .method("pause"_sel, &standInMethod<void>);
     }
     UnityTest() { send(NSClassFromString("TDUnitySwizzler"), sel::swizzleMethods); }
-    ~UnityTest() override { s_player = nullptr; }
 
     const Phone phone { { .onBoot = &install } };
     const Class unity = metadataClass("Unity_interstitial");

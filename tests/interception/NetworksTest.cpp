@@ -79,7 +79,7 @@ private:
         Fields fields { { "adFormat", body[format].description() } };
         for (const char* name : { "sdk", "sdkVersion", "creativeId" })
             fields[name] = body[name].description();
-        const Value metadata = body["metadata"];
+        const Value& metadata = body["metadata"];
         for (const auto& [name, value] : metadata.isDictionary() ? *metadata.dictionary() : NSDictionary {})
             fields[name] = value.description();
         fields.erase("config");

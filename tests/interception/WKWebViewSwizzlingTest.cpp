@@ -302,9 +302,9 @@ TEST_F(RealTimeHookTest, OneViewSetFromSeveralThreadsKeepsTheLast)
     };
     ASSERT_TRUE(world.phone.waitUntil(isOn, 10));
     std::atomic<int> done { 0 };
-    std::vector<std::thread> networks;
-    for (int each = 0; each < 4; each++) {
-        networks.emplace_back([&] {
+    std::vector<std::thread> networks(4);
+    for (std::thread& network : networks) {
+        network = std::thread([&] {
             Process::Scope scope(world.phone.process());
             for (int i = 0; i < 50; i++)
                 send(view, sel::setNavigationDelegate, delegateOf("SOMAAdRenderer"));

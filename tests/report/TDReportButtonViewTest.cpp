@@ -2,8 +2,6 @@
 
 #include "lumora/LMReportButtonHelper.h"
 #include "platform/dispatch/VirtualExecutor.h"
-#include "platform/quartzcore/CAShapeLayer.h"
-#include "platform/uikit/NSLayoutConstraint.h"
 #include "report/TDButtonManager.h"
 #include "report/TDReportButtonPlacement.h"
 #include "support/UIViewExtensions.h"
