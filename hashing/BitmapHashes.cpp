@@ -10,13 +10,13 @@ namespace {
 
 /// Greys with their fraction, columns as rows: kept, texts in any other order would not compare with older
 /// ones.
-template <int side> std::array<double, side * side> transposedGreys(const RGBABitmap& bitmap)
+template <size_t side> std::array<double, side * side> transposedGreys(const RGBABitmap& bitmap)
 {
     std::array<double, side * side> greys {};
-    for (int row = 0; row < side; row++) {
-        for (int column = 0; column < side; column++) {
+    for (size_t row = 0; row < side; row++) {
+        for (size_t column = 0; column < side; column++) {
             const uint8_t* pixel = bitmap.pixel(column, row);
-            greys[size_t(side * column + row)] = (pixel[0] + pixel[1] + pixel[2]) / 3.0;
+            greys[side * column + row] = (pixel[0] + pixel[1] + pixel[2]) / 3.0;
         }
     }
     return greys;

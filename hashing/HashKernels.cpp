@@ -19,9 +19,9 @@ double pairwiseSum(const double* values, int count)
 
 OSHashType dhash_rgba_9_9(const uint8_t* pixels)
 {
-    constexpr int rowLength = 64;
+    constexpr size_t rowLength = 64;
     uint64_t hash = 0;
-    for (int bit = 0; bit < bits; bit++) {
+    for (size_t bit = 0; bit < bits; bit++) {
         const uint8_t* left = pixels + (bit / 8) * rowLength + (bit % 8) * 4;
         if (sumOfColors(left) / 3 > sumOfColors(left + 4) / 3)
             hash |= uint64_t { 1 } << bit;
@@ -40,8 +40,10 @@ std::string ahash_rgba_8_8(const double* greys)
 
 void greyscale_pixels_rgba_32_32(const uint8_t* pixels, double* greys)
 {
-    for (int i = 0; i < 32 * 32; i++)
-        greys[i] = sumOfColors(pixels + size_t(i) * 4) / 3;
+    for (size_t i = 0; i < size_t { 32 } * 32; i++) {
+        const int grey = sumOfColors(pixels + i * 4) / 3;
+        greys[i] = grey;
+    }
 }
 
 double fast_avg_no_first_el_rgba_8_8(const double* out)

@@ -40,6 +40,7 @@ template <typename T> std::optional<std::string> nameOf(const std::array<Name<T>
 template <typename T> std::vector<std::string> allNames(const std::array<Name<T>, 3>& names)
 {
     std::vector<std::string> all;
+    all.reserve(names.size());
     for (const auto& [value, name] : names)
         all.emplace_back(name);
     return all;

@@ -74,8 +74,10 @@ private:
             if (to[i] != full * count)
                 return false;
         }
-        for (size_t i = 0; i < length; i++)
-            m_sums[i] += uint32_t { to[i] } * full;
+        for (size_t i = 0; i < length; i++) {
+            const uint32_t sum = to[i] * uint32_t { full };
+            m_sums[i] += sum;
+        }
         return true;
     }
 
@@ -232,6 +234,7 @@ std::vector<RGBABitmap> RGBABitmapsOfImage(const UIImage& image, std::span<const
         y = next;
     }
     std::vector<RGBABitmap> bitmaps;
+    bitmaps.reserve(reductions.size());
     for (Reduction& reduction : reductions)
         bitmaps.push_back(reduction.take());
     return bitmaps;

@@ -20,7 +20,7 @@ struct RGBABitmap {
     size_t rowLength { 0 };
     std::vector<uint8_t> bytes;
 
-    const uint8_t* pixel(int x, int y) const { return bytes.data() + size_t(y) * rowLength + size_t(x) * 4; }
+    const uint8_t* pixel(size_t x, size_t y) const { return bytes.data() + y * rowLength + x * 4; }
 };
 
 /// Scales the whole picture into bitmaps of several sizes, reading its pixels once. A pixel of a bitmap is
