@@ -37,9 +37,11 @@ class LMAdViewProcessorsFactoryTest : public testing::Test {
 protected:
     LMAdViewProcessorsFactoryTest()
     {
-        for (const char* name : { "STProcessor", "LMGADInterstitialProcessor", "LMMoPubBannerProcessor",
-                 "LMMoPubInterstitialProcessor", "LMDFPBannerProcessor", "LMGADViewProcessor",
-                 "LMRubiconProcessor", "LMFacebookProcessor", "LMSmaatoProcessor", "LMInMobiProcessor" })
+        for (const char* name : { "STProcessor", "LMGADInterstitialProcessor",
+                 "LMAdColonyInterstitialProcessor", "LMMoPubBannerProcessor", "LMMoPubInterstitialProcessor",
+                 "LMDFPBannerProcessor", "LMGADViewProcessor", "LMRubiconProcessor", "LMFacebookProcessor",
+                 "LMIronSourceProcessor", "LMSmaatoProcessor", "LMAOLProcessor", "LMInMobiProcessor",
+                 "LMAmazonProcessor", "LMOpenXProcessor", "LMAppNexusProcessor" })
             ClassBuilder(name, classOf<TestProcessor>());
         ClassBuilder("DFPBannerView", standInClass("GADBannerView", classOf<UIView>()));
     }
@@ -47,48 +49,92 @@ protected:
     {
         return NSStringFromClass(LMAdViewProcessorsFactory::getProcessorClassForObject(object, delegate));
     }
+    static std::shared_ptr<UIView> viewOf(const char* className)
+    {
+        auto made = alloc<UIView>(standInClass(className, classOf<UIView>()));
+        send(made, sel::initWithFrame, CGRect { { 0, 0 }, { 10, 10 } });
+        return made;
+    }
+
     Phone phone { {} };
 };
 
 TEST_F(LMAdViewProcessorsFactoryTest, ObjectsAndDelegatesByTheirKind)
 {
-    const auto childOf = [](const std::string& kind) {
-        return class_createInstance(standInClass("Child" + kind, standInClass(kind, classOf<NSObject>())));
-    };
     struct Row {
-        const char *object, *delegate, *processor;
+        const char* processor;
+        std::vector<std::string> kinds;
     };
-    for (const Row& row : { Row { "DFPBannerView", "Stranger", "LMDFPBannerProcessor" },
-             Row { "GADBannerView", "Stranger", "LMGADViewProcessor" },
-             Row { "IMUIView", "SOMAAdRenderer", "LMInMobiProcessor" },
-             Row { "Stranger", "SOMAAdRenderer", "LMSmaatoProcessor" },
-             Row { "Stranger", "GADWebViewDelegateProxy", "LMGADViewProcessor" },
-             Row { "SOMAAdRenderer", "GADInterstitial", "" }, Row { "GADUIKitWebView", "MPAdView", "" } })
-        EXPECT_EQ(processorFor(childOf(row.object).get(), childOf(row.delegate).get()), row.processor)
-            << row.object << ", " << row.delegate;
+    const Row objects[] = {
+        { "LMGADInterstitialProcessor", { "GADInterstitial" } },
+        { "LMAdColonyInterstitialProcessor", { "AdColonyInterstitial" } },
+        { "LMMoPubBannerProcessor", { "MPAdView" } },
+        { "LMMoPubInterstitialProcessor", { "MPInterstitialAdController" } },
+        { "LMDFPBannerProcessor", { "DFPBannerView" } },
+        { "LMGADViewProcessor", { "GADBannerView" } },
+        { "LMRubiconProcessor", { "RFMAdView", "RFMWebView" } },
+        { "LMFacebookProcessor", { "FBAdView", "FBInterstitialAd", "FBInterstitialVideoAdContentView" } },
+        { "LMIronSourceProcessor", { "SSWVWKWebView" } },
+        { "LMSmaatoProcessor", { "SOMAWKWebView" } },
+        { "LMAOLProcessor", { "MMWebView", "MMWebComponent" } },
+        { "LMInMobiProcessor", { "IMUIView" } },
+        { "", { "SOMAAdRenderer", "GADUIKitWebView", "Stranger" } },
+    };
+    const Row delegates[] = {
+        { "LMFacebookProcessor", { "FBAdWebKitContentContainer" } },
+        { "LMAmazonProcessor", { "AMMRAdView", "AMAMraidInterstitialAdView" } },
+        { "LMSmaatoProcessor", { "SOMAAdRenderer" } },
+        { "LMOpenXProcessor", { "OXMWebView" } },
+        { "LMAOLProcessor", { "MMWebComponent" } },
+        { "LMIronSourceProcessor", { "SSWVWKWebView", "ISInterstitialDelegate" } },
+        { "LMInMobiProcessor",
+            { "INMMoatWebViewAndBridge", "IMWKWebViewController", "IMUIWebViewController" } },
+        { "LMAppNexusProcessor", { "ANAdWebViewController" } },
+        { "LMGADViewProcessor",
+            { "GADUIKitWebView", "GADWebKitWebView", "GADUIWebViewDelegateProxy", "GADWebViewDelegateProxy",
+                "GADWebKitWebViewController" } },
+        { "", { "GADInterstitial", "MPAdView", "Stranger" } },
+    };
+    const auto childOf = [](const std::string& kind) {
+        Class cls = standInClass("Child" + kind, standInClass(kind, classOf<NSObject>()));
+        return class_createInstance(cls);
+    };
+    const auto stranger = standInObject("Stranger", {});
+    for (const Row& row : objects) {
+        for (const std::string& kind : row.kinds)
+            EXPECT_EQ(processorFor(childOf(kind).get(), stranger.get()), row.processor) << kind;
+    }
+    for (const Row& row : delegates) {
+        for (const std::string& kind : row.kinds)
+            EXPECT_EQ(processorFor(stranger.get(), childOf(kind).get()), row.processor) << kind;
+    }
     const auto sharethrough = alloc<Object>(
         ClassBuilder("AnyAd", NSClassFromString("GADBannerView")).protocol("STRAdView").build());
     EXPECT_EQ(processorFor(sharethrough.get(), nullptr), "STProcessor") << "before all others";
+    EXPECT_EQ(processorFor(standInObject("IMUIView", {}).get(), standInObject("SOMAAdRenderer", {}).get()),
+        "LMInMobiProcessor")
+        << "the object before the delegate";
     EXPECT_EQ(processorFor(nullptr, nullptr), "");
 }
 
 TEST_F(LMAdViewProcessorsFactoryTest, MoPubsConfigurationSaysWhichAdItIs)
 {
-    const auto view = make<UIView>();
+    const auto view = viewOf("UIView");
     const auto asked = [&](const Value& delegate) {
         return processorFor(view.get(), standInObject("MPWebView", { { "_delegate", delegate } }).get());
     };
-    const auto controllerOf = [](const Value& type) {
+    const auto ofType = [&](const Value& type) {
         const auto configuration = standInObject("MPAdConfiguration", { { "_adType", type } });
-        return standInObject("MRController", { { "_configuration", configuration } });
+        return asked(standInObject("MRController", { { "_configuration", configuration } }));
     };
-    const auto ofType = [&](const Value& type) { return asked(controllerOf(type)); };
     EXPECT_EQ(ofType(1), "LMMoPubInterstitialProcessor");
     EXPECT_EQ(ofType(0), "LMMoPubBannerProcessor");
     EXPECT_EQ(ofType("1"), "LMMoPubInterstitialProcessor") << "a text is read as a number";
     EXPECT_EQ(ofType(2), "") << "any other type is nobody's";
     ClassBuilder("SOMAAdRenderer", standInClass("MPWebView", classOf<NSObject>()));
-    const auto both = standInObject("SOMAAdRenderer", { { "_delegate", controllerOf("2") } });
+    const auto configuration = standInObject("MPAdConfiguration", { { "_adType", "2" } });
+    const auto controller = standInObject("MRController", { { "_configuration", configuration } });
+    const auto both = standInObject("SOMAAdRenderer", { { "_delegate", controller } });
     EXPECT_EQ(processorFor(view.get(), both.get()), "LMSmaatoProcessor") << "later rows are asked";
     EXPECT_EQ(asked({}), "LMMoPubBannerProcessor") << "nothing counts as 0";
     EXPECT_EQ(asked(standInObject("Unexpected", {})), "LMMoPubBannerProcessor") << "so does an unknown key";
@@ -98,8 +144,8 @@ TEST_F(LMAdViewProcessorsFactoryTest, AGoogleWebViewBelongsToWhatItIsIn)
 {
     const auto google = standInObject("GADWebKitWebView", {});
     const auto processorInside = [&](const char* outer) {
-        const auto banner = standInView(outer, {});
-        const auto container = make<UIView>();
+        const auto banner = viewOf(outer);
+        const auto container = viewOf("Container");
         const auto webView = make<WKWebView>();
         banner->addSubview(container);
         container->addSubview(webView);
@@ -159,14 +205,13 @@ TEST_F(LMAdViewProcessorsFactoryTest, AProcessorThatCannotBeMadeIsNoneAndSaysSo)
 {
     LMLog::setLogLevel(0);
     for (const char* kind : { "RFMAdView", "FBAdView" })
-        EXPECT_EQ(LMAdViewProcessorsFactory::getProcessorForObject(standInView(kind, {}).get()), nullptr)
-            << kind;
+        EXPECT_EQ(LMAdViewProcessorsFactory::getProcessorForObject(viewOf(kind).get()), nullptr) << kind;
     EXPECT_EQ(LMAdViewProcessorsFactory::getProcessorForObject(nullptr), nullptr);
-    const auto lines = phone.console().lines();
-    EXPECT_EQ(std::count(lines.begin(), lines.end(),
-                  "[Lumora] [ProcessorFactory] class is supporting, but failed when creating "
-                  "AdViewProcessor"),
-        2);
+    size_t complaints = 0;
+    for (const std::string& line : phone.console().lines())
+        complaints += line
+            == "[Lumora] [ProcessorFactory] class is supporting, but failed when creating AdViewProcessor";
+    EXPECT_EQ(complaints, 2u);
 }
 
 } // namespace
