@@ -1,13 +1,17 @@
 // The links of 2 MB by the scanner and by the engine alone, without the text's conversion and the making of
-// matches, in the same run; a search through 10,000 views. Read the ratios.
+// matches, in the same run, and so the alerts and store links of 2 MB; a search through 10,000 views. Read
+// the ratios.
 
+#include "platform/foundation/NSDataDetector.h"
 #include "platform/uikit/UIView.h"
+#include "processing/AlertScan.h"
 #include "simulator/Phone.h"
 #include "support/NSStringExtensions.h"
 #include "support/UIViewExtensions.h"
 
 #include <benchmark/benchmark.h>
 #include <chrono>
+#include <functional>
 #include <unicode/regex.h>
 
 namespace lumora {
@@ -28,12 +32,17 @@ constexpr const char* markup
 }</script><p>All the text of a page, a sentence of it, and another one: three words more. m\u00FCnich</p>
 )";
 
-size_t linksByEngine(const icu::UnicodeString& text)
+constexpr const char* markupForStore
+    = R"html(<a href="itms-apps://apps.example.com/app/id310633997?mt=8">Install</a>
+<script>function leave() { if (confirm("Leave this page?")) { window.alert("Thank you"); go('https://a.example/x'); } }</script>
+)html";
+
+size_t matchesByEngine(const icu::UnicodeString& text, const std::string& expression, uint32_t flags)
 {
     UErrorCode status = U_ZERO_ERROR;
     UParseError where;
-    const std::unique_ptr<icu::RegexPattern> pattern(icu::RegexPattern::compile(
-        icu::UnicodeString::fromUTF8(linkPattern), UREGEX_CASE_INSENSITIVE, where, status));
+    const std::unique_ptr<icu::RegexPattern> pattern(
+        icu::RegexPattern::compile(icu::UnicodeString::fromUTF8(expression), flags, where, status));
     const std::unique_ptr<icu::RegexMatcher> matcher(pattern->matcher(text, status));
     size_t count = 0;
     while (matcher->find(status))
@@ -41,7 +50,10 @@ size_t linksByEngine(const icu::UnicodeString& text)
     return count;
 }
 
-void links(benchmark::State& state, const char* unit)
+/// Both count what they find in 2 MB of that text.
+void compare(benchmark::State& state, const std::string& unit,
+    const std::function<size_t(const std::string&)>& scan,
+    const std::function<size_t(const icu::UnicodeString&)>& byEngine)
 {
     constexpr size_t size = 2'000'000;
     std::string text;
@@ -52,12 +64,12 @@ void links(benchmark::State& state, const char* unit)
     double engine = 0;
     for (auto _ : state) {
         auto start = Clock::now();
-        const auto urls = getAllURLs(text);
+        const size_t found = scan(text);
         ours += millisecondsSince(start);
         start = Clock::now();
-        const size_t expected = linksByEngine(units);
+        const size_t expected = byEngine(units);
         engine += millisecondsSince(start);
-        if (expected != (urls ? urls->size() : 0))
+        if (found != expected)
             state.SkipWithError("the engine finds others");
     }
     const auto rounds = static_cast<double>(state.iterations());
@@ -65,9 +77,49 @@ void links(benchmark::State& state, const char* unit)
     state.counters["engine ms"] = engine / rounds;
     state.counters["ratio"] = engine / ours;
 }
+
+void links(benchmark::State& state, const char* unit)
+{
+    compare(
+        state, unit,
+        [](const std::string& text) {
+            const auto urls = getAllURLs(text);
+            return urls ? urls->size() : 0;
+        },
+        [](const icu::UnicodeString& units) {
+            return matchesByEngine(units, linkPattern, UREGEX_CASE_INSENSITIVE);
+        });
+}
 BENCHMARK_CAPTURE(links, markup, markup)->Iterations(10);
 BENCHMARK_CAPTURE(links, http, "http:")->Iterations(10);
 BENCHMARK_CAPTURE(links, s, "s:")->Iterations(10);
+
+void alertsAndStoreLinks(benchmark::State& state, const std::string& unit)
+{
+    constexpr const char* host = "apps.example.com";
+    const auto detector = NSDataDetector::dataDetectorWithTypes(NSTextCheckingTypeLink, host);
+    compare(
+        state, unit,
+        [&](const std::string& text) {
+            return scriptDialogsIn(text).size() + detector->matchesInString(text).size();
+        },
+        [](const icu::UnicodeString& units) {
+            return matchesByEngine(units, R"re(window\.alert\("[\s\S]*?"\))re", 0)
+                + matchesByEngine(units, R"re(confirm\("[\s\S]*?"\))re", 0)
+                + matchesByEngine(units, NSDataDetector::linkPattern(host), 0);
+        });
+}
+/// A page of 4 kB with one way to the store.
+std::string page()
+{
+    constexpr int parts = 6;
+    std::string text = markupForStore;
+    for (int i = 0; i < parts; i++)
+        text += markup;
+    return text;
+}
+BENCHMARK_CAPTURE(alertsAndStoreLinks, pages, page())->Iterations(10);
+BENCHMARK_CAPTURE(alertsAndStoreLinks, nothingElse, markupForStore)->Iterations(10);
 
 /// A class that none of them is of.
 void findSubView(benchmark::State& state)
