@@ -13,6 +13,7 @@
 #include "platform/webkit/WKWebView.h"
 #include "processing/LMDefaultConfig.h"
 #include "processing/LMHTMLGrabber.h"
+#include "processing/StoreLinks.h"
 #include "service/TDEventModel.h"
 #include "support/Guarded.h"
 #include "support/LMRegularExpressionsBackgroundManager.h"
@@ -87,6 +88,7 @@ id LMAdViewProcessor::initWithAdObject(Object* adObject)
     m_isMarkedAsBlankAd = false;
     getURLsFromAdObject();
     m_createAtTimestamp = serverTimeIntervalSince1970();
+    m_sendingEventsDispatchGroup = std::make_shared<DispatchGroup>();
     return this;
 }
 
@@ -228,6 +230,17 @@ void LMAdViewProcessor::getURLsFromAdObject()
     m_URLsFromAd.set(std::nullopt);
     if (std::vector<std::string> own = getURLForCustomView(); !own.empty())
         return m_URLsFromAd.set(std::move(own));
+    if (!adObject())
+        return;
+    getNewHTMLWithPurpose(
+        HTMLPurpose::Event, [weakSelf = weakly(this)](bool success, const std::string& html) {
+            if (!success || html.empty())
+                return;
+            findStoreLinks(html, [weakSelf](std::vector<std::string> links) {
+                if (const auto self = weakSelf.lock())
+                    self->m_URLsFromAd.set(std::move(links));
+            });
+        });
 }
 
 // Events
