@@ -8,15 +8,14 @@ namespace lumora {
 
 std::optional<std::string> LMGoogleCreativeIdHelper::getCreativeIDFromDebugString(const Value& debugString)
 {
-    constexpr std::string_view label = "Creative+ID+0=";
     static const auto labelled
-        = NSRegularExpression::regularExpressionWithPattern("Creative\\+ID\\+0\\=\\d+", true);
+        = NSRegularExpression::regularExpressionWithPattern("Creative\\+ID\\+0=(\\d+)", true);
     if (!labelled || !debugString.string())
         return std::nullopt;
     const auto matches = labelled->matchesInString(*debugString.string());
     if (matches.empty())
         return std::nullopt;
-    std::string creativeId = matches.back().text.substr(label.size());
+    std::string creativeId = matches.back().groups[1].text;
     LMLog::logDebug(creativeId);
     return creativeId;
 }

@@ -38,19 +38,24 @@ constexpr Candidate itself(Part part) { return { part }; }
 constexpr Candidate at(Part part, const char* keyPath) { return { part, keyPath }; }
 constexpr Candidate foundIn(Part part) { return { part, nullptr, true }; }
 
-/// One hook of one class. A method that answers no has shown nothing.
-struct Moment {
-    /// The class whose `swizzleMethods` installs it.
-    const char* swizzler;
-    const char* className;
-    const char* selector;
-    /// The first that a processor understands is handed over; else the first that is there.
-    std::vector<Candidate> candidates;
+/// What is special about a moment.
+struct Circumstances {
     /// Where the receiver is looked for besides in itself.
     AdMoment moment { AdMoment::Loaded };
     /// Whether an ad comes on screen by this call, from the receiver and the first argument; always if unset.
     bool (*isShown)(id self, id argument) { nullptr };
     Hook::Kind kind { Hook::Kind::Method };
+};
+
+/// One hooked method. One that answers no has shown nothing.
+struct Moment {
+    /// The class whose `swizzleMethods` installs the hook.
+    const char* swizzler;
+    const char* className;
+    const char* selector;
+    /// The first that a processor understands is handed over; else the first that is there.
+    std::vector<Candidate> candidates;
+    Circumstances circumstances;
 };
 
 bool isUnderstood(Object* object)
@@ -66,9 +71,9 @@ public:
     {
         guardedHook(self, [&] {
             const id first = arguments.size() ? *arguments.begin() : nullptr;
-            if (moment.isShown && !moment.isShown(self, first))
+            if (const auto isShown = moment.circumstances.isShown; isShown && !isShown(self, first))
                 return;
-            m_search = AdViewSearch(moment.moment);
+            m_search = AdViewSearch(moment.circumstances.moment);
             keep(Part::Receiver, weakly(self));
             for (size_t i = 0; i < arguments.size() && i < 2; i++)
                 keep(i ? Part::Second : Part::First, weakly(arguments.begin()[i]));
@@ -128,113 +133,112 @@ bool isInWindow(id self, id)
 bool isSmaatosOwn(id self, id) { return object_getClassName(self) == "SOMAAdView"; }
 bool isVervesInterstitial(id, id ad) { return isKindOfClassNamed(ad, "VWInterstitialAd"); }
 
-/// A row: the moment, and the method's type without receiver's selector.
+/// A moment with the type of its method, receiver and selector left out.
 template <typename F> struct Row : Moment {
 };
+template <typename F>
+Row<F> row(const char* swizzler, const char* className, const char* selector,
+    std::initializer_list<Candidate> candidates, const Circumstances& circumstances = {})
+{
+    return { { swizzler, className, selector, candidates, circumstances } };
+}
+
+using enum Part;
 
 // In the order in which the classes are asked to install their hooks.
 const std::tuple rows {
-    Row<void(id)> { { "LMGoogleCommonSwizzler", "GADBannerView", "adViewDidReceiveAd:",
-        { at(Part::Receiver, "_bannerView._bannerAd._adView._view._view._viewToSwap._webView"),
-            itself(Part::Receiver) } } },
-    Row<void(id)> { { "LMGoogleCommonSwizzler", "GADInterstitial",
-        "adLoadCompletedWithError:", { itself(Part::Receiver) }, AdMoment::Loaded, &isWithoutError } },
-    Row<void(id)> { { "LMGoogleCommonSwizzler", "GADUnifiedNativeAdView", "setNativeAd:",
-        { at(Part::First, "_internalNativeAd._nativeAdContext._context._webViewController._webView"),
-            itself(Part::Receiver) },
-        AdMoment::Loaded, &isWithArgument } },
+    row<void(id)>("LMGoogleCommonSwizzler", "GADBannerView", "adViewDidReceiveAd:",
+        { at(Receiver, "_bannerView._bannerAd._adView._view._view._viewToSwap._webView"), itself(Receiver) }),
+    row<void(id)>("LMGoogleCommonSwizzler", "GADInterstitial",
+        "adLoadCompletedWithError:", { itself(Receiver) }, { .isShown = &isWithoutError }),
+    row<void(id)>("LMGoogleCommonSwizzler", "GADUnifiedNativeAdView", "setNativeAd:",
+        { at(First, "_internalNativeAd._nativeAdContext._context._webViewController._webView"),
+            itself(Receiver) },
+        { .isShown = &isWithArgument }),
 
-    Row<void()> { { "LMFacebookSwizzler", "FBDisplayAdController", "notifyAdViewPresented",
-        { foundIn(Part::Receiver) }, AdMoment::DidShow } },
-    Row<void(id)> {
-        { "LMFacebookSwizzler", "FBNativeAdBase", "setNativeAdView:", { foundIn(Part::First) } } },
+    row<void()>("LMFacebookSwizzler", "FBDisplayAdController", "notifyAdViewPresented", { foundIn(Receiver) },
+        { .moment = AdMoment::DidShow }),
+    row<void(id)>("LMFacebookSwizzler", "FBNativeAdBase", "setNativeAdView:", { foundIn(First) }),
 
-    Row<void(id)> { { "LMMoPubSwizzler", "MPAdView",
-        "managerDidLoadAd:", { foundIn(Part::First), itself(Part::Receiver) } } },
-    Row<void(id)> { { "LMMoPubSwizzler", "MPInterstitialAdManager", "presentInterstitialFromViewController:",
-        { foundIn(Part::Receiver), { Part::Receiver, "_delegate", false, "MPInterstitialAdController" } },
-        AdMoment::WillShow } },
-    Row<void(id, id, const std::string&)> { { "LMMoPubSwizzler", "MPRewardedVideoAdManager",
-        "presentRewardedVideoAdFromViewController:withReward:customData:", { foundIn(Part::Receiver) },
-        AdMoment::WillShow } },
-    Row<std::shared_ptr<Object>(void*)> {
-        { "LMMoPubSwizzler", "MPNativeAd", "retrieveAdViewWithError:", { foundIn(Part::Answer) } } },
+    row<void(id)>("LMMoPubSwizzler", "MPAdView", "managerDidLoadAd:", { foundIn(First), itself(Receiver) }),
+    row<void(id)>("LMMoPubSwizzler", "MPInterstitialAdManager", "presentInterstitialFromViewController:",
+        { foundIn(Receiver), { Receiver, "_delegate", false, "MPInterstitialAdController" } },
+        { .moment = AdMoment::WillShow }),
+    row<void(id, id, const std::string&)>("LMMoPubSwizzler", "MPRewardedVideoAdManager",
+        "presentRewardedVideoAdFromViewController:withReward:customData:", { foundIn(Receiver) },
+        { .moment = AdMoment::WillShow }),
+    row<std::shared_ptr<Object>(void*)>(
+        "LMMoPubSwizzler", "MPNativeAd", "retrieveAdViewWithError:", { foundIn(Answer) }),
 
-    Row<void()> { { "LMAmazonSwizzler", "AMMRAdView", "didMoveToWindow", { foundIn(Part::Receiver) },
-        AdMoment::Loaded, &isInWindow } },
-    Row<void()> { { "LMAmazonSwizzler", "AMAMraidInterstitialAdView", "didMoveToWindow",
-        { foundIn(Part::Receiver) }, AdMoment::Loaded, &isInWindow } },
+    row<void()>("LMAmazonSwizzler", "AMMRAdView", "didMoveToWindow", { foundIn(Receiver) },
+        { .isShown = &isInWindow }),
+    row<void()>("LMAmazonSwizzler", "AMAMraidInterstitialAdView", "didMoveToWindow", { foundIn(Receiver) },
+        { .isShown = &isInWindow }),
 
-    Row<void(id)> { { "LMSmaatoSwizzer", "SOMAAdView", "renderedAdViewDidFinishedRendering:",
-        { at(Part::First, "_webView"), foundIn(Part::First) }, AdMoment::Loaded, &isSmaatosOwn } },
-    Row<void(id)> { { "LMSmaatoSwizzer", "SOMAInterstitialAdView", "show:", { foundIn(Part::Receiver) },
-        AdMoment::WillShow } },
-    Row<void(id)> {
-        { "LMSmaatoSwizzer", "SOMANativeAd", "registerViewForUserInteraction:", { foundIn(Part::First) } } },
+    row<void(id)>("LMSmaatoSwizzer", "SOMAAdView", "renderedAdViewDidFinishedRendering:",
+        { at(First, "_webView"), foundIn(First) }, { .isShown = &isSmaatosOwn }),
+    row<void(id)>("LMSmaatoSwizzer", "SOMAInterstitialAdView", "show:", { foundIn(Receiver) },
+        { .moment = AdMoment::WillShow }),
+    row<void(id)>("LMSmaatoSwizzer", "SOMANativeAd", "registerViewForUserInteraction:", { foundIn(First) }),
 
-    Row<void(id)> { { "LMInMobiSwizzler", "IMBanner", "adDidFinishLoad:", { foundIn(Part::Receiver) } } },
-    Row<void(id)> { { "LMInMobiSwizzler", "IMBanner", "bannerViewDidLoadAd:", { foundIn(Part::Receiver) },
-        AdMoment::Loaded, nullptr, Hook::Kind::MethodOtherwise } },
-    Row<void(bool)> { { "LMInMobiSwizzler", "IMNativeRenderViewController",
-        "viewDidAppear:", { foundIn(Part::Receiver) } } },
-    Row<void(bool)> {
-        { "LMInMobiSwizzler", "IMRenderViewController", "viewDidAppear:", { foundIn(Part::Receiver) } } },
+    row<void(id)>("LMInMobiSwizzler", "IMBanner", "adDidFinishLoad:", { foundIn(Receiver) }),
+    row<void(id)>("LMInMobiSwizzler", "IMBanner", "bannerViewDidLoadAd:", { foundIn(Receiver) },
+        { .kind = Hook::Kind::MethodOtherwise }),
+    row<void(bool)>(
+        "LMInMobiSwizzler", "IMNativeRenderViewController", "viewDidAppear:", { foundIn(Receiver) }),
+    row<void(bool)>("LMInMobiSwizzler", "IMRenderViewController", "viewDidAppear:", { foundIn(Receiver) }),
 
-    Row<void(id, id)> { { "LMAppNexusSwizzler", "ANBannerAdView",
-        "universalAdFetcher:didFinishRequestWithResponse:", { foundIn(Part::Receiver) } } },
-    Row<void(id)> { { "LMAppNexusSwizzler", "ANInterstitialAd",
-        "displayAdFromViewController:", { foundIn(Part::Receiver) }, AdMoment::WillShow } },
-    Row<bool(id, id, const Value&, void*)> { { "LMAppNexusSwizzler", "ANNativeAdResponse",
-        "registerViewForTracking:withRootViewController:clickableViews:error:", { foundIn(Part::First) } } },
+    row<void(id, id)>("LMAppNexusSwizzler", "ANBannerAdView",
+        "universalAdFetcher:didFinishRequestWithResponse:", { foundIn(Receiver) }),
+    row<void(id)>("LMAppNexusSwizzler", "ANInterstitialAd",
+        "displayAdFromViewController:", { foundIn(Receiver) }, { .moment = AdMoment::WillShow }),
+    row<bool(id, id, const Value&, void*)>("LMAppNexusSwizzler", "ANNativeAdResponse",
+        "registerViewForTracking:withRootViewController:clickableViews:error:", { foundIn(First) }),
 
-    Row<void()> { { "LMRubiconSwizzler", "RFMAdView", "didMoveToWindow", { itself(Part::Receiver) },
-        AdMoment::Loaded, &isInWindow } },
+    row<void()>("LMRubiconSwizzler", "RFMAdView", "didMoveToWindow", { itself(Receiver) },
+        { .isShown = &isInWindow }),
 
-    Row<void()> { { "LMAOLSwizzler", "MMInlineAd", "contentLoadSucceeded", { foundIn(Part::Receiver) } } },
-    Row<void()> { { "LMAOLSwizzler", "MMInterstitialAd", "willDisplay", { foundIn(Part::Receiver) },
-        AdMoment::WillShow } },
-    Row<std::shared_ptr<Object>(id)> {
-        { "LMAOLSwizzler", "MMNativeAd", "loadIntoLayoutFromBundle:", { foundIn(Part::Answer) } } },
+    row<void()>("LMAOLSwizzler", "MMInlineAd", "contentLoadSucceeded", { foundIn(Receiver) }),
+    row<void()>("LMAOLSwizzler", "MMInterstitialAd", "willDisplay", { foundIn(Receiver) },
+        { .moment = AdMoment::WillShow }),
+    row<std::shared_ptr<Object>(id)>(
+        "LMAOLSwizzler", "MMNativeAd", "loadIntoLayoutFromBundle:", { foundIn(Answer) }),
 
-    Row<void()> { { "LMOpenXSwizzler", "OXMBannerView", "adDidDisplay", { foundIn(Part::Receiver) } } },
-    Row<void()> { { "LMOpenXSwizzler", "OXMInterstitialController", "show", { foundIn(Part::Receiver) },
-        AdMoment::WillShow } },
+    row<void()>("LMOpenXSwizzler", "OXMBannerView", "adDidDisplay", { foundIn(Receiver) }),
+    row<void()>("LMOpenXSwizzler", "OXMInterstitialController", "show", { foundIn(Receiver) },
+        { .moment = AdMoment::WillShow }),
 
-    Row<void(id, id)> {
-        { "STSwizzler", "STRAdRenderer", "renderAd:inPlacement:", { at(Part::Second, "adView") } } },
+    row<void(id, id)>("STSwizzler", "STRAdRenderer", "renderAd:inPlacement:", { at(Second, "adView") }),
 
-    Row<void(id)> { { "LMIronSourceSwizzler", "SupersonicAdsPublisher",
-        "setSupersonicAdsView:", { foundIn(Part::First) } } },
+    row<void(id)>(
+        "LMIronSourceSwizzler", "SupersonicAdsPublisher", "setSupersonicAdsView:", { foundIn(First) }),
 
-    Row<void(id)> {
-        { "LMVerveSwizzler", "VWAdvertView", "adViewDidFinishLoadingAd:", { foundIn(Part::Receiver) } } },
-    Row<void(id)> { { "LMVerveSwizzler", "VWFullscreenAdViewController", "adViewDidFinishLoadingAd:",
-        { foundIn(Part::First), foundIn(Part::Receiver) }, AdMoment::Loaded, &isVervesInterstitial } },
+    row<void(id)>("LMVerveSwizzler", "VWAdvertView", "adViewDidFinishLoadingAd:", { foundIn(Receiver) }),
+    row<void(id)>("LMVerveSwizzler", "VWFullscreenAdViewController", "adViewDidFinishLoadingAd:",
+        { foundIn(First), foundIn(Receiver) }, { .isShown = &isVervesInterstitial }),
 
-    Row<bool(id)> { { "LMAdColonySwizzler", "AdColonyInterstitial",
-        "showWithPresentingViewController:", { itself(Part::Receiver) } } },
+    row<bool(id)>("LMAdColonySwizzler", "AdColonyInterstitial",
+        "showWithPresentingViewController:", { itself(Receiver) }),
 
-    Row<void(bool)> {
-        { "LMVungleSwizzler", "VungleAdViewController", "viewWillAppear:", { foundIn(Part::Receiver) } } },
-    Row<void(bool)> {
-        { "LMVungleSwizzler", "VungleMRAIDViewController", "viewWillAppear:", { foundIn(Part::Receiver) } } },
+    row<void(bool)>("LMVungleSwizzler", "VungleAdViewController", "viewWillAppear:", { foundIn(Receiver) }),
+    row<void(bool)>(
+        "LMVungleSwizzler", "VungleMRAIDViewController", "viewWillAppear:", { foundIn(Receiver) }),
 
-    Row<void(id)> { { "LMTapJoySwizzler", "TJCViewController",
-        "setPlacementViewDelegate:", { foundIn(Part::Receiver) } } },
+    row<void(id)>(
+        "LMTapJoySwizzler", "TJCViewController", "setPlacementViewDelegate:", { foundIn(Receiver) }),
 
     // Its class methods are the report button's: the first hook of one leaves a second nothing to see.
-    Row<void(bool)> {
-        { "LMUnitySwizzler", "UADSViewController", "viewDidAppear:", { foundIn(Part::Receiver) } } },
+    row<void(bool)>("LMUnitySwizzler", "UADSViewController", "viewDidAppear:", { foundIn(Receiver) }),
 
-    Row<void(id)> { { "LMVerizonSwizzler", "VASInlineAdView",
-        "setupAndStartWatchingView:", { at(Part::First, "_wkWebView"), at(Part::Receiver, "_wkWebView") } } },
-    Row<void()> { { "LMVerizonSwizzler", "VASInterstitialAd", "adDidShow",
-        { at(Part::Receiver, "_ad._adAdapter._webController._webView._wkWebView") } } },
+    row<void(id)>("LMVerizonSwizzler", "VASInlineAdView",
+        "setupAndStartWatchingView:", { at(First, "_wkWebView"), at(Receiver, "_wkWebView") }),
+    row<void()>("LMVerizonSwizzler", "VASInterstitialAd", "adDidShow",
+        { at(Receiver, "_ad._adAdapter._webController._webView._wkWebView") }),
 
-    Row<std::shared_ptr<Object>(id)> { { "AATKitSwizzler", "AATKit", "getPlacementView:",
-        { foundIn(Part::Answer) }, AdMoment::Loaded, nullptr, Hook::Kind::ClassMethod } },
-    Row<bool(id)> { { "AATKitSwizzler", "AATKit", "showPlacement:", { foundIn(Part::Receiver) },
-        AdMoment::WillShow, nullptr, Hook::Kind::ClassMethod } },
+    row<std::shared_ptr<Object>(id)>("AATKitSwizzler", "AATKit", "getPlacementView:", { foundIn(Answer) },
+        { .kind = Hook::Kind::ClassMethod }),
+    row<bool(id)>("AATKitSwizzler", "AATKit", "showPlacement:", { foundIn(Receiver) },
+        { .moment = AdMoment::WillShow, .kind = Hook::Kind::ClassMethod }),
 };
 constexpr size_t countOfRows = std::tuple_size_v<decltype(rows)>;
 
@@ -248,7 +252,7 @@ template <typename T> id objectIn(const T& argument)
 
 /// What stands in for the method of a row, and what it replaced there.
 template <size_t Index, typename F> struct Replacement;
-template <size_t Index, typename R, typename... A> struct Replacement<Index, Row<R(A...)>> {
+template <size_t Index, typename R, typename... A> struct Replacement<Index, const Row<R(A...)>> {
     static inline Slot<R(id, SEL, A...)> replacedIMP;
     static R lumora_logShownAd(id self, SEL _cmd, A... arguments)
     {
@@ -271,7 +275,8 @@ template <size_t Index> Hook hookOf()
 {
     using Here = Replacement<Index, std::tuple_element_t<Index, decltype(rows)>>;
     const Moment& moment = std::get<Index>(rows);
-    return { moment.className, moment.selector, &Here::lumora_logShownAd, &Here::replacedIMP, moment.kind };
+    return { moment.className, moment.selector, &Here::lumora_logShownAd, &Here::replacedIMP,
+        moment.circumstances.kind };
 }
 
 /// Every row's hook with the class that installs it.

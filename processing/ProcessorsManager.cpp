@@ -31,8 +31,8 @@ double secondsBetweenTicks() { return static_cast<double>(AdProcessingManager::s
 
 void willTakeScreenshot(const LMAdViewProcessor& processor)
 {
-    LMLog::logDebug(stringWithFormat("[%@][startTimer] %@ will take screenshot",
-        { "ProcessorsManager", processor.description() }));
+    LMLog::logDebug(stringWithFormat(
+        "[%@][startTimer] %@ will take screenshot", { "ProcessorsManager", processor.description() }));
 }
 
 /// Whether a tick looks at a processor; counts one that it leaves out.
@@ -91,8 +91,8 @@ void ProcessorsManager::addProcessor(const std::shared_ptr<LMAdViewProcessor>& p
     if (!processor)
         return;
     // The configured list of SDKs is not asked: kept, it keeps no processor out.
-    LMLog::logDebug(stringWithFormat("[%@][addProcessor] %@ will add screenshot",
-        { "ProcessorsManager", processor->description() }));
+    LMLog::logDebug(stringWithFormat(
+        "[%@][addProcessor] %@ will add screenshot", { "ProcessorsManager", processor->description() }));
     {
         Locker hold(m_lock);
         m_adProcessors.push_back(processor);
