@@ -2,10 +2,13 @@
 
 #include "interception/Extraction.h"
 #include "lumora/LMLog.h"
+#include "platform/dispatch/Executor.h"
 #include "platform/foundation/NSString.h"
 #include "platform/webkit/WKNavigation.h"
 #include "platform/webkit/WKWebView.h"
 #include "processing/AdProcessingManager.h"
+#include "processing/AlertScan.h"
+#include "processing/LMHTMLGrabber.h"
 #include "processing/ProcessorsManager.h"
 #include "processing/ProxyDelegate.h"
 #include "service/TDEventModel.h"
@@ -117,6 +120,31 @@ void FakeAdController::didFinishNavigation(Object* webView, Object*)
     checkForAlerts(*view, url);
 }
 
-void FakeAdController::checkForAlerts(WKWebView&, const Value&) { }
+void FakeAdController::checkForAlerts(WKWebView& view, const Value&)
+{
+    const auto raiseEvents = [weakView = weakly<Object>(&view)](bool success, const std::string& html) {
+        if (!success)
+            return;
+        std::vector<ScriptDialog> dialogs = scriptDialogsIn(html);
+        if (dialogs.size() > mostDialogsOfAPage) {
+            LMLog::logErrorMessage(
+                stringWithFormat("[FakeAdController][checkForAlerts] %@ dialogs in one page",
+                    { static_cast<int64_t>(dialogs.size()) }));
+            dialogs.resize(mostDialogsOfAPage);
+        }
+        for (const ScriptDialog& dialog : dialogs) {
+            LMLog::logMessage(stringWithFormat("needle: %@", { std::string { dialog.message } }));
+            // Each takes a picture of the ad: the host gets its turn between them.
+            dispatch_get_main_queue().async([weakView, type = std::string { dialog.type }] {
+                const auto event = make<TDEventModel>();
+                event->setType(type);
+                if (const auto page = weakView.lock())
+                    ProcessorsManager::sharedInstance().eventFired(event, page);
+            });
+        }
+    };
+    LMHTMLGrabber::getNewHTMLForView(
+        retain<Object>(&view), LMAdViewProcessor::HTMLPurpose::Inspection, raiseEvents);
+}
 
 } // namespace lumora

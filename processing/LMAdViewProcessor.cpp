@@ -13,6 +13,8 @@
 #include "platform/webkit/WKWebView.h"
 #include "processing/LMDefaultConfig.h"
 #include "processing/LMHTMLGrabber.h"
+#include "processing/MediationDetector.h"
+#include "processing/StoreLinks.h"
 #include "service/TDEventModel.h"
 #include "support/Guarded.h"
 #include "support/LMRegularExpressionsBackgroundManager.h"
@@ -87,6 +89,7 @@ id LMAdViewProcessor::initWithAdObject(Object* adObject)
     m_isMarkedAsBlankAd = false;
     getURLsFromAdObject();
     m_createAtTimestamp = serverTimeIntervalSince1970();
+    m_sendingEventsDispatchGroup = std::make_shared<DispatchGroup>();
     return this;
 }
 
@@ -228,6 +231,17 @@ void LMAdViewProcessor::getURLsFromAdObject()
     m_URLsFromAd.set(std::nullopt);
     if (std::vector<std::string> own = getURLForCustomView(); !own.empty())
         return m_URLsFromAd.set(std::move(own));
+    if (!adObject())
+        return;
+    getNewHTMLWithPurpose(
+        HTMLPurpose::Event, [weakSelf = weakly(this)](bool success, const std::string& html) {
+            if (!success || html.empty())
+                return;
+            findStoreLinks(html, [weakSelf](std::vector<std::string> links) {
+                if (const auto self = weakSelf.lock())
+                    self->m_URLsFromAd.set(std::move(links));
+            });
+        });
 }
 
 // Events
@@ -236,8 +250,7 @@ NSDictionary LMAdViewProcessor::getBaseInfoAboutAd()
 {
     const auto view = adView();
     const std::shared_ptr<TDConfig> config = TDActivationManager::sharedInstance().getConfig();
-    const NSDictionary sdk = NSDictionary { { "name", send(isa(), sel::getSDKName) },
-        { "version", send(isa(), sel::getVersion) } };
+    const NSDictionary sdk = MediationDetector::getFinalSDKNameAndVersion(view.get(), isa());
     std::string screenshot;
     guarded([&] {
         // Kept: the first picture only makes the layers draw what they have pending.
@@ -346,13 +359,12 @@ void LMAdViewProcessor::screenshotProcessing()
     LMLog::logMessage("[LMAdViewProcessor][takeScreenshot] screenshot is taken");
 }
 
-NSDictionary LMAdViewProcessor::describe(UIView&)
+NSDictionary LMAdViewProcessor::describe(UIView& view)
 {
     NSDictionary other = getOtherInfo();
     if (m_lumoraCrId && !m_isMarkedAsBlankAd)
         other.set("blocked", true);
-    NSDictionary sdk = NSDictionary { { "name", send(isa(), sel::getSDKName) },
-        { "version", send(isa(), sel::getVersion) } };
+    NSDictionary sdk = MediationDetector::getFinalSDKNameAndVersion(&view, isa());
     appendTargeting(sdk, *this);
     if (m_isMarkedAsBlankAd)
         sdk.set("name", sdk["name"].stringOrEmpty() + ":Lumora");

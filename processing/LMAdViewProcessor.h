@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/dispatch/DispatchGroup.h"
 #include "platform/foundation/Value.h"
 #include "platform/objc/Message.h"
 #include "platform/process/AtomicProperty.h"
@@ -72,6 +73,11 @@ public:
     void setBlankAdCounter(int64_t count) { m_blankAdCounter = count; }
     /// Kept for the manager; nobody changes it.
     int64_t deallocCounter() const { return m_deallocCounter; }
+    /// For whoever sends events of this ad.
+    const std::shared_ptr<DispatchGroup>& sendingEventsDispatchGroup() const
+    {
+        return m_sendingEventsDispatchGroup;
+    }
     /// A disposed processor is not looked at any more.
     void setDisposed(bool isDisposed) { m_isDisposed = isDisposed; }
     /// Lets the markup and links go that only a living ad needs.
@@ -153,6 +159,7 @@ private:
     bool m_isDisposed { false };
     std::optional<NSDictionary> m_lastHash;
     AtomicProperty<std::optional<std::vector<std::string>>> m_URLsFromAd;
+    std::shared_ptr<DispatchGroup> m_sendingEventsDispatchGroup;
     std::string m_linksHash;
     int64_t m_htmlUpdatesAttempts { 0 };
     bool m_isMarkedAsBlankAd { false };

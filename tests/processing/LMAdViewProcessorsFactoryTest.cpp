@@ -17,20 +17,17 @@ public:
     static const ClassDescription& classDescription()
     {
         static const ClassDescription description
-            = ClassDescription::of<TestProcessor, NSObject>("TestProcessor")
-                  .method<&TestProcessor::initWithAdObject>("initWithAdObject:"_sel);
+            = ClassDescription::of<TestProcessor, LMAdViewProcessor>("TestProcessor")
+                  .method<&TestProcessor::initWithAdObject>(sel::initWithAdObject);
         return description;
     }
     id initWithAdObject(Object* ad)
     {
-        setAdObject(retain(ad));
+        LMAdViewProcessor::initWithAdObject(ad);
         if (ad->isa()->name() == "RFMAdView")
             throw std::runtime_error("no");
         return ad->isa()->name() == "FBAdView" ? nullptr : this;
     }
-    void updateEventInfo(const std::shared_ptr<TDEventModel>&, const EventCompletion&) override { }
-    std::string getAdTypeInString() override { return ""; }
-    void getNewHTMLWithPurpose(HTMLPurpose, const HTMLCompletion&) override { }
 };
 
 class LMAdViewProcessorsFactoryTest : public testing::Test {

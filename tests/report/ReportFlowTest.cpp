@@ -290,8 +290,8 @@ TEST_F(ReportFlowTest, AProcessorGivesMarkupAndType)
     auto view = adView({ 320, 50 });
     const auto inner = make<UIView>();
     view->addSubview(inner);
-    const auto processor = make<Processor>();
-    processor->setAdObject(inner);
+    const auto processor = alloc<Processor>();
+    processor->initWithAdObject(inner.get());
     ProcessorsManager::sharedInstance().addProcessor(processor);
     EXPECT_NO_THROW(buttonOn(*view)->sendAdInfo());
     buttonOn(*view)->buttonHandler()->sendReportWithInfo("y");
