@@ -13,6 +13,7 @@
 #include "platform/webkit/WKWebView.h"
 #include "processing/LMDefaultConfig.h"
 #include "processing/LMHTMLGrabber.h"
+#include "processing/MediationDetector.h"
 #include "processing/StoreLinks.h"
 #include "service/TDEventModel.h"
 #include "support/Guarded.h"
@@ -249,8 +250,7 @@ NSDictionary LMAdViewProcessor::getBaseInfoAboutAd()
 {
     const auto view = adView();
     const std::shared_ptr<TDConfig> config = TDActivationManager::sharedInstance().getConfig();
-    const NSDictionary sdk = NSDictionary { { "name", send(isa(), sel::getSDKName) },
-        { "version", send(isa(), sel::getVersion) } };
+    const NSDictionary sdk = MediationDetector::getFinalSDKNameAndVersion(view.get(), isa());
     std::string screenshot;
     guarded([&] {
         // Kept: the first picture only makes the layers draw what they have pending.
@@ -359,13 +359,12 @@ void LMAdViewProcessor::screenshotProcessing()
     LMLog::logMessage("[LMAdViewProcessor][takeScreenshot] screenshot is taken");
 }
 
-NSDictionary LMAdViewProcessor::describe(UIView&)
+NSDictionary LMAdViewProcessor::describe(UIView& view)
 {
     NSDictionary other = getOtherInfo();
     if (m_lumoraCrId && !m_isMarkedAsBlankAd)
         other.set("blocked", true);
-    NSDictionary sdk = NSDictionary { { "name", send(isa(), sel::getSDKName) },
-        { "version", send(isa(), sel::getVersion) } };
+    NSDictionary sdk = MediationDetector::getFinalSDKNameAndVersion(&view, isa());
     appendTargeting(sdk, *this);
     if (m_isMarkedAsBlankAd)
         sdk.set("name", sdk["name"].stringOrEmpty() + ":Lumora");
