@@ -151,7 +151,7 @@ void ProcessorsManager::eventFired(
 {
     TDActivationManager::sharedInstance().checkActivationWithBlock([event, forView](bool active) {
         if (!active)
-            return;
+            return LMLog::logMessage("[ProcessorsManager][eventFired] features are off, event is dropped");
         const auto handOver = [](const std::shared_ptr<TDEventModel>& filled) {
             LMEventsManager::shared().handleEvent(filled, [](bool) {});
         };

@@ -1,7 +1,9 @@
 #include "processing/ProxyDelegate.h"
 
 #include "interception/WKWebViewSwizzling.h"
+#include "platform/foundation/NSTimer.h"
 #include "platform/objc/NSException.h"
+#include "processing/WeakRef.h"
 #include "processing/WebViewTracker.h"
 #include "simulator/networks/StandInObjects.h"
 #include "tests/platform/webkit/NavigationDiary.h"
@@ -233,6 +235,19 @@ TEST_F(ProxyTest, AnOldStyleLoadIsNeverWanted)
     proxy->setFakeDelegate(network.get());
     EXPECT_TRUE(ask());
     EXPECT_EQ(asked, 2) << "an observer that wants it is followed by the network";
+}
+
+TEST_F(ProxyTest, AWeakReferenceLetsATimersTargetGo)
+{
+    const auto reference = WeakRef::to(diary);
+    const auto timer
+        = NSTimer::scheduledTimerWithTimeInterval(1, reference, "webView:didFinishNavigation:"_sel, true);
+    send(reference, sel::webViewDidCommitNavigation, id {}, id {});
+    EXPECT_EQ(diary->lines, "committed");
+    std::weak_ptr<Object> target = diary;
+    diary.reset();
+    EXPECT_TRUE(target.expired());
+    EXPECT_NO_THROW(send(reference, sel::webViewDidFinishNavigation, id {}, id {}));
 }
 
 TEST(WebViewTrackerTest, ARecordIsFoundByEqualityAndKeepsNoViewAlive)
