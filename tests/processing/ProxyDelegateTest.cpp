@@ -1,7 +1,6 @@
 #include "processing/ProxyDelegate.h"
 
 #include "interception/WKWebViewSwizzling.h"
-#include "platform/foundation/NSTimer.h"
 #include "platform/objc/NSException.h"
 #include "processing/WeakRef.h"
 #include "processing/WebViewTracker.h"
@@ -237,11 +236,9 @@ TEST_F(ProxyTest, AnOldStyleLoadIsNeverWanted)
     EXPECT_EQ(asked, 2) << "an observer that wants it is followed by the network";
 }
 
-TEST_F(ProxyTest, AWeakReferenceLetsATimersTargetGo)
+TEST_F(ProxyTest, AWeakReferencePassesMessagesOnWhileItsObjectLives)
 {
     const auto reference = WeakRef::to(diary);
-    const auto timer
-        = NSTimer::scheduledTimerWithTimeInterval(1, reference, "webView:didFinishNavigation:"_sel, true);
     send(reference, sel::webViewDidCommitNavigation, id {}, id {});
     EXPECT_EQ(diary->lines, "committed");
     std::weak_ptr<Object> target = diary;
