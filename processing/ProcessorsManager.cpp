@@ -11,6 +11,7 @@
 #include "platform/uikit/UIApplication.h"
 #include "platform/uikit/UIView.h"
 #include "processing/AdProcessingManager.h"
+#include "processing/LMAVPlayersManager.h"
 #include "processing/LMDefaultConfig.h"
 #include "service/LMEventsManager.h"
 #include "support/Guarded.h"
@@ -75,6 +76,7 @@ ProcessorsManager& ProcessorsManager::sharedInstance() { return s_sharedInstance
 id ProcessorsManager::init()
 {
     LMLog::logDebug("[ProcessorsManager][init]");
+    LMAVPlayersManager::sharedInstance();
     armTimer(firstTick);
     NSNotificationCenter& center = NSNotificationCenter::defaultCenter();
     center.addObserver(
@@ -91,6 +93,7 @@ void ProcessorsManager::addProcessor(const std::shared_ptr<LMAdViewProcessor>& p
     if (!processor)
         return;
     // The configured list of SDKs is not asked: kept, it keeps no processor out.
+    guarded([&] { LMAVPlayersManager::sharedInstance().checkProcessorForPlayingVideo(processor); });
     LMLog::logDebug(stringWithFormat(
         "[%@][addProcessor] %@ will add screenshot", { "ProcessorsManager", processor->description() }));
     {
@@ -151,7 +154,7 @@ void ProcessorsManager::eventFired(
 {
     TDActivationManager::sharedInstance().checkActivationWithBlock([event, forView](bool active) {
         if (!active)
-            return;
+            return LMLog::logMessage("[ProcessorsManager][eventFired] features are off, event is dropped");
         const auto handOver = [](const std::shared_ptr<TDEventModel>& filled) {
             LMEventsManager::shared().handleEvent(filled, [](bool) {});
         };

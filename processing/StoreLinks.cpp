@@ -41,9 +41,8 @@ void findStoreLinks(std::string markup, std::function<void(std::vector<std::stri
 {
     const auto length = utf16Length(markup);
     LMRegularExpressionsBackgroundManager::sharedInstance().matchesInStringInBackgroundWithDetector(
-        NSDataDetector::dataDetectorWithTypes(NSTextCheckingTypeLink, storeHost),
-        std::move(markup), 0, { 0, length },
-        [found = std::move(found)](const std::optional<LinkMatches>& matches) {
+        NSDataDetector::dataDetectorWithTypes(NSTextCheckingTypeLink, storeHost), std::move(markup), 0,
+        { 0, length }, [found = std::move(found)](const std::optional<LinkMatches>& matches) {
             if (matches && !matches->empty())
                 found(getURLFrom(*matches));
         });
