@@ -157,8 +157,8 @@ void VirtualExecutor::drain()
 bool VirtualExecutor::drainUntil(const std::function<bool()>& condition, double realSeconds)
 {
     using Clock = std::chrono::steady_clock;
-    const auto end
-        = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(realSeconds));
+    const auto end = Clock::now()
+        + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(realSeconds));
     while (!condition()) {
         if (runNext(now()))
             continue;

@@ -31,8 +31,8 @@ UIImage whiteImage(CGSize size)
     return { width, height, std::vector<uint8_t>(size_t(width) * size_t(height) * 4, 255) };
 }
 
-/// The side of the real engine that its web view meets: it knows how far a load is, asks for leave, and takes what
-/// its page on the engine's thread tells when it still matters. Main thread only.
+/// The side of the real engine that its web view meets: it knows how far a load is, asks for leave, and takes
+/// what its page on the engine's thread tells when it still matters. Main thread only.
 class WebKitEngine final : public WebEngine,
                            private WebKitPageHost,
                            public std::enable_shared_from_this<WebKitEngine> {
@@ -89,8 +89,7 @@ private:
     void refused(WebLoad load) override;
     void moved(const std::string& url) override;
     void titled(const std::string& title) override { m_title = title; }
-    void scriptAnswered(
-        uint64_t script, const Value& result, const std::optional<NSError>& error) override;
+    void scriptAnswered(uint64_t script, const Value& result, const std::optional<NSError>& error) override;
     void drawn(const UIImage& picture) override;
     void terminated() override;
 
@@ -415,8 +414,7 @@ void WebKitEngine::evaluate(std::string script, ScriptCompletion completion)
     toPage([number, text = repairedUTF8(script)](WebKitPage& page) { page.evaluate(number, text); });
 }
 
-void WebKitEngine::scriptAnswered(
-    uint64_t script, const Value& result, const std::optional<NSError>& error)
+void WebKitEngine::scriptAnswered(uint64_t script, const Value& result, const std::optional<NSError>& error)
 {
     const auto found = m_scripts.find(script);
     if (found == m_scripts.end())
@@ -478,7 +476,8 @@ std::shared_ptr<WebEngine> makeWebKitEngine()
         return nullptr;
     s_saidUnshielded.run([] {
         if (!WebKitThread::instance().isSandboxed())
-            Process::current().log("web pages run without a sandbox: bubblewrap or xdg-dbus-proxy does not work");
+            Process::current().log(
+                "web pages run without a sandbox: bubblewrap or xdg-dbus-proxy does not work");
     });
     return WebKitEngine::open();
 }

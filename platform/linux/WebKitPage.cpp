@@ -15,8 +15,8 @@ namespace {
 constexpr CGSize firstSize { 320, 480 };
 constexpr double longestSide = 4096;
 
-/// Whether a frame whose markup names that address is in the page or in a frame of it; asked in a world of its own, so
-/// that the page neither sees nor bends it. A frame from elsewhere is not looked into.
+/// Whether a frame whose markup names that address is in the page or in a frame of it; asked in a world of
+/// its own, so that the page neither sees nor bends it. A frame from elsewhere is not looked into.
 constexpr const char* frameQuestion = R"(
     const holds = window => {
         try {
@@ -125,8 +125,7 @@ struct WebKitPage::Signals {
         if (event == WEBKIT_LOAD_STARTED)
             page->loadStarted();
         else if (event == WEBKIT_LOAD_REDIRECTED && page->m_current)
-            page->m_host->tell(
-                [number = page->m_current](WebKitPageHost& host) { host.redirected(number); });
+            page->m_host->tell([number = page->m_current](WebKitPageHost& host) { host.redirected(number); });
         else if (event == WEBKIT_LOAD_COMMITTED)
             page->loadCommitted();
         else if (event == WEBKIT_LOAD_FINISHED)
@@ -144,8 +143,8 @@ struct WebKitPage::Signals {
     }
     static void titled(WebKitWebView* view, GParamSpec*, WebKitPage* page)
     {
-        page->m_host->tell([title = textOf(webkit_web_view_get_title(view))](
-                               WebKitPageHost& host) { host.titled(title); });
+        page->m_host->tell(
+            [title = textOf(webkit_web_view_get_title(view))](WebKitPageHost& host) { host.titled(title); });
     }
     static void addressed(WebKitWebView*, GParamSpec*, WebKitPage* page) { page->addressChanged(); }
     /// alert returns, confirm says no, prompt gives null, and a page that asks whether to leave is left.
@@ -190,8 +189,8 @@ struct WebKitPage::Signals {
 
 void WebKitPage::open()
 {
-    m_view = WEBKIT_WEB_VIEW(
-        g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", m_session->context(), nullptr));
+    m_view
+        = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "web-context", m_session->context(), nullptr));
     WebKitSettings* settings = webkit_web_view_get_settings(m_view);
     webkit_settings_set_hardware_acceleration_policy(settings, WEBKIT_HARDWARE_ACCELERATION_POLICY_NEVER);
     webkit_settings_set_media_playback_requires_user_gesture(settings, TRUE);
@@ -266,13 +265,13 @@ void WebKitPage::stop()
 
 bool WebKitPage::decideExpected(WebKitPolicyDecision* decision, const std::string& url)
 {
-    const auto found = std::find_if(m_expected.begin(), m_expected.end(),
-        [&](const Expected& expected) { return expected.url == url; });
+    const auto found = std::find_if(
+        m_expected.begin(), m_expected.end(), [&](const Expected& expected) { return expected.url == url; });
     if (found == m_expected.end())
         return false;
     m_expected.erase(found);
-    // Of two loads of one address the first may have been stopped before it asked: leave for the other does it no
-    // harm, as the engine takes no answer for a load that is over.
+    // Of two loads of one address the first may have been stopped before it asked: leave for the other does
+    // it no harm, as the engine takes no answer for a load that is over.
     decide(decision, m_wanted != 0);
     return true;
 }
@@ -299,14 +298,14 @@ void WebKitPage::decideAction(WebKitPolicyDecision* decision)
 
 void WebKitPage::askWhetherFrame(WebKitPolicyDecision* decision, const WebAction& action)
 {
-    // The engine does not say of an action whether it is a frame's. What is wrongly taken for the page's own turns
-    // out when its address answers, and is refused then.
+    // The engine does not say of an action whether it is a frame's. What is wrongly taken for the page's own
+    // turns out when its address answers, and is refused then.
     using Question = Later<std::pair<WebKitPolicyDecision*, WebAction>>;
     auto answered = [](GObject* view, GAsyncResult* result, void* question) {
         const std::unique_ptr<Question> asked { static_cast<Question*>(question) };
         auto& [decision, action] = asked->subject;
-        JSCValue* answer = webkit_web_view_call_async_javascript_function_finish(
-            WEBKIT_WEB_VIEW(view), result, nullptr);
+        JSCValue* answer
+            = webkit_web_view_call_async_javascript_function_finish(WEBKIT_WEB_VIEW(view), result, nullptr);
         const bool isFrame = answer && jsc_value_to_boolean(answer);
         if (answer)
             g_object_unref(answer);
@@ -390,7 +389,8 @@ void WebKitPage::answer(WebKitPageHost::Question question, bool allow)
 
 void WebKitPage::loadStarted()
 {
-    // A load that the host asked for shows its address from the start, one of the page's own not before it commits.
+    // A load that the host asked for shows its address from the start, one of the page's own not before it
+    // commits.
     const bool isOwn = m_approved.load && !(m_wanted && address() == m_approved.url);
     m_current = isOwn ? m_approved.load : m_wanted;
     if (isOwn) {
@@ -414,8 +414,8 @@ void WebKitPage::loadCommitted()
         loadFailed({ WebKitErrorDomain, WebKitErrorCannotUseRestrictedPort, "not allowed to use that port" });
         return;
     }
-    m_host->tell([number = m_current, url = address()](
-                     WebKitPageHost& host) { host.committed(number, url); });
+    m_host->tell(
+        [number = m_current, url = address()](WebKitPageHost& host) { host.committed(number, url); });
 }
 
 void WebKitPage::loadFinished()
@@ -455,22 +455,21 @@ void WebKitPage::evaluate(uint64_t script, const std::string& text)
     auto answered = [](GObject* view, GAsyncResult* answer, void* question) {
         const std::unique_ptr<Question> asked { static_cast<Question*>(question) };
         GError* error = nullptr;
-        JSCValue* value
-            = webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(view), answer, &error);
+        JSCValue* value = webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(view), answer, &error);
         std::optional<Value> result = value ? valueOf(value) : std::nullopt;
         std::optional<NSError> failure;
         if (error)
             failure = scriptErrorOf(*error);
         else if (!result)
-            failure = { WKErrorDomain, WKErrorJavaScriptResultTypeIsUnsupported, "no value of this platform" };
+            failure
+                = { WKErrorDomain, WKErrorJavaScriptResultTypeIsUnsupported, "no value of this platform" };
         if (value)
             g_object_unref(value);
         g_clear_error(&error);
         if (const auto page = asked->page.lock()) {
-            page->m_host->tell([script = asked->subject, result = std::move(result).value_or(Value {}),
-                                   failure](WebKitPageHost& host) {
-                host.scriptAnswered(script, result, failure);
-            });
+            page->m_host->tell(
+                [script = asked->subject, result = std::move(result).value_or(Value {}), failure](
+                    WebKitPageHost& host) { host.scriptAnswered(script, result, failure); });
         }
     };
     webkit_web_view_evaluate_javascript(m_view, text.data(), static_cast<gssize>(text.size()), nullptr,

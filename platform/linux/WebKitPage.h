@@ -34,8 +34,7 @@ public:
     /// The page is at another address without a load.
     virtual void moved(const std::string& url) = 0;
     virtual void titled(const std::string& title) = 0;
-    virtual void scriptAnswered(
-        uint64_t script, const Value& result, const std::optional<NSError>& error)
+    virtual void scriptAnswered(uint64_t script, const Value& result, const std::optional<NSError>& error)
         = 0;
     /// A null picture when it could not be drawn.
     virtual void drawn(const UIImage& picture) = 0;
@@ -77,8 +76,8 @@ private:
     WebKitWebContext* m_context { nullptr };
 };
 
-/// One page in the real engine, with a process of its own. It belongs to its engine object; what it is asked comes
-/// through the engine's thread and nowhere else. After `close` it does nothing.
+/// One page in the real engine, with a process of its own. It belongs to its engine object; what it is asked
+/// comes through the engine's thread and nowhere else. After `close` it does nothing.
 class WebKitPage : public std::enable_shared_from_this<WebKitPage> {
 public:
     /// What is to be loaded: markup at an address, or an address.
@@ -139,14 +138,15 @@ private:
     WebKitWebView* m_view { nullptr };
     std::map<WebKitPageHost::Question, Asked> m_questions;
     WebKitPageHost::Question m_lastQuestion { 0 };
-    // Loads that the host asked for and whose action has yet to come; stale ones among them, as a load that was
-    // stopped may ask or not.
+    // Loads that the host asked for and whose action has yet to come; stale ones among them, as a load that
+    // was stopped may ask or not.
     std::vector<Expected> m_expected;
     // The host's last load until it starts; then the one under way.
     WebLoad m_wanted { 0 };
     WebLoad m_current { 0 };
     bool m_isCommitted { false };
-    // The one under way was given its markup, so that no answer comes; or its server must answer before it commits.
+    // The one under way was given its markup, so that no answer comes; or its server must answer before it
+    // commits.
     bool m_isGiven { false };
     bool m_awaitsServer { false };
     // The page's own load that was allowed and has yet to start.

@@ -15,8 +15,8 @@ namespace {
 /// Tries what the engine would do: where a sandbox cannot be made it would end the whole program.
 bool canMakeSandbox()
 {
-    std::array<const char*, 13> command { "bwrap", "--unshare-all", "--die-with-parent", "--ro-bind", "/", "/",
-        "--proc", "/proc", "--dev", "/dev", "true", nullptr };
+    std::array<const char*, 13> command { "bwrap", "--unshare-all", "--die-with-parent", "--ro-bind", "/",
+        "/", "--proc", "/proc", "--dev", "/dev", "true", nullptr };
     int status = -1;
     const bool ran = g_spawn_sync(nullptr, const_cast<char**>(command.data()), nullptr,
         static_cast<GSpawnFlags>(
@@ -78,8 +78,10 @@ void WebKitThread::run()
         m_isReady = true;
     }
     m_changed.notify_all();
-    if (loop)
+    if (loop) {
         g_main_loop_run(loop);
+        g_main_loop_unref(loop);
+    }
     m_display.reset();
     Locker hold(m_lock);
     m_hasEnded = true;

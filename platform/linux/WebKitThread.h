@@ -12,8 +12,8 @@ using GMainLoop = struct _GMainLoop;
 
 namespace lumora {
 
-/// The thread that the web engine lives on: the one of the program, as its toolkit allows no second, with a main
-/// loop and an invisible screen. It runs until the program ends. Any thread.
+/// The thread that the web engine lives on: the one of the program, as its toolkit allows no second, with a
+/// main loop and an invisible screen. It runs until the program ends. Any thread.
 class WebKitThread {
 public:
     /// Started by the first call, which waits for it.

@@ -7,8 +7,8 @@
 #include <csignal>
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/syscall.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 
 namespace lumora {
@@ -81,7 +81,9 @@ void XvfbDisplay::start(const char* program)
     m_server = fork();
     if (m_server == 0)
         becomeServer(program, parent, numbersToWrite.number(), nowhere.number());
-    { const OwnFile closed { std::move(numbersToWrite) }; }
+    {
+        const OwnFile closed { std::move(numbersToWrite) };
+    }
     const std::string number = m_server > 0 ? readNumber(numbers.number()) : std::string {};
     if (number.empty())
         stop();

@@ -5,8 +5,8 @@
 
 namespace lumora {
 
-/// A screen that nobody sees: an X server of our own. It ends with this object, and with the thread that made it,
-/// however that ends. One thread.
+/// A screen that nobody sees: an X server of our own. It ends with this object, and with the thread that made
+/// it, however that ends. One thread.
 class XvfbDisplay {
 public:
     /// Waits until the server is ready, for a few seconds at most.

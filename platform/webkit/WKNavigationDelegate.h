@@ -30,9 +30,9 @@ using WKDecisionHandler = std::function<void(int64_t policy)>;
 
 /// The operations of the protocol "WKNavigationDelegate", all optional: (web view, navigation, ...). Main
 /// thread. In this order: leave for the action, started, leave for the response, committed, finished; or
-/// failed, provisionally before the commit. Leave is also asked, after the start, for each place that a server
-/// redirects to, and at any time for frames of the page and for new windows, which never open. Which of them
-/// a delegate answers is asked once, when it is set.
+/// failed, provisionally before the commit. Leave is also asked, after the start, for each place that a
+/// server redirects to, and at any time for frames of the page and for new windows, which never open. Which
+/// of them a delegate answers is asked once, when it is set.
 namespace sel {
 inline constinit const TypedSelector<void(id, id, WKDecisionHandler)> webViewDecidePolicyForNavigationAction {
     "webView:decidePolicyForNavigationAction:decisionHandler:"

@@ -99,9 +99,8 @@ void WKWebView::setNavigationDelegate(Object* delegate)
         return;
     for (SEL selector : std::initializer_list<SEL> { sel::webViewDecidePolicyForNavigationAction,
              sel::webViewDidStartProvisionalNavigation, sel::webViewDidReceiveServerRedirect,
-             sel::webViewDidFailProvisionalNavigation,
-             sel::webViewDecidePolicyForNavigationResponse, sel::webViewDidCommitNavigation,
-             sel::webViewDidFinishNavigation, sel::webViewDidFailNavigation,
+             sel::webViewDidFailProvisionalNavigation, sel::webViewDecidePolicyForNavigationResponse,
+             sel::webViewDidCommitNavigation, sel::webViewDidFinishNavigation, sel::webViewDidFailNavigation,
              sel::webViewWebContentProcessDidTerminate }) {
         if (delegateAnswers(*delegate, selector))
             m_delegateAnswers.push_back(selector);
@@ -167,7 +166,8 @@ void WKWebView::decideAction(WebLoad load, const WebAction& action, Decision dec
     navigation(load);
     if (const auto delegate = delegateFor(sel::webViewDecidePolicyForNavigationAction))
         send(delegate, sel::webViewDecidePolicyForNavigationAction, this,
-            WKNavigationAction::with(action.request, action.type, action.target), handlerFor(std::move(decision)));
+            WKNavigationAction::with(action.request, action.type, action.target),
+            handlerFor(std::move(decision)));
     else
         decision(true);
 }

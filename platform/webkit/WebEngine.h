@@ -24,8 +24,9 @@ public:
     using Decision = std::function<void(bool allow)>;
 
     /// The decision may come later, and on the main thread only; the load waits for it. One of a load that is
-    /// over is ignored. A load that was started is asked about again wherever its server redirects it, didRedirect
-    /// following the leave. Frames and new windows are of load 0; a new window never opens, whatever the decision.
+    /// over is ignored. A load that was started is asked about again wherever its server redirects it,
+    /// didRedirect following the leave. Frames and new windows are of load 0; a new window never opens,
+    /// whatever the decision.
     virtual void decideAction(WebLoad load, const WebAction& action, Decision decision) = 0;
     virtual void decideResponse(WebLoad load, const NSHTTPURLResponse& response, Decision decision) = 0;
     virtual void didStart(WebLoad load) = 0;
@@ -37,8 +38,8 @@ public:
     /// The load ended before it started: its action was not allowed, or it went to another place in the same
     /// page.
     virtual void didRefuse(WebLoad load) = 0;
-    /// What ran the page has ended, and the page with it; a load under way has failed before. `reload` brings it
-    /// back.
+    /// What ran the page has ended, and the page with it; a load under way has failed before. `reload` brings
+    /// it back.
     virtual void didTerminate() = 0;
 
 protected:
@@ -72,8 +73,8 @@ public:
     virtual void evaluate(std::string script, ScriptCompletion completion) = 0;
     /// A finger was put down and up at a point of a page laid out at that size.
     virtual void tapAt(CGPoint point, CGSize size) = 0;
-    /// The page at a size in points; white before the first. An engine that draws elsewhere gives what it drew
-    /// last, and draws afresh for the next question: nobody waits for it.
+    /// The page at a size in points; white before the first. An engine that draws elsewhere gives what it
+    /// drew last, and draws afresh for the next question: nobody waits for it.
     virtual UIImage snapshot(CGSize size, double scale) = 0;
 };
 

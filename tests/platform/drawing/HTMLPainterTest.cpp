@@ -63,8 +63,10 @@ TEST(HTMLPainter, ShowsThePicturesThatStandInThePage)
 TEST(HTMLPainter, FindsTheLinkUnderAPoint)
 {
     const std::string html = noMargin
-        + std::string { "<a href='https://example.com/?a=1&amp;b=2' target=_top><img width=50 height=50></a><a "
-                        "name=x>x" };
+        + std::string {
+              "<a href='https://example.com/?a=1&amp;b=2' target=_top><img width=50 height=50></a><a "
+              "name=x>x"
+          };
     EXPECT_EQ(linkAtPoint(html, page, { 20, 20 })->address, "https://example.com/?a=1&b=2");
     EXPECT_EQ(linkAtPoint(html, page, { 20, 20 })->target, "_top");
     EXPECT_FALSE(linkAtPoint(html, page, { 80, 20 }));

@@ -105,8 +105,8 @@ TEST_P(WebEngineTest, ReloadsThePageItHas)
 TEST_P(WebEngineTest, FollowsATapInThePageOnly)
 {
     const char* block = "<img style='display:block' width=100 height=50>";
-    load("<body style='margin:0'><a href='b'>" + std::string { block } + "</a><a href='w' target=_blank>" + block
-        + "</a>");
+    load("<body style='margin:0'><a href='b'>" + std::string { block } + "</a><a href='w' target=_blank>"
+        + block + "</a>");
     client.allowActions = false;
     engine->tapAt({ 50, 25 }, { 200, 200 });
     EXPECT_TRUE(waitFor([&] { return client.lines.ends_with("refuse\n"); }));

@@ -70,8 +70,8 @@ struct EngineUnderTest {
     std::function<std::string()> problem;
 };
 
-/// Every engine keeps to this; an engine is one parameter. A test is under virtual time, and waits for what an engine
-/// does outside of it.
+/// Every engine keeps to this; an engine is one parameter. A test is under virtual time, and waits for what
+/// an engine does outside of it.
 class WebEngineTest : public testing::TestWithParam<EngineUnderTest> {
 protected:
     /// Real seconds that anything may take before it counts as not happening.
