@@ -147,34 +147,35 @@ size_t LMAdViewProcessor::hash() const
 
 // Taps
 
+/// Tells the processor, which it holds weakly, and takes nothing from the ad.
+static void listen(
+    const std::weak_ptr<LMAdViewProcessor>& processor, Object* ad, UIGestureRecognizer& recognizer)
+{
+    recognizer.addTarget(processor, "saveTapEvent"_sel);
+    recognizer.setDelegate(processor);
+    recognizer.setCancelsTouchesInView(false);
+    recognizer.setDelaysTouchesEnded(false);
+    send(ad, sel::addGestureRecognizer, &recognizer);
+}
+
 void LMAdViewProcessor::startTrackingTapEvents()
 {
     dispatch_get_main_queue().async([weakSelf = weakly(this)] {
         const auto self = weakSelf.lock();
         const auto ad = self ? self->adObject() : nullptr;
-        if (!respondsToSelector(ad.get(), sel::addGestureRecognizer))
-            return;
-        const auto tap = make<UITapGestureRecognizer>();
-        tap->addTarget(weakSelf, "saveTapEvent"_sel);
-        tap->setDelegate(weakSelf);
-        send(ad, sel::addGestureRecognizer, tap);
+        if (respondsToSelector(ad.get(), sel::addGestureRecognizer))
+            listen(weakSelf, ad.get(), *make<UITapGestureRecognizer>());
     });
 }
 
 void LMAdViewProcessor::addGestureRecognizersToView(UIView& view)
 {
-    std::vector<std::shared_ptr<UIGestureRecognizer>> recognizers;
     for (const int fingers : { 1, 2, 3 }) {
         const auto tap = make<UITapGestureRecognizer>();
         tap->setNumberOfTouchesRequired(fingers);
-        recognizers.push_back(tap);
+        listen(weakly(this), &view, *tap);
     }
-    recognizers.push_back(make<UISwipeGestureRecognizer>());
-    for (const auto& recognizer : recognizers) {
-        recognizer->addTarget(weakly(this), "saveTapEvent"_sel);
-        recognizer->setDelegate(weakly(this));
-        send(&view, sel::addGestureRecognizer, recognizer);
-    }
+    listen(weakly(this), &view, *make<UISwipeGestureRecognizer>());
 }
 
 void LMAdViewProcessor::saveTapEvent() { m_tapTimestamp = serverTimeIntervalSince1970(); }
