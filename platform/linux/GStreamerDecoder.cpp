@@ -1,4 +1,4 @@
-#include "platform/avfoundation/GStreamerDecoder.h"
+#include "platform/linux/GStreamerDecoder.h"
 
 #include "platform/process/Lock.h"
 
