@@ -1,0 +1,48 @@
+#pragma once
+
+#include "platform/linux/XvfbDisplay.h"
+#include "platform/process/Lock.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+using GMainLoop = struct _GMainLoop;
+
+namespace lumora {
+
+/// The thread that the web engine lives on: the one of the program, as its toolkit allows no second, with a
+/// main loop and an invisible screen. It runs until the program ends. Any thread.
+class WebKitThread {
+public:
+    /// Started by the first call, which waits for it.
+    static WebKitThread& instance();
+
+    /// Why it does not run; empty when it does.
+    const std::string& problem() const { return m_problem; }
+    /// Whether pages can be shut in.
+    bool isSandboxed() const { return m_isSandboxed; }
+    /// Runs a task on the thread, later, in the order of posting; drops it when the thread does not run.
+    void post(std::function<void()> task);
+
+private:
+    WebKitThread();
+    void run();
+    /// Answers what went wrong.
+    std::string start();
+    void stop();
+
+    // Both are written before anybody else sees this object.
+    std::string m_problem;
+    bool m_isSandboxed { false };
+    std::unique_ptr<XvfbDisplay> m_display;
+    std::thread m_thread;
+    Lock m_lock;
+    std::condition_variable m_changed;
+    GMainLoop* m_loop LUMORA_GUARDED_BY(m_lock) { nullptr };
+    bool m_isReady LUMORA_GUARDED_BY(m_lock) { false };
+    bool m_hasEnded LUMORA_GUARDED_BY(m_lock) { false };
+};
+
+} // namespace lumora
