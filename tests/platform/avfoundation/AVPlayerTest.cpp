@@ -1,5 +1,8 @@
 #include "tests/platform/avfoundation/AVPlayerTest.h"
 
+#include "platform/avkit/AVPlayerViewController.h"
+#include "platform/uikit/UIButton.h"
+
 namespace lumora::test {
 
 TEST_P(AVPlayerTest, ShowsPicturesAndStandsStillWhilePaused)
@@ -21,6 +24,27 @@ TEST_P(AVPlayerTest, ShowsPicturesAndStandsStillWhilePaused)
     phone.wait(0.3);
     EXPECT_EQ(player->currentTime(), time);
     EXPECT_EQ(player->currentItem()->currentFrame().pixels(), picture.pixels());
+}
+
+TEST_P(AVPlayerTest, IsSeenFullScreenUntilTheButtonIsTapped)
+{
+    const auto controller = make<AVPlayerViewController>();
+    controller->setPlayer(player);
+    UIViewController& root = *phone.window().rootViewController();
+    root.presentViewController(controller, false);
+    const auto redInTheMiddle = [&] {
+        const UIImage screen = phone.screen();
+        const auto middle
+            = static_cast<size_t>(screen.pixelHeight() / 2 * screen.pixelWidth() + screen.pixelWidth() / 2);
+        return screen.pixels()[4 * middle] > 200 && screen.pixels()[4 * middle + 1] < 60;
+    };
+    phone.wait(0.1);
+    EXPECT_FALSE(redInTheMiddle());
+    player->play();
+    EXPECT_TRUE(phone.waitUntil([&] { return hasPicture(); }, longest));
+    EXPECT_TRUE(redInTheMiddle());
+    phone.tap(*controller->doneButton());
+    EXPECT_TRUE(phone.waitUntil([&] { return !root.presentedViewController(); }, longest));
 }
 
 TEST_P(AVPlayerTest, PausesAtTheEnd)
