@@ -5,6 +5,7 @@
 #include <array>
 #include <chrono>
 #include <cstdlib>
+#include <gdk/gdkx.h>
 #include <gtk/gtk.h>
 #include <utility>
 
@@ -44,8 +45,9 @@ WebKitThread& WebKitThread::instance()
 WebKitThread::WebKitThread()
 {
     // Neither settings nor accessibility services are asked or changed.
-    setenv("GSETTINGS_BACKEND", "memory", 1);
-    setenv("NO_AT_BRIDGE", "1", 1);
+    // As the header of the engine says, there are no other threads yet.
+    setenv("GSETTINGS_BACKEND", "memory", 1); // NOLINT(concurrency-mt-unsafe)
+    setenv("NO_AT_BRIDGE", "1", 1); // NOLINT(concurrency-mt-unsafe)
     const SignalsBlocked blocked;
     m_thread = std::thread([this] { run(); });
     Locker hold(m_lock);
@@ -58,12 +60,22 @@ std::string WebKitThread::start()
     m_display = std::make_unique<XvfbDisplay>();
     if (m_display->name().empty())
         return "Xvfb does not start";
-    setenv("DISPLAY", m_display->name().c_str(), 1);
+    setenv("DISPLAY", m_display->name().c_str(), 1); // NOLINT(concurrency-mt-unsafe)
     gdk_set_allowed_backends("x11");
     // The locale is the host's.
     gtk_disable_setlocale();
     if (!gtk_init_check(nullptr, nullptr))
         return "the display cannot be opened";
+    // A screen that goes, killed by somebody, would end the program.
+    XSetIOErrorHandler([](Display*) { return 0; });
+    XSetIOErrorExitHandler(
+        gdk_x11_get_default_xdisplay(),
+        [](Display* display, void* thread) {
+            static_cast<WebKitThread*>(thread)->quit();
+            // The library locked it for an end of the program that does not come.
+            XUnlockDisplay(display);
+        },
+        this);
     m_isSandboxed = canMakeSandbox();
     return {};
 }
@@ -88,12 +100,25 @@ void WebKitThread::run()
     m_changed.notify_all();
 }
 
-void WebKitThread::post(std::function<void()> task)
+void WebKitThread::quit()
+{
+    Locker hold(m_lock);
+    if (GMainLoop* loop = std::exchange(m_loop, nullptr))
+        g_main_loop_quit(loop);
+}
+
+bool WebKitThread::isRunning()
+{
+    Locker hold(m_lock);
+    return m_loop != nullptr;
+}
+
+bool WebKitThread::post(std::function<void()> task)
 {
     using Task = std::function<void()>;
     Locker hold(m_lock);
     if (!m_loop)
-        return;
+        return false;
     // Never `g_main_context_invoke`: it may run the task here, on the caller's thread.
     g_idle_add_full(
         G_PRIORITY_DEFAULT,
@@ -106,16 +131,14 @@ void WebKitThread::post(std::function<void()> task)
             return G_SOURCE_REMOVE;
         },
         new Task(std::move(task)), [](void* posted) { delete static_cast<Task*>(posted); });
+    return true;
 }
 
 void WebKitThread::stop()
 {
     // A page may keep the thread, but not the program's end.
     constexpr std::chrono::seconds longest { 2 };
-    post([this] {
-        Locker hold(m_lock);
-        g_main_loop_quit(std::exchange(m_loop, nullptr));
-    });
+    post([this] { quit(); });
     const auto end = std::chrono::steady_clock::now() + longest;
     bool hasEnded = false;
     {
