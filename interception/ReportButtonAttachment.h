@@ -1,14 +1,12 @@
 #pragma once
 
-#include "platform/uikit/UIView.h"
+#include "interception/AdViewSearch.h"
 
-#include <functional>
 #include <memory>
 
 namespace lumora {
 
 class Process;
-class UIViewController;
 
 // From what a network's method is called on to the view that carries the report button. Called by hooks, on
 // any thread; views are looked at on the main thread only.
@@ -28,17 +26,10 @@ inline void attachReportButton(
 /// passes it, the first web view gets the button; when there is none, the whole does. Looked for at once on
 /// the main thread; one turn of the main queue later elsewhere, and when there is no view yet.
 void attachReportButtonInside(id viewOrOwner, const char* metadataClass,
-    const std::shared_ptr<Object>& supportObject = nullptr, std::function<bool(UIView&)> isGood = nullptr);
-
-/// Where an ad without a view of its own may be looked for: in itself, in what it is about to present over
-/// the host, or in what it has presented.
-enum class AdMoment { Loaded, WillShow, DidShow };
+    const std::shared_ptr<Object>& supportObject = nullptr, ViewTest isGood = nullptr);
 
 /// The same for an ad whose view is not handed over: made before the replaced method is called, it looks for
-/// the view one turn of the main queue after that returned, when the network has put the ad where it belongs;
-/// not at all when that raised. First the web view in the ad's own view; then one among the objects the ad
-/// owns; then what is in the controller it presents; then its own view. Off the main thread an ad that will
-/// show counts as presenting nothing, because what was on top before is not known.
+/// the view (`AdViewSearch`) one turn of the main queue after that returned; not at all when that raised.
 class ReportButtonForAd {
 public:
     ReportButtonForAd(id ad, AdMoment moment, const char* metadataClass,
@@ -50,10 +41,9 @@ public:
 private:
     std::weak_ptr<Object> m_ad;
     Process* m_process { nullptr };
-    AdMoment m_moment;
+    AdViewSearch m_search;
     const char* m_metadataClass;
     std::shared_ptr<Object> m_supportObject;
-    std::shared_ptr<UIViewController> m_before;
     int m_exceptions;
 };
 

@@ -2,17 +2,81 @@
 
 #include "core/TDActivationManager.h"
 #include "interception/Swizzling.h"
+#include "interception/TDMetadataClassProtocol.h"
+#include "lumora/LMLog.h"
+#include "platform/dispatch/Executor.h"
 #include "platform/process/ProcessLocal.h"
-#include "platform/uikit/UIView.h"
+#include "platform/uikit/UIApplication.h"
+#include "platform/uikit/UIWindow.h"
+#include "platform/webkit/WKWebView.h"
+#include "processing/LMAdViewProcessorsFactory.h"
 #include "processing/ProcessorsManager.h"
 #include "support/Guarded.h"
+#include "support/NSDateExtensions.h"
 #include "support/UIViewExtensions.h"
+
+#include <algorithm>
 
 namespace lumora {
 
 namespace {
+
 ProcessLocal<AdProcessingManager> s_sharedInstance;
 ProcessOnce s_initialised;
+
+/// Every host has these.
+constexpr const char* generalClasses[]
+    = { "NSObject", "UIAlertView", "UIApplication", "UIWindow", "openURLSwizzler" };
+constexpr const char* networkClasses[] = {
+    "LMGoogleCommonSwizzler",
+    "LMFacebookSwizzler",
+    "LMMoPubSwizzler",
+    "LMAmazonSwizzler",
+    "LMSmaatoSwizzer",
+    "LMInMobiSwizzler",
+    "LMAppNexusSwizzler",
+    "LMRubiconSwizzler",
+    "LMAOLSwizzler",
+    "LMOpenXSwizzler",
+    "STSwizzler",
+    "LMIronSourceSwizzler",
+    "LMVerveSwizzler",
+    "LMAdColonySwizzler",
+    "LMVungleSwizzler",
+    "LMTapJoySwizzler",
+    "LMUnitySwizzler",
+    "LMVerizonSwizzler",
+    "LMAVPlayersManager",
+};
+/// In place of the networks, which AATKit wraps.
+constexpr const char* mediatorClass = "AATKit";
+constexpr const char* mediatorClasses[] = { "AATKitSwizzler" };
+
+template <size_t Count> void swizzle(const char* const (&names)[Count])
+{
+    for (const char* name : names)
+        guarded([&] { send(NSClassFromString(name), sel::swizzleMethods); });
+}
+
+std::vector<std::shared_ptr<LMAdViewProcessor>> allProcessors()
+{
+    return ProcessorsManager::sharedInstance().getAllProcessors();
+}
+
+/// The platform's equality, which a network may have given its own views.
+bool isOf(const LMAdViewProcessor& processor, const Object* view)
+{
+    const auto ad = processor.adObject();
+    return view && ad && ad->isEqual(view);
+}
+
+bool isOnScreen(LMAdViewProcessor& processor)
+{
+    const auto view = processor.adView();
+    UIWindow* const window = view ? view->window() : nullptr;
+    return window && !window->isHidden() && !isSuperviewHidden(*view);
+}
+
 } // namespace
 
 const ClassDescription& AdProcessingManager::classDescription()
@@ -27,29 +91,129 @@ AdProcessingManager& AdProcessingManager::sharedInstance() { return s_sharedInst
 
 void AdProcessingManager::frameworkWasInitialised()
 {
-    s_initialised.run([] {
-        // Apart from start-up's list of networks: what every host has is hooked by the processors' half
-        // itself, after all of the others.
-        for (const char* name : { "NSObject", "UIAlertView", "UIApplication", "UIWindow", "openURLSwizzler" })
-            guarded([&] { send(NSClassFromString(name), sel::swizzleMethods); });
+    s_initialised.run([this] {
+        swizzle(generalClasses);
+        if (NSClassFromString(mediatorClass))
+            swizzle(mediatorClasses);
+        else
+            swizzle(networkClasses);
+        handleExistingAds();
     });
+}
+
+void AdProcessingManager::handleExistingAds()
+{
+    dispatch_get_main_queue().async([] {
+        std::vector<std::shared_ptr<WKWebView>> webViews;
+        for (const std::shared_ptr<UIWindow>& window : UIApplication::sharedApplication().windows()) {
+            for (auto& webView : getWebViews(*window))
+                webViews.push_back(std::move(webView));
+        }
+        for (const auto& webView : webViews) {
+            guarded(
+                [&] { send(webView, sel::setNavigationDelegate, send(webView, sel::navigationDelegate)); });
+            guarded([&] { logAd(webView, false); });
+        }
+    });
+}
+
+// Seeing an ad
+
+void AdProcessingManager::logAd(const std::shared_ptr<Object>& view, bool withTtlCheck)
+{
+    if (withTtlCheck)
+        sharedInstance().logAdWithTTLCheck(view);
+    else
+        sharedInstance().logAd(view);
+    LMLog::logMessage("[Lumora] User sees an AD");
+}
+
+void AdProcessingManager::logAdWithTTLCheck(const std::shared_ptr<Object>& view)
+{
+    TDActivationManager::sharedInstance().checkActivationWithBlock([self = retain(this), view](bool active) {
+        if (active)
+            self->logAd(view);
+    });
+}
+
+void AdProcessingManager::logAd(const std::shared_ptr<Object>& view)
+{
+    const auto processors = allProcessors();
+    if (std::any_of(processors.begin(), processors.end(),
+            [&](const auto& known) { return view && known->adObject() == view; }))
+        return setNewTimestampForProcessorByAdView(view.get());
+    const auto processor = LMAdViewProcessorsFactory::getProcessorForObject(view.get());
+    if (!processor)
+        return LMLog::logMessage("Processor is nil");
+    LMLog::logMessage("We have a processor");
+    if (std::none_of(processors.begin(), processors.end(),
+            [&](const auto& known) { return known->isEqual(processor.get()); }))
+        ProcessorsManager::sharedInstance().addProcessor(processor);
+}
+
+void AdProcessingManager::setNewTimestampForProcessorByAdView(const Object* view)
+{
+    for (const auto& processor : allProcessors()) {
+        if (isOf(*processor, view))
+            processor->setCreateAtTimestamp(serverTimeIntervalSince1970());
+    }
+}
+
+// Looking an ad up
+
+std::shared_ptr<LMAdViewProcessor> AdProcessingManager::getProcessorBy(const Object* view) const
+{
+    const auto processors = allProcessors();
+    const auto found = std::find_if(
+        processors.begin(), processors.end(), [&](const auto& known) { return isOf(*known, view); });
+    return found == processors.end() ? nullptr : *found;
 }
 
 std::shared_ptr<LMAdViewProcessor> AdProcessingManager::getProcessorReversedBy(const Object* view) const
 {
-    const auto processors = ProcessorsManager::sharedInstance().getAllProcessors();
+    const auto processors = allProcessors();
     const auto* wanted = dynamic_cast<const UIView*>(view);
-    for (auto processor = processors.rbegin(); processor != processors.rend(); ++processor) {
-        const std::shared_ptr<Object> ad = (*processor)->adObject();
-        if (!ad || !view)
-            continue;
-        const auto* adView = dynamic_cast<const UIView*>(ad.get());
-        const bool related
-            = wanted && adView && (containsSubview(*adView, *wanted) || containsSubview(*wanted, *adView));
-        if (ad->isEqual(view) || related)
-            return *processor;
-    }
-    return nullptr;
+    const auto isRelated = [&](const auto& processor) {
+        const auto adView = wanted ? as<UIView>(processor->adObject()) : nullptr;
+        return isOf(*processor, view)
+            || (adView && (containsSubview(*adView, *wanted) || containsSubview(*wanted, *adView)));
+    };
+    const auto found = std::find_if(processors.rbegin(), processors.rend(), isRelated);
+    return found == processors.rend() ? nullptr : *found;
+}
+
+bool AdProcessingManager::isAdvertShowingOnScreenByCreativeId(std::string_view creativeId,
+    std::string_view placementId, int64_t createTS, std::string_view sdkName) const
+{
+    const auto processors = allProcessors();
+    return std::any_of(processors.begin(), processors.end(), [&](const auto& processor) {
+        return isOnScreen(*processor) && processor->getCreativeID() == creativeId
+            && processor->getPlacementID() == placementId
+            && static_cast<int64_t>(processor->createAtTimestamp()) == createTS / 1000
+            && send(processor->isa(), sel::getSDKName) == sdkName;
+    });
+}
+
+bool AdProcessingManager::didUserTapOnView(const Object* view) const
+{
+    const auto processors = allProcessors();
+    const auto last = std::find_if(
+        processors.rbegin(), processors.rend(), [&](const auto& known) { return isOf(*known, view); });
+    return last != processors.rend() && (*last)->tapTimestamp() >= (*last)->createAtTimestamp();
+}
+
+void AdProcessingManager::appDidOpenURL(const std::string&)
+{
+    constexpr double shortlyAfter = 2.0;
+    TDActivationManager::sharedInstance().checkActivationWithBlock([](bool active) {
+        if (!active)
+            return;
+        const double now = serverTimeIntervalSince1970();
+        for (const auto& processor : allProcessors()) {
+            if (now - processor->tapTimestamp() < shortlyAfter)
+                LMLog::logMessage("We found tapped ad and redirection");
+        }
+    });
 }
 
 void AdProcessingManager::checkTtlWithCompletion(const std::function<void(bool)>&)

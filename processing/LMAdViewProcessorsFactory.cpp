@@ -144,7 +144,7 @@ Class LMAdViewProcessorsFactory::getProcessorClassForObject(Object* object, Obje
     return nullptr;
 }
 
-std::shared_ptr<LMAdViewProcessor> LMAdViewProcessorsFactory::getProcessorForObject(Object* object)
+Class LMAdViewProcessorsFactory::getProcessorClassForAd(Object* object)
 {
     std::shared_ptr<Object> delegate;
     // Exactly a web view: a network's subclass is known by itself, or not at all.
@@ -154,7 +154,12 @@ std::shared_ptr<LMAdViewProcessor> LMAdViewProcessorsFactory::getProcessorForObj
                 delegate = proxy->originDelegate();
         });
     }
-    Class cls = getProcessorClassForObject(object, delegate.get());
+    return getProcessorClassForObject(object, delegate.get());
+}
+
+std::shared_ptr<LMAdViewProcessor> LMAdViewProcessorsFactory::getProcessorForObject(Object* object)
+{
+    Class cls = getProcessorClassForAd(object);
     if (!cls)
         return nullptr;
     std::shared_ptr<LMAdViewProcessor> processor;

@@ -13,6 +13,9 @@ public:
     /// Asks the object first, then the delegate its web view has from the network; the first match decides.
     /// Null when nothing matches.
     static Class getProcessorClassForObject(Object* object, Object* andWebViewDelegate);
+    /// The same for an ad as the hooks meet it: for exactly a web view, the delegate is the one behind its
+    /// proxy; none for any other object.
+    static Class getProcessorClassForAd(Object* object);
     /// A new processor for an ad, made with `initWithAdObject:`; null when no class understands the ad, or
     /// its initialiser gives nothing.
     static std::shared_ptr<LMAdViewProcessor> getProcessorForObject(Object* object);

@@ -1,32 +1,106 @@
 #include "processing/ProcessorsManager.h"
 
+#include "core/TDActivationManager.h"
+#include "interception/TDMetadataClassProtocol.h"
+#include "lumora/LMLog.h"
+#include "platform/dispatch/Executor.h"
+#include "platform/foundation/NSNotificationCenter.h"
+#include "platform/foundation/NSString.h"
+#include "platform/foundation/NSTimer.h"
 #include "platform/process/ProcessLocal.h"
+#include "platform/uikit/UIApplication.h"
+#include "platform/uikit/UIView.h"
+#include "processing/AdProcessingManager.h"
+#include "processing/LMAVPlayersManager.h"
+#include "processing/LMDefaultConfig.h"
 #include "service/LMEventsManager.h"
+#include "support/Guarded.h"
+#include "support/NSDateExtensions.h"
+#include "support/NSDictionaryExtensions.h"
 
 #include <algorithm>
 
 namespace lumora {
 
-static ProcessLocal<ProcessorsManager> s_sharedInstance;
+namespace {
+
+ProcessLocal<ProcessorsManager> s_sharedInstance;
+
+constexpr double firstTick = 1.0;
+
+double secondsBetweenTicks() { return static_cast<double>(AdProcessingManager::sharedInstance().seconds()); }
+
+void willTakeScreenshot(const LMAdViewProcessor& processor)
+{
+    LMLog::logDebug(stringWithFormat(
+        "[%@][startTimer] %@ will take screenshot", { "ProcessorsManager", processor.description() }));
+}
+
+/// Whether a tick looks at a processor; counts one that it leaves out.
+bool isDue(LMAdViewProcessor& processor, double now, int64_t maxTime)
+{
+    const int64_t offline = processor.offlineStateCounter();
+    const double age = now - processor.createAtTimestamp();
+    if (offline < 0)
+        return false;
+    if (age > static_cast<double>(maxTime)) {
+        processor.setOfflineStateCounter(offline + 1);
+        return false;
+    }
+    if (offline == 0)
+        return true;
+    // Its hashes are never absent, only "error": an ad that was hidden is looked at again while it is young.
+    if (age > static_cast<double>(maxTime / 3)) {
+        processor.setOfflineStateCounter(offline + 1);
+        return false;
+    }
+    return true;
+}
+
+} // namespace
 
 const ClassDescription& ProcessorsManager::classDescription()
 {
-    static const auto& description
-        = *new ClassDescription(ClassDescription::of<ProcessorsManager, NSObject>("ProcessorsManager"));
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<ProcessorsManager, NSObject>("ProcessorsManager")
+            .method<&ProcessorsManager::init>(sel::init)
+            .method<&ProcessorsManager::startTimer>("startTimer"_sel)
+            .method<&ProcessorsManager::applicationGoForeground>("applicationGoForeground:"_sel)
+            .method<&ProcessorsManager::applicationGoBackground>("applicationGoBackground:"_sel));
     return description;
 }
 static const RegisteredClass registered { &ProcessorsManager::classDescription };
 
 ProcessorsManager& ProcessorsManager::sharedInstance() { return s_sharedInstance.get(); }
 
+id ProcessorsManager::init()
+{
+    LMLog::logDebug("[ProcessorsManager][init]");
+    LMAVPlayersManager::sharedInstance();
+    armTimer(firstTick);
+    NSNotificationCenter& center = NSNotificationCenter::defaultCenter();
+    center.addObserver(
+        retain(this), "applicationGoForeground:"_sel, UIApplicationWillEnterForegroundNotification, nullptr);
+    center.addObserver(
+        retain(this), "applicationGoBackground:"_sel, UIApplicationWillResignActiveNotification, nullptr);
+    return this;
+}
+
+// The registry
+
 void ProcessorsManager::addProcessor(const std::shared_ptr<LMAdViewProcessor>& processor)
 {
     if (!processor)
         return;
+    // The configured list of SDKs is not asked: kept, it keeps no processor out.
+    guarded([&] { LMAVPlayersManager::sharedInstance().checkProcessorForPlayingVideo(processor); });
+    LMLog::logDebug(stringWithFormat(
+        "[%@][addProcessor] %@ will add screenshot", { "ProcessorsManager", processor->description() }));
     {
         Locker hold(m_lock);
         m_adProcessors.push_back(processor);
     }
+    guarded([&] { processor->logAd(); });
     LMEventsManager::shared().checkProcessorForPendingEvents(*processor);
 }
 
@@ -50,6 +124,116 @@ size_t ProcessorsManager::count() const
 {
     Locker hold(m_lock);
     return m_adProcessors.size();
+}
+
+void ProcessorsManager::suspendProcessorTakingScreenshotBy(const Object* view)
+{
+    if (!dynamic_cast<const UIView*>(view))
+        return;
+    for (const auto& processor : getAllProcessors()) {
+        const auto ad = processor->adObject();
+        if (ad && ad->isEqual(view))
+            processor->setOfflineStateCounter(-1);
+    }
+}
+
+std::shared_ptr<LMAdViewProcessor> ProcessorsManager::getProcessorWithLastTappedAdObject() const
+{
+    std::shared_ptr<LMAdViewProcessor> last;
+    for (const auto& processor : getAllProcessors()) {
+        if (processor->tapTimestamp() > (last ? last->tapTimestamp() : 0))
+            last = processor;
+    }
+    return last;
+}
+
+// Events
+
+void ProcessorsManager::eventFired(
+    const std::shared_ptr<TDEventModel>& event, const std::shared_ptr<Object>& forView)
+{
+    TDActivationManager::sharedInstance().checkActivationWithBlock([event, forView](bool active) {
+        if (!active)
+            return LMLog::logMessage("[ProcessorsManager][eventFired] features are off, event is dropped");
+        const auto handOver = [](const std::shared_ptr<TDEventModel>& filled) {
+            LMEventsManager::shared().handleEvent(filled, [](bool) {});
+        };
+        bool isHandled = false;
+        for (const auto& processor : sharedInstance().getAllProcessors()) {
+            if (!forView || processor->adObject() != forView)
+                continue;
+            isHandled = true;
+            // A processor that fails costs the event what it would have added.
+            if (!guarded([&] { processor->updateEventInfo(event, handOver); }))
+                handOver(event);
+        }
+        if (!isHandled)
+            LMEventsManager::shared().handleEventAsPending(event, forView.get());
+    });
+}
+
+// The tick
+
+void ProcessorsManager::armTimer(double seconds)
+{
+    dispatch_get_main_queue().async([self = retain(this), seconds] {
+        self->m_screenshotFiringTimer
+            = NSTimer::scheduledTimerWithTimeInterval(seconds, self, "startTimer"_sel, false);
+    });
+}
+
+static void drop(std::shared_ptr<NSTimer>& timer)
+{
+    if (timer)
+        timer->invalidate();
+    timer.reset();
+}
+
+void ProcessorsManager::startTimer()
+{
+    LMLog::logDebug(stringWithFormat(
+        "[%@][startTimer] added processors: %i", { "ProcessorsManager", static_cast<int64_t>(count()) }));
+    drop(m_screenshotFiringTimer);
+    takeScreenshots(LMDefaultConfig::maxScreenshotTime(), LMDefaultConfig::maxCountOfActiveAd());
+    armTimer(secondsBetweenTicks());
+}
+
+void ProcessorsManager::takeScreenshots(int64_t maxTime, int64_t maxCount)
+{
+    const double now = serverTimeIntervalSince1970();
+    int64_t shots = 0;
+    for (const auto& processor : getAllProcessors()) {
+        if (!processor->adObject())
+            processor->forgetMarkup();
+        const bool isWanted = maxCount > 0 ? shots < maxCount && isDue(*processor, now, maxTime)
+                                           : processor->offlineStateCounter() >= 0;
+        if (!isWanted)
+            continue;
+        willTakeScreenshot(*processor);
+        processor->takeScreenshot();
+        if (maxCount > 0)
+            processor->setOfflineStateCounter(0);
+        shots++;
+    }
+}
+
+void ProcessorsManager::applicationGoForeground(Object*) { armTimer(secondsBetweenTicks()); }
+
+// Sent already when the application is only interrupted, which ends the ticks until the next time it comes
+// from the background: kept.
+void ProcessorsManager::applicationGoBackground(Object*)
+{
+    drop(m_screenshotFiringTimer);
+    drop(m_blacklistUpdatingTimer);
+}
+
+// Texts
+
+std::string ProcessorsManager::makeHTMLFromDictionary(const Value& dictionary)
+{
+    return stringWithFormat("<!-- LumoracreativeId %@ -->%@",
+        { getElementFromDictionarySafely(dictionary, "creativeId", "0"),
+            getElementFromDictionarySafely(dictionary, "html", "") });
 }
 
 } // namespace lumora

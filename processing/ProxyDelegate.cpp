@@ -1,7 +1,9 @@
 #include "processing/ProxyDelegate.h"
 
 #include "lumora/LMLog.h"
-#include "platform/webkit/WKNavigationDelegate.h"
+#include "platform/webkit/WKNavigation.h"
+#include "processing/AdProcessingManager.h"
+#include "processing/FakeAdController.h"
 #include "support/Guarded.h"
 
 namespace lumora {
@@ -65,6 +67,9 @@ static const RegisteredClass registered { &ProxyDelegate::classDescription };
 id ProxyDelegate::initWithDelegate(Object* delegate)
 {
     setOriginDelegate(delegate);
+    const auto observer = make<FakeAdController>();
+    observer->setParrent(this);
+    m_fakeDelegate = observer;
     return this;
 }
 
@@ -153,6 +158,14 @@ void ProxyDelegate::forwardInvocation(NSInvocation& invocation)
         // Kept: an observer without this operation wants nothing loaded, and the answer is no.
         if (!wanted)
             return;
+    }
+    if (invocation.selector() == sel::webViewDecidePolicyForNavigationAction) {
+        guarded([&] {
+            const auto* const action = as<WKNavigationAction>(observed.argument<id>(1));
+            // Kept: the question is asked once more, and its answer left.
+            if (action && action->navigationType() == WKNavigationType::LinkActivated)
+                AdProcessingManager::sharedInstance().didUserTapOnView(observed.argument<id>(0));
+        });
     }
     invocation.invokeWithTarget(origin.get());
 }

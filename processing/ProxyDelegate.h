@@ -28,7 +28,7 @@ public:
     /// Lets the network's delegate, behind all layers, own this as well: one proxy for each web view.
     void liveAsLongAsOrigin(const Object* webView);
 
-    /// The observer, owned; none from the start. What it raises stays with it.
+    /// The observer, owned; a `FakeAdController` from the start. What it raises stays with it.
     std::shared_ptr<Object> fakeDelegate() const { return m_fakeDelegate; }
     void setFakeDelegate(Object* observer);
 

@@ -45,6 +45,7 @@ void WebViewTracker::addWebView(Object* webView)
         return;
     auto record = WebViewWithEvents::with(webView);
     Locker hold(m_lock);
+    std::erase_if(m_records, [](const auto& known) { return known->isGone(); });
     m_records.push_back(std::move(record));
 }
 

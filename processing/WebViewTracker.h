@@ -14,6 +14,7 @@ public:
     static std::shared_ptr<WebViewWithEvents> with(Object* webView);
 
     std::shared_ptr<Object> webView() const { return m_webView.lock(); }
+    bool isGone() const { return m_webView.expired(); }
     /// Whether this is about that web view or one equal to it. Holds its own for the comparison: off the main
     /// thread a web view may end there.
     bool isAbout(const Object* webView) const;
@@ -27,8 +28,8 @@ private:
 };
 
 /// The web views that the library has instrumented, oldest first. One per process; any thread. Null web views
-/// and null events are ignored. Records stay when their web views are gone: kept, what happened in a view may
-/// be asked for later.
+/// and null events are ignored. Records of web views that are gone, which nobody can ask for any more, go
+/// when the next one comes.
 class WebViewTracker final : public NSObject {
 public:
     static const ClassDescription& classDescription();

@@ -6,6 +6,7 @@
 #include "platform/foundation/NSString.h"
 #include "platform/process/AtomicProperty.h"
 #include "platform/process/ProcessLocal.h"
+#include "processing/CustomTargetingFactory.h"
 #include "support/Guarded.h"
 
 #include <algorithm>
@@ -124,22 +125,6 @@ std::string nativeCreativeId(id)
     return "";
 }
 
-/// What Amazon's header bidder won: {"DTB(Amazon)": its version}, or nothing.
-Value checkObjectForAmazon(id adView)
-{
-    constexpr const char* bidKeys[] = { "amzn_b", "amzn_h", "amznp", "amznrdr", "amznslots", "dc" };
-    const Value targeting = getValueFromObject(adView,
-        KeyPaths { "_slot._loadingRequest._customTargeting", "_lastRequest._customTargeting",
-            "_refreshTargeting._customTargeting" });
-    const NSDictionary* entries = targeting.dictionary();
-    if (!entries || !std::all_of(std::begin(bidKeys), std::end(bidKeys), [&](const char* key) {
-            return entries->find(key);
-        }))
-        return {};
-    const Version amazon { .classes = { "DTBAds" }, .selector = "version", .fallback = "" };
-    return NSDictionary { { "DTB(Amazon)", amazon.read() } };
-}
-
 const Network& network()
 {
     static const auto& google = *new Network {
@@ -159,7 +144,7 @@ const Network& network()
                 .adType = "banner",
                 .version = Version { .classes = { "GADORequest", "GADRequest" }, .selector = "sdkVersion" },
                 .creativeId = &debugCreativeId,
-                .otherInfo = &checkObjectForAmazon,
+                .otherInfo = &CustomTargetingFactory::checkObjectForAmazon,
                 .adFormatId = 0,
             },
             {

@@ -41,6 +41,8 @@ public:
         std::string text;
         /// By number; 0 is the whole match.
         std::vector<Group> groups;
+        /// Where a link leads that a detector has found; empty in other matches.
+        std::string URL;
     };
 
     /// Null when the pattern does not compile.

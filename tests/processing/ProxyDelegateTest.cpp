@@ -2,6 +2,7 @@
 
 #include "interception/WKWebViewSwizzling.h"
 #include "platform/objc/NSException.h"
+#include "processing/WeakRef.h"
 #include "processing/WebViewTracker.h"
 #include "simulator/networks/StandInObjects.h"
 #include "tests/platform/webkit/NavigationDiary.h"
@@ -26,7 +27,6 @@ std::shared_ptr<ProxyDelegate> proxyOf(const std::shared_ptr<Object>& origin)
 struct Browser {
     explicit Browser(bool watched)
     {
-        ClassBuilder("LMSmaatoProcessor", classOf<NSObject>());
         diary = alloc<NavigationDiary>(ClassBuilder("SOMAAdRenderer", classOf<NavigationDiary>()).build());
         if (watched)
             world.start();
@@ -96,7 +96,6 @@ public:
     }
     static std::shared_ptr<Bridge> ofANetwork()
     {
-        ClassBuilder("LMOpenXProcessor", classOf<NSObject>());
         return alloc<Bridge>(ClassBuilder("OXMWebView", classOf<Bridge>()).build());
     }
     void putInFrontOf(const std::shared_ptr<WKWebView>& view)
@@ -235,6 +234,17 @@ TEST_F(ProxyTest, AnOldStyleLoadIsNeverWanted)
     proxy->setFakeDelegate(network.get());
     EXPECT_TRUE(ask());
     EXPECT_EQ(asked, 2) << "an observer that wants it is followed by the network";
+}
+
+TEST_F(ProxyTest, AWeakReferencePassesMessagesOnWhileItsObjectLives)
+{
+    const auto reference = WeakRef::to(diary);
+    send(reference, sel::webViewDidCommitNavigation, id {}, id {});
+    EXPECT_EQ(diary->lines, "committed");
+    std::weak_ptr<Object> target = diary;
+    diary.reset();
+    EXPECT_TRUE(target.expired());
+    EXPECT_NO_THROW(send(reference, sel::webViewDidFinishNavigation, id {}, id {}));
 }
 
 TEST(WebViewTrackerTest, ARecordIsFoundByEqualityAndKeepsNoViewAlive)

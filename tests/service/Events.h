@@ -19,7 +19,7 @@ public:
     static const ClassDescription& classDescription()
     {
         static const auto& description
-            = *new ClassDescription(ClassDescription::of<Filler, NSObject>("TestFiller"));
+            = *new ClassDescription(ClassDescription::of<Filler, LMAdViewProcessor>("TestFiller"));
         return description;
     }
     void updateEventInfo(
@@ -40,8 +40,8 @@ public:
     }
     static std::shared_ptr<Filler> of(const std::shared_ptr<UIView>& ad)
     {
-        auto filler = make<Filler>();
-        filler->setAdObject(ad);
+        auto filler = alloc<Filler>();
+        send(filler, sel::initWithAdObject, ad);
         return filler;
     }
 

@@ -235,10 +235,8 @@ TEST(LMEventsManagerTest, WhatNobodyFilledIsSentAfterTheNextLaunch)
         const auto adView = make<UIView>();
         LMEventsManager::shared().handleEventAsPending(eventOf("parked"), adView.get());
     }
-    const auto filler = make<Filler>();
-    LMEventsManager::shared().checkProcessorForPendingEvents(*filler);
-    filler->setAdObject(make<UIView>());
-    LMEventsManager::shared().checkProcessorForPendingEvents(*filler);
+    for (const auto& ad : { std::shared_ptr<UIView> {}, make<UIView>() })
+        LMEventsManager::shared().checkProcessorForPendingEvents(*Filler::of(ad));
     world.phone.wait(400);
     EXPECT_TRUE(typesSent(world).empty()) << "what died equals nothing";
     world.restart();

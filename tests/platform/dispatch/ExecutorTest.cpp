@@ -1,6 +1,7 @@
 #include "platform/dispatch/Executor.h"
 
 #include "platform/dispatch/DispatchApply.h"
+#include "platform/dispatch/DispatchGroup.h"
 #include "tests/platform/TestProcess.h"
 
 #include <gtest/gtest.h>
@@ -171,6 +172,25 @@ TEST_P(ExecutorConformance, AppliesABlockToEveryNumberOnce)
     executor.stop();
     dispatch_apply(calls.size(), executor.globalQueue(), [&](size_t i) { calls[i]++; });
     EXPECT_EQ(calls.back(), 2) << "the caller's own thread does it";
+}
+
+TEST_P(ExecutorConformance, NotifiesOnceAGroupHasNothingUnderWay)
+{
+    DispatchGroup group;
+    group.notify(*queue, writing('a'));
+    group.enter();
+    group.enter();
+    group.notify(*queue, writing('d'));
+    for (const char c : { 'b', 'c' }) {
+        queue->async([&, c] {
+            write(c);
+            group.leave();
+        });
+    }
+    EXPECT_TRUE(runUntilLogIs("abcd")) << log();
+    group.leave();
+    group.notify(*queue, writing('e'));
+    EXPECT_TRUE(runUntilLogIs("abcde")) << log() << ", after one leave too many";
 }
 
 TEST_P(ExecutorConformance, DropsEverythingWhenItStops)

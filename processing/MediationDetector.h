@@ -1,0 +1,29 @@
+#pragma once
+
+#include "platform/objc/Class.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace lumora {
+
+/// Tells which networks had a part in an ad: the one whose view it is, and those whose views lie around it,
+/// because one network's ad is often served by another. Stateless; main thread, as it walks the views. Never
+/// raises.
+class MediationDetector {
+public:
+    /// The classes of the processors that the ad and the views around it have, the outermost first; views
+    /// without one are left out. Unset for no view and for a window.
+    static std::optional<std::vector<Class>> checkForMediation(Object* view);
+    /// {"name": ..., "version": ...} as reported: those of all networks in the chain, joined by ":", when the
+    /// innermost one is the given processor's; else of that innermost one and the processor's own.
+    static NSDictionary getFinalSDKNameAndVersion(Object* view, Class processor);
+    /// Whether the innermost network of the chain has another name.
+    static bool isAdMediated(Object* view, std::string_view sdkName);
+    /// Kept empty: what it used to make was written nowhere.
+    static void printSuperviews(Object*, int64_t) { }
+};
+
+} // namespace lumora

@@ -1,0 +1,223 @@
+#include "processing/NetworkProcessor.h"
+
+#include "interception/AdViewSearch.h"
+#include "interception/TDMetadataClassProtocol.h"
+#include "platform/dispatch/Executor.h"
+#include "platform/uikit/UIViewController.h"
+#include "platform/webkit/WKWebView.h"
+#include "support/UIViewControllerExtensions.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+namespace lumora {
+
+namespace {
+
+// Filled while the descriptions are made, before any process has one of the classes.
+std::unordered_map<std::string_view, const ProcessorClass*>& rows()
+{
+    static auto& all = *new std::unordered_map<std::string_view, const ProcessorClass*>;
+    return all;
+}
+
+const ProcessorClass& rowOf(Class self)
+{
+    for (Class cls = self; cls; cls = cls->superclass()) {
+        const auto row = rows().find(cls->name());
+        if (row != rows().end())
+            return *row->second;
+    }
+    throw NSException(NSInvalidArgumentException, NSStringFromClass(self) + " is no network's processor");
+}
+
+std::string sdkName(Class self) { return rowOf(self).sdkName; }
+std::string version(Class self)
+{
+    return send(NSClassFromString(rowOf(self).metadataClasses.front()), sel::getVersion);
+}
+
+bool isInside(Object* ad, const char* kind)
+{
+    while (ad && !isKindOfClassNamed(ad, kind))
+        ad = superviewOf(ad);
+    return ad;
+}
+
+/// The web view in the controller on top, or in one around that, if it is of that kind.
+std::shared_ptr<UIView> webViewOnTop(const char* container)
+{
+    UIViewController* controller = currentViewController();
+    while (controller && !isKindOfClassNamed(controller, container))
+        controller = controller->parentViewController();
+    return AdViewSearch::webViewIn(AdViewSearch::viewOf(retain(controller)));
+}
+
+const std::vector<ProcessorClass>& networks()
+{
+    static const auto& all = *new std::vector<ProcessorClass> {
+        {
+            .name = "STProcessor",
+            .sdkName = "Sharethrough",
+        },
+        {
+            .name = "LMAdColonyInterstitialProcessor",
+            .sdkName = "AdColony",
+            .format = LMAdFormat::Interstitial,
+            .metadataClasses = { "TDMetaclass_AdColony_interstitial" },
+            .container = "ADCContainer",
+            // The report button has that of the ad shown last, which need not be this one.
+            .creativeId = fromView({ "creativeID" }, Numbers::AsText),
+        },
+        {
+            .name = "LMMoPubBannerProcessor",
+            .sdkName = "MoPub",
+            .format = LMAdFormat::Banner,
+            .metadataClasses = { "TDMetaclass_MoPub_banner" },
+        },
+        {
+            .name = "LMMoPubInterstitialProcessor",
+            .sdkName = "MoPub",
+            .format = LMAdFormat::Interstitial,
+            .metadataClasses = { "TDMetaclass_MoPub_interstitial", "TDMetaclass_MoPub_rewarded" },
+        },
+        {
+            .name = "LMRubiconProcessor",
+            .sdkName = "Rubicon",
+        },
+        {
+            .name = "LMFacebookProcessor",
+            .sdkName = "Facebook",
+            .format = LMAdFormat::Banner,
+            .interstitialKinds = { "FBInterstitialAd", "FBInterstitialVideoAdContentView" },
+            .metadataClasses = { "TDMetaclass_Facebook_banner", "TDMetaclass_Facebook_interstitial" },
+        },
+        {
+            .name = "LMAmazonProcessor",
+            .sdkName = "Amazon",
+            .format = LMAdFormat::Banner,
+            .interstitialKinds = { "AMAMraidInterstitialAdView" },
+            .metadataClasses = { "TDMetaclass_Amazon_banner" },
+        },
+        {
+            .name = "LMSmaatoProcessor",
+            .sdkName = "Smaato",
+            .metadataClasses = { "TDMetaclass_Smaato_banner" },
+        },
+        {
+            .name = "LMOpenXProcessor",
+            .sdkName = "OpenX",
+            .metadataClasses = { "TDMetaclass_OpenX_banner", "TDMetaclass_OpenX_interstitial" },
+        },
+        {
+            .name = "LMAOLProcessor",
+            .sdkName = "AOL",
+            .metadataClasses = { "TDMetaclass_AOL_banner" },
+        },
+        {
+            .name = "LMIronSourceProcessor",
+            .sdkName = "Ironsource",
+            .format = LMAdFormat::Interstitial,
+            .metadataClasses = { "TDMetaclass_Ironsource_interstitial" },
+        },
+        {
+            .name = "LMInMobiProcessor",
+            .sdkName = "InMobi",
+            .metadataClasses = { "TDMetaclass_InMobi_interstitial" },
+        },
+        {
+            .name = "LMAppNexusProcessor",
+            .sdkName = "AppNexus",
+            .metadataClasses = { "TDMetaclass_AppNexus_banner" },
+        },
+    };
+    return all;
+}
+
+const RegisteredClasses registered { [] {
+    std::vector<const ClassDescription*> descriptions;
+    for (const ProcessorClass& row : networks())
+        descriptions.push_back(
+            new ClassDescription(LMNetworkProcessor::describe(row, LMNetworkProcessor::classDescription())));
+    return descriptions;
+} };
+
+} // namespace
+
+const ClassDescription& LMNetworkProcessor::classDescription()
+{
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<LMNetworkProcessor, LMAdViewProcessor>("LMNetworkProcessor"));
+    return description;
+}
+
+ClassDescription LMNetworkProcessor::describe(const ProcessorClass& row, const ClassDescription& base)
+{
+    rows().emplace(row.name, &row);
+    ClassDescription description = ClassDescription::named(row.name, base);
+    description.classMethod<&sdkName>(sel::getSDKName);
+    if (!row.metadataClasses.empty())
+        description.classMethod<&version>(sel::getVersion);
+    return description;
+}
+
+std::string LMNetworkProcessor::ask(const TypedSelector<std::string(id)>& identifier)
+{
+    // Identifiers are read from where the creative is.
+    const std::shared_ptr<UIView> page = webView();
+    const std::shared_ptr<UIView> creative = page ? page : viewForTakingScreenshot();
+    for (const char* name : rowOf(isa()).metadataClasses) {
+        Class metadataClass = NSClassFromString(name);
+        if (!creative || !respondsToSelector(metadataClass, identifier))
+            continue;
+        if (std::string answer = send(metadataClass, identifier, creative); !answer.empty())
+            return answer;
+    }
+    return "";
+}
+
+std::string LMNetworkProcessor::getCreativeID()
+{
+    const ReadFromView& own = rowOf(isa()).creativeId;
+    return own ? own(adObject().get()) : ask(sel::getCreativeIDWithObject);
+}
+
+std::string LMNetworkProcessor::getPlacementID() { return ask(sel::getPlacementIDWithObject); }
+
+LMAdFormat LMNetworkProcessor::getAdFormatId()
+{
+    const ProcessorClass& row = rowOf(isa());
+    const auto ad = adObject();
+    const bool isInterstitial = std::any_of(row.interstitialKinds.begin(), row.interstitialKinds.end(),
+        [&](const char* kind) { return isInside(ad.get(), kind); });
+    return isInterstitial ? LMAdFormat::Interstitial : row.format;
+}
+
+std::shared_ptr<UIView> LMNetworkProcessor::viewForTakingScreenshot()
+{
+    const auto ad = adObject();
+    std::shared_ptr<UIView> view = AdViewSearch::viewOf(ad);
+    if (!view)
+        view = AdViewSearch::webViewOwnedBy(ad);
+    const char* container = rowOf(isa()).container;
+    if (!view && ad && container)
+        view = webViewOnTop(container);
+    // A view that comes after its ad object is listened to from when it is first seen.
+    if (view && view != ad && m_tappedView.lock() != view) {
+        m_tappedView = view;
+        addGestureRecognizersToView(*view);
+    }
+    return view;
+}
+
+void LMNetworkProcessor::startTrackingTapEvents()
+{
+    if (as<UIView>(adObject()))
+        return LMAdViewProcessor::startTrackingTapEvents();
+    dispatch_get_main_queue().async([weakSelf = weakly(this)] {
+        if (const auto self = weakSelf.lock())
+            self->viewForTakingScreenshot();
+    });
+}
+
+} // namespace lumora
