@@ -170,7 +170,7 @@ WebLoad WebKitEngine::loadHTML(std::string html, std::string baseURL)
 {
     Load load;
     load.source.request.url = baseURL.empty() ? blankURL : repairedUTF8(baseURL);
-    load.source.html = std::move(html);
+    load.source.html = std::make_shared<const std::string>(std::move(html));
     return begin(std::move(load));
 }
 
@@ -180,7 +180,7 @@ WebLoad WebKitEngine::loadRequest(NSMutableURLRequest request)
     load.source.request = std::move(request);
     load.source.request.url = repairedUTF8(load.source.request.url);
     if (load.source.request.url == blankURL)
-        load.source.html.emplace();
+        load.source.html = std::make_shared<const std::string>();
     return begin(std::move(load));
 }
 

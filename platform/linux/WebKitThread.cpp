@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <gdk/gdkx.h>
 #include <gtk/gtk.h>
+#include <thread>
 #include <utility>
 
 namespace lumora {
@@ -49,7 +50,7 @@ WebKitThread::WebKitThread()
     setenv("GSETTINGS_BACKEND", "memory", 1); // NOLINT(concurrency-mt-unsafe)
     setenv("NO_AT_BRIDGE", "1", 1); // NOLINT(concurrency-mt-unsafe)
     const SignalsBlocked blocked;
-    m_thread = std::thread([this] { run(); });
+    std::thread([this] { run(); }).detach();
     Locker hold(m_lock);
     while (!m_isReady)
         hold.wait(m_changed);
@@ -98,6 +99,10 @@ void WebKitThread::run()
     Locker hold(m_lock);
     m_hasEnded = true;
     m_changed.notify_all();
+    // The thread itself never ends: what the engine then does to its locals may wait for ever, with whoever
+    // joins it.
+    for (;;)
+        hold.wait(m_changed);
 }
 
 void WebKitThread::quit()
@@ -140,17 +145,9 @@ void WebKitThread::stop()
     constexpr std::chrono::seconds longest { 2 };
     post([this] { quit(); });
     const auto end = std::chrono::steady_clock::now() + longest;
-    bool hasEnded = false;
-    {
-        Locker hold(m_lock);
-        while (!m_hasEnded && std::chrono::steady_clock::now() < end)
-            hold.waitFor(m_changed, end - std::chrono::steady_clock::now());
-        hasEnded = m_hasEnded;
-    }
-    if (hasEnded)
-        m_thread.join();
-    else
-        m_thread.detach();
+    Locker hold(m_lock);
+    while (!m_hasEnded && std::chrono::steady_clock::now() < end)
+        hold.waitFor(m_changed, end - std::chrono::steady_clock::now());
 }
 
 } // namespace lumora

@@ -6,7 +6,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <thread>
 
 using GMainLoop = struct _GMainLoop;
 
@@ -42,7 +41,6 @@ private:
     std::string m_problem;
     bool m_isSandboxed { false };
     std::unique_ptr<XvfbDisplay> m_display;
-    std::thread m_thread;
     Lock m_lock;
     std::condition_variable m_changed;
     GMainLoop* m_loop LUMORA_GUARDED_BY(m_lock) { nullptr };
