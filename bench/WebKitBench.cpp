@@ -29,6 +29,8 @@ void markupOfALongPage(benchmark::State& state)
     for (constexpr size_t size = 3'000'000; page.size() < size;)
         page += "<p class=\"item\">An item of the page.</p>\n";
 
+    // What a process does first is not the engine's.
+    world.executor().drain();
     Milliseconds longest {};
     // What is due at a time counts as one task, so this is no less than the longest.
     auto run = [&](const std::function<bool()>& until) {
