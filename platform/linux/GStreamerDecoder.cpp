@@ -1,12 +1,14 @@
-#include "platform/avfoundation/GStreamerDecoder.h"
+#include "platform/linux/GStreamerDecoder.h"
 
 #include "platform/process/Lock.h"
+#include "platform/process/SignalsBlocked.h"
 
 #include <atomic>
 #include <cstring>
 #include <gst/app/gstappsink.h>
 #include <gst/gst.h>
 #include <gst/video/video.h>
+#include <utility>
 
 namespace lumora {
 
@@ -25,6 +27,7 @@ using Caps = std::unique_ptr<GstCaps, Releaser<gst_caps_unref>>;
 
 std::string findProblem()
 {
+    const SignalsBlocked signalsBlocked;
     GError* error = nullptr;
     if (!gst_init_check(nullptr, nullptr, &error)) {
         std::string problem = error ? error->message : "it does not start";
@@ -60,11 +63,21 @@ UIImage imageOf(GstSample* sample)
     return { width, height, std::move(pixels) };
 }
 
-/// Where the pipeline's threads meet the decoder's handlers. Outlives the decoder as long as the pipeline
-/// winds down.
-class Output {
+/// Goes on from where the video is at another speed, once it is anywhere at all.
+void seekToRate(GstElement* pipeline, double rate)
+{
+    constexpr auto flags = static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE);
+    gint64 position = 0;
+    gst_element_get_state(pipeline, nullptr, nullptr, longestPreroll);
+    if (gst_element_query_position(pipeline, GST_FORMAT_TIME, &position))
+        gst_element_seek(
+            pipeline, rate, GST_FORMAT_TIME, flags, GST_SEEK_TYPE_SET, position, GST_SEEK_TYPE_NONE, 0);
+}
+
+/// What the decoder shares with the pipeline's threads. Lives until the pipeline has wound down.
+class Playback {
 public:
-    explicit Output(VideoDecoder::Handlers handlers)
+    explicit Playback(VideoDecoder::Handlers handlers)
         : m_handlers(std::move(handlers))
     {
     }
@@ -92,6 +105,22 @@ public:
         while (m_running > 0)
             hold.wait(m_idle);
     }
+    void setRate(float rate) { m_wantedRate = rate; }
+
+    /// Brings the pipeline to where it was last wanted. Opening, seeking and winding down may wait for a file
+    /// or a server, so this runs on GStreamer's threads, on several at once if it must.
+    void apply(GstElement* pipeline)
+    {
+        Locker hold(m_applying);
+        const float rate = m_wantedRate;
+        if (isClosed()) {
+            gst_element_set_state(pipeline, GST_STATE_NULL);
+            return;
+        }
+        gst_element_set_state(pipeline, rate > 0 ? GST_STATE_PLAYING : GST_STATE_PAUSED);
+        if (rate > 0 && std::exchange(m_rate, rate) != rate)
+            seekToRate(pipeline, rate);
+    }
 
 private:
     bool begin()
@@ -107,29 +136,38 @@ private:
         m_running--;
         m_idle.notify_all();
     }
+    bool isClosed()
+    {
+        Locker hold(m_lock);
+        return m_isClosed;
+    }
 
     const VideoDecoder::Handlers m_handlers;
     std::atomic<bool> m_isFinished { false };
+    std::atomic<float> m_wantedRate { 0 };
+    Lock m_applying;
+    // The speed it was last played at.
+    float m_rate LUMORA_GUARDED_BY(m_applying) { 1 };
     Lock m_lock;
     std::condition_variable m_idle;
     bool m_isClosed LUMORA_GUARDED_BY(m_lock) { false };
     int m_running LUMORA_GUARDED_BY(m_lock) { 0 };
 };
-using SharedOutput = std::shared_ptr<Output>;
+using SharedPlayback = std::shared_ptr<Playback>;
 
-// What the pipeline calls us with: an owner of the output.
-Output& outputOf(gpointer owner) { return **static_cast<SharedOutput*>(owner); }
-void dropOwner(gpointer owner) { delete static_cast<SharedOutput*>(owner); }
+// What the pipeline calls us with: an owner of the playback.
+Playback& playbackOf(gpointer owner) { return **static_cast<SharedPlayback*>(owner); }
+void dropOwner(gpointer owner) { delete static_cast<SharedPlayback*>(owner); }
 
 GstFlowReturn onSample(GstAppSink* sink, gpointer owner)
 {
-    outputOf(owner).show(Sample { gst_app_sink_pull_sample(sink) });
+    playbackOf(owner).show(Sample { gst_app_sink_pull_sample(sink) });
     return GST_FLOW_OK;
 }
 
 GstFlowReturn onPreroll(GstAppSink* sink, gpointer owner)
 {
-    outputOf(owner).show(Sample { gst_app_sink_pull_preroll(sink) });
+    playbackOf(owner).show(Sample { gst_app_sink_pull_preroll(sink) });
     return GST_FLOW_OK;
 }
 
@@ -137,47 +175,28 @@ GstBusSyncReply onMessage(GstBus*, GstMessage* message, gpointer owner)
 {
     const GstMessageType type = GST_MESSAGE_TYPE(message);
     if (type == GST_MESSAGE_EOS || type == GST_MESSAGE_ERROR)
-        outputOf(owner).finish();
+        playbackOf(owner).finish();
     gst_message_unref(message);
     return GST_BUS_DROP;
 }
 
-/// Goes on from where the video is at another speed, once it is anywhere at all.
-void seekToRate(GstElement* pipeline, gpointer rate)
-{
-    gint64 position = 0;
-    gst_element_get_state(pipeline, nullptr, nullptr, longestPreroll);
-    if (gst_element_query_position(pipeline, GST_FORMAT_TIME, &position))
-        gst_element_seek(pipeline, *static_cast<double*>(rate), GST_FORMAT_TIME,
-            static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE), GST_SEEK_TYPE_SET,
-            position, GST_SEEK_TYPE_NONE, 0);
-}
-
 class GStreamerDecoder final : public VideoDecoder {
 public:
-    GStreamerDecoder(Element pipeline, SharedOutput output)
+    GStreamerDecoder(Element pipeline, SharedPlayback playback)
         : m_pipeline(std::move(pipeline))
-        , m_output(std::move(output))
+        , m_playback(std::move(playback))
     {
     }
     ~GStreamerDecoder() override
     {
-        m_output->close();
-        // Winding down may have to wait for a server.
-        gst_element_call_async(
-            m_pipeline.get(),
-            [](GstElement* pipeline, gpointer) { gst_element_set_state(pipeline, GST_STATE_NULL); }, nullptr,
-            nullptr);
+        m_playback->close();
+        apply();
     }
 
     void setRate(float rate) override
     {
-        if (rate > 0 && rate != m_rate) {
-            m_rate = rate;
-            gst_element_call_async(m_pipeline.get(), &seekToRate, new double { rate },
-                [](gpointer wanted) { delete static_cast<double*>(wanted); });
-        }
-        gst_element_set_state(m_pipeline.get(), rate > 0 ? GST_STATE_PLAYING : GST_STATE_PAUSED);
+        m_playback->setRate(rate);
+        apply();
     }
     double currentTime() override
     {
@@ -188,10 +207,16 @@ public:
     }
 
 private:
+    void apply()
+    {
+        const SignalsBlocked signalsBlocked;
+        gst_element_call_async(
+            m_pipeline.get(), [](GstElement* pipeline, gpointer owner) { playbackOf(owner).apply(pipeline); },
+            new SharedPlayback(m_playback), &dropOwner);
+    }
+
     Element m_pipeline;
-    SharedOutput m_output;
-    // The speed it was last played at.
-    float m_rate { 1 };
+    SharedPlayback m_playback;
     double m_time { 0 };
 };
 
@@ -207,23 +232,30 @@ std::unique_ptr<VideoDecoder> makeGStreamerDecoder(const std::string& url, Video
 {
     if (!gstreamerProblem().empty())
         return nullptr;
-    Element pipeline(GST_ELEMENT(gst_object_ref_sink(gst_element_factory_make("playbin", nullptr))));
-    GstElement* const sink = gst_element_factory_make("appsink", nullptr);
-    const auto output = std::make_shared<Output>(std::move(handlers));
+    const SignalsBlocked signalsBlocked;
+    Element pipeline(gst_element_factory_make("playbin", nullptr));
+    Element sink(gst_element_factory_make("appsink", nullptr));
+    if (!pipeline || !sink)
+        return nullptr;
+    // New elements float until somebody owns them: the pipeline, and for both of them this function.
+    gst_object_ref_sink(pipeline.get());
+    gst_object_ref_sink(sink.get());
+    const auto playback = std::make_shared<Playback>(std::move(handlers));
 
     const Caps caps(gst_caps_new_simple("video/x-raw", "format", G_TYPE_STRING, "RGBA", nullptr));
-    gst_app_sink_set_caps(GST_APP_SINK(sink), caps.get());
-    gst_app_sink_set_max_buffers(GST_APP_SINK(sink), 1);
-    gst_app_sink_set_drop(GST_APP_SINK(sink), TRUE);
+    gst_app_sink_set_caps(GST_APP_SINK(sink.get()), caps.get());
+    gst_app_sink_set_max_buffers(GST_APP_SINK(sink.get()), 1);
+    gst_app_sink_set_drop(GST_APP_SINK(sink.get()), TRUE);
     GstAppSinkCallbacks callbacks {};
     callbacks.new_preroll = &onPreroll;
     callbacks.new_sample = &onSample;
-    gst_app_sink_set_callbacks(GST_APP_SINK(sink), &callbacks, new SharedOutput(output), &dropOwner);
+    gst_app_sink_set_callbacks(
+        GST_APP_SINK(sink.get()), &callbacks, new SharedPlayback(playback), &dropOwner);
 
-    g_object_set(pipeline.get(), "uri", url.c_str(), "flags", videoOnly, "video-sink", sink, nullptr);
+    g_object_set(pipeline.get(), "uri", url.c_str(), "flags", videoOnly, "video-sink", sink.get(), nullptr);
     const std::unique_ptr<GstBus, Releaser<gst_object_unref>> bus(gst_element_get_bus(pipeline.get()));
-    gst_bus_set_sync_handler(bus.get(), &onMessage, new SharedOutput(output), &dropOwner);
-    return std::make_unique<GStreamerDecoder>(std::move(pipeline), output);
+    gst_bus_set_sync_handler(bus.get(), &onMessage, new SharedPlayback(playback), &dropOwner);
+    return std::make_unique<GStreamerDecoder>(std::move(pipeline), playback);
 }
 
 } // namespace lumora

@@ -1,4 +1,4 @@
-#include "platform/avfoundation/GStreamerDecoder.h"
+#include "platform/linux/GStreamerDecoder.h"
 
 namespace lumora {
 

@@ -94,22 +94,19 @@ TEST(LMAVPlayersManagerTest, AVideoIsStoppedWhenItsAdComesLater)
 
 TEST(LMAVPlayersManagerTest, TheButtonIsLookedForFourTimesInNineSeconds)
 {
-    struct Row {
-        double button;
-        bool isPressed;
-    };
-    // Seconds after the first look, at which the button comes.
-    for (const Row& row : { Row { 2.9, true }, Row { 8.9, true }, Row { 9.1, false } }) {
+    // Seconds after the first look: when the button comes, and when it is pressed, if ever.
+    for (const auto& [comes, pressed] :
+        { std::pair { 0.1, 3.0 }, { 3.1, 6.0 }, { 6.1, 9.0 }, { 9.1, 29.1 } }) {
         VideoAd ad;
         const auto controller = ad.play("https://host.example.com/news.mp4", AVPlayerControls::None);
+        const double first = ad.world.phone.process().now();
         LMAVPlayersManager::sharedInstance().disableAVPlayerVC(controller, ad.player, nullptr, 0);
-        ad.world.phone.wait(row.button);
+        ad.world.phone.wait(comes);
         const auto controls = make<NSObject>();
         object_setInstanceVariable(*controls, "_doneButton", Value { make<UIButton>() });
         object_setInstanceVariable(*controller, "_playbackControlsViewController", Value { controls });
-        EXPECT_TRUE(ad.isPlaying());
-        ad.world.phone.wait(20);
-        EXPECT_EQ(ad.isPlaying(), !row.isPressed) << row.button;
+        EXPECT_EQ(ad.world.phone.waitUntil([&] { return !ad.isPlaying(); }, 20), pressed < 20);
+        EXPECT_NEAR(ad.world.phone.process().now() - first, pressed, 0.001);
     }
 }
 
