@@ -1,33 +1,44 @@
 #include "processing/AlertScan.h"
 
-#include <algorithm>
-#include <functional>
+#include <array>
 
 namespace lumora {
 
-static void addDialogs(std::vector<ScriptDialog>& dialogs, std::string_view markup, std::string_view needle,
-    std::string_view type)
+namespace {
+
+constexpr size_t none = std::string_view::npos;
+
+/// The calls of one kind that have been found so far.
+struct Kind {
+    std::string_view call;
+    std::string_view type;
+    std::vector<ScriptDialog> dialogs {};
+    /// What lies before has been read, in messages too; `none` once a message had no end.
+    size_t from { 0 };
+};
+
+void read(Kind& kind, std::string_view markup, size_t quote)
 {
-    constexpr std::string_view closing = "\")";
-    const std::boyer_moore_horspool_searcher searcher(needle.begin(), needle.end());
-    while (true) {
-        const auto* const found = std::search(markup.begin(), markup.end(), searcher);
-        if (found == markup.end())
-            return;
-        markup.remove_prefix(static_cast<size_t>(found - markup.begin()) + needle.size());
-        const size_t end = markup.find(closing);
-        if (end == std::string_view::npos)
-            return;
-        dialogs.push_back({ type, markup.substr(0, end) });
-        markup.remove_prefix(end);
-    }
+    const size_t end = markup.find("\")", quote + 1);
+    if (end != none)
+        kind.dialogs.push_back({ kind.type, markup.substr(quote + 1, end - quote - 1) });
+    kind.from = end;
 }
+
+} // namespace
 
 std::vector<ScriptDialog> scriptDialogsIn(std::string_view markup)
 {
-    std::vector<ScriptDialog> dialogs;
-    addDialogs(dialogs, markup, "window.alert(\"", "alert");
-    addDialogs(dialogs, markup, "confirm(\"", "confirm");
+    std::array kinds { Kind { "window.alert", "alert" }, Kind { "confirm", "confirm" } };
+    // A parenthesis with a quote behind it is rarer than the letters of either call.
+    for (size_t at = markup.find("(\""); at != none; at = markup.find("(\"", at + 1)) {
+        for (Kind& kind : kinds) {
+            if (kind.from <= at && markup.substr(kind.from, at - kind.from).ends_with(kind.call))
+                read(kind, markup, at + 1);
+        }
+    }
+    std::vector<ScriptDialog> dialogs = std::move(kinds[0].dialogs);
+    dialogs.insert(dialogs.end(), kinds[1].dialogs.begin(), kinds[1].dialogs.end());
     return dialogs;
 }
 

@@ -11,7 +11,7 @@ namespace lumora {
 
 /// Schemes that open the store's application.
 static constexpr const char* storeSchemes[] = { "itms-appss", "itms-apps", "itmss" };
-static constexpr std::string_view storeHost = LUMORA_STORE_HOST;
+const char* const storeHost = LUMORA_STORE_HOST;
 
 std::vector<std::string> getURLFrom(const LinkMatches& matches)
 {
@@ -41,7 +41,7 @@ void findStoreLinks(std::string markup, std::function<void(std::vector<std::stri
 {
     const auto length = utf16Length(markup);
     LMRegularExpressionsBackgroundManager::sharedInstance().matchesInStringInBackgroundWithDetector(
-        NSDataDetector::dataDetectorWithTypes(NSTextCheckingTypeLink, std::string { storeHost }),
+        NSDataDetector::dataDetectorWithTypes(NSTextCheckingTypeLink, storeHost),
         std::move(markup), 0, { 0, length },
         [found = std::move(found)](const std::optional<LinkMatches>& matches) {
             if (matches && !matches->empty())

@@ -10,6 +10,9 @@ namespace lumora {
 
 // The links of an ad that lead to the app store.
 
+/// The store's host on the web.
+extern const char* const storeHost;
+
 using LinkMatches = std::vector<NSRegularExpression::Match>;
 
 /// The addresses, in their order, that open the store's application or name the store's web host. Any thread.

@@ -88,8 +88,6 @@ protected:
         previous.midway = nullptr;
         class_replaceMethod(classOf<WKWebView>(), sel::setNavigationDelegate, &recordNavigationDelegate,
             &methodEncoding<void, id>());
-        for (const char* processor : { "LMSmaatoProcessor", "LMAOLProcessor" })
-            ClassBuilder(processor, classOf<NSObject>());
         for (const char* view : { "SOMAWKWebView", "MMWebComponent", "RFMCreativeView" })
             ClassBuilder(view, classOf<WKWebView>()).method("setDelegate:"_sel, &recordDelegate);
     }
@@ -117,7 +115,7 @@ TEST_F(WKWebViewSwizzlingTest, WhatThePreviousImplementationRunsWith)
         {
             Row { "a stranger", "WKWebView", "nil", "Stranger", "Stranger" },
             Row { "a network's", "WKWebView", "nil", "SOMAAdRenderer", "proxy(SOMAAdRenderer)" },
-            Row { "one without a processor", "WKWebView", "nil", "OXMWebView", "OXMWebView" },
+            Row { "one without a processor", "WKWebView", "nil", "VungleWebView", "VungleWebView" },
             Row { "nil over nothing", "WKWebView", "nil", "nil", "nil" },
             Row { "nil over a stranger", "WKWebView", "Stranger", "nil", "nil" },
             Row { "nil over a network's", "WKWebView", "SOMAAdRenderer", "nil", "proxy(nil)" },
@@ -206,7 +204,6 @@ Value askAdType(id, SEL)
 TEST_F(WKWebViewSwizzlingTest, ANewerCallFromInsideWins)
 {
     world.start();
-    ClassBuilder("LMMoPubBannerProcessor", classOf<NSObject>());
     ClassBuilder("MPWebView", classOf<NSObject>()).method("_delegate"_sel, &askAdType);
     const auto setNewer = [&] { send(view, sel::setNavigationDelegate, renderer); };
     whileAsked = setNewer;

@@ -33,8 +33,8 @@ struct AdPage {
     /// A page that is one link, and time for it to finish.
     void load(const std::string& link, const std::string& more = "")
     {
-        const std::string html = "<body style='margin:0'><a href='" + link
-            + "'><img width=320 height=50></a>" + more;
+        const std::string html
+            = "<body style='margin:0'><a href='" + link + "'><img width=320 height=50></a>" + more;
         view->loadHTMLString(html, "https://ads.example.com/a");
         world.phone.wait(1);
     }

@@ -105,10 +105,11 @@ TEST(FakeAdControllerTest, MoPubIsAskedWhetherItWouldHaveGoneItself)
     proxy->initWithDelegate(network.get());
     ad.view->setNavigationDelegate(proxy.get());
     EXPECT_FALSE(detects()) << "it does not answer";
-    class_addMethod(NSClassFromString("MRController"), shouldIntercept, +[](id, SEL, Value url, int64_t type) {
-        asked = { url, type };
-        return answer ? true : throw std::runtime_error("its own");
-    });
+    class_addMethod(
+        NSClassFromString("MRController"), shouldIntercept, +[](id, SEL, const Value& url, int64_t type) {
+            asked = { url, type };
+            return answer ? true : throw std::runtime_error("its own");
+        });
     EXPECT_FALSE(detects()) << "it raises";
     answer = true;
     EXPECT_TRUE(detects());

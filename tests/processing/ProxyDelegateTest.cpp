@@ -26,7 +26,6 @@ std::shared_ptr<ProxyDelegate> proxyOf(const std::shared_ptr<Object>& origin)
 struct Browser {
     explicit Browser(bool watched)
     {
-        ClassBuilder("LMSmaatoProcessor", classOf<NSObject>());
         diary = alloc<NavigationDiary>(ClassBuilder("SOMAAdRenderer", classOf<NavigationDiary>()).build());
         if (watched)
             world.start();
@@ -96,7 +95,6 @@ public:
     }
     static std::shared_ptr<Bridge> ofANetwork()
     {
-        ClassBuilder("LMOpenXProcessor", classOf<NSObject>());
         return alloc<Bridge>(ClassBuilder("OXMWebView", classOf<Bridge>()).build());
     }
     void putInFrontOf(const std::shared_ptr<WKWebView>& view)

@@ -285,13 +285,14 @@ TEST_F(ReportFlowTest, AProcessorGivesMarkupAndType)
                 throw std::runtime_error("no page");
         }
         std::function<void()> answer;
-        bool raises { true };
+        bool raises { false };
     };
     auto view = adView({ 320, 50 });
     const auto inner = make<UIView>();
     view->addSubview(inner);
     const auto processor = alloc<Processor>();
     processor->initWithAdObject(inner.get());
+    processor->raises = true;
     ProcessorsManager::sharedInstance().addProcessor(processor);
     EXPECT_NO_THROW(buttonOn(*view)->sendAdInfo());
     buttonOn(*view)->buttonHandler()->sendReportWithInfo("y");
