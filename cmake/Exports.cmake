@@ -24,10 +24,10 @@ set(lumora_exported_names
     unarchiveObjectWithData utf16Length writeToFile
     # platform/security
     CCCrypt CC_MD5 arc4random_uniform
-    # platform/uikit, platform/quartzcore, platform/coregraphics, platform/webkit
-    GestureArena HTMLTokenizer LayoutPass LayoutSolver PageEngine WebEngine WebEngineClient decodedHTML drawViewHierarchy
-    interpolated linkAtPoint loadNibNamed makeBitmapContext makeWebEngine measureText paintHTML renderLayer setWebEngineFactory
-    takeImageOfView)
+    # platform/uikit, platform/quartzcore, platform/coregraphics, platform/webkit, platform/avfoundation
+    GestureArena HTMLTokenizer LayoutPass LayoutSolver PageEngine WebEngine WebEngineClient VideoDecoder decodedHTML
+    drawViewHierarchy interpolated linkAtPoint loadNibNamed makeBitmapContext makeInMemoryDecoder makeVideoDecoder makeWebEngine
+    measureText paintHTML renderLayer setVideoDecoderFactory setWebEngineFactory takeImageOfView)
 
 # What a family would take in, though it is the product's own: these, exactly.
 set(lumora_inner_names

@@ -117,10 +117,10 @@ void FakeAdController::didFinishNavigation(Object* webView, Object*)
     AdProcessingManager::sharedInstance().logAd(retain<Object>(view), true);
     const Value url = send(view, sel::url);
     LMLog::logMessage(stringWithFormat("%@", { url }));
-    checkForAlerts(*view, url);
+    checkForAlertsWithView(*view, url);
 }
 
-void FakeAdController::checkForAlerts(WKWebView& view, const Value&)
+void FakeAdController::checkForAlertsWithView(WKWebView& view, const Value&)
 {
     const auto raiseEvents = [weakView = weakly<Object>(&view)](bool success, const std::string& html) {
         if (!success)
@@ -128,7 +128,7 @@ void FakeAdController::checkForAlerts(WKWebView& view, const Value&)
         std::vector<ScriptDialog> dialogs = scriptDialogsIn(html);
         if (dialogs.size() > mostDialogsOfAPage) {
             LMLog::logErrorMessage(
-                stringWithFormat("[FakeAdController][checkForAlerts] %@ dialogs in one page",
+                stringWithFormat("[FakeAdController][checkForAlertsWithView] %@ dialogs in one page",
                     { static_cast<int64_t>(dialogs.size()) }));
             dialogs.resize(mostDialogsOfAPage);
         }

@@ -30,7 +30,7 @@ public:
     /// Reads the page's markup and raises an event for each call of a dialog in it; of one page so many at
     /// most.
     static constexpr size_t mostDialogsOfAPage = 16;
-    void checkForAlerts(WKWebView& view, const Value& url);
+    void checkForAlertsWithView(WKWebView& view, const Value& url);
     /// Whether a link is only how a network tells its own view something.
     static bool isUnsupportedURL(std::string_view url);
     /// Whether MoPub would open the address itself though its user has touched nothing.

@@ -1,7 +1,6 @@
 #include "processing/ProcessorsManager.h"
 
 #include "core/TDActivationManager.h"
-#include "interception/TDMetadataClassProtocol.h"
 #include "lumora/LMLog.h"
 #include "platform/dispatch/Executor.h"
 #include "platform/foundation/NSNotificationCenter.h"
@@ -11,6 +10,7 @@
 #include "platform/uikit/UIApplication.h"
 #include "platform/uikit/UIView.h"
 #include "processing/AdProcessingManager.h"
+#include "processing/LMAVPlayersManager.h"
 #include "processing/LMDefaultConfig.h"
 #include "service/LMEventsManager.h"
 #include "support/Guarded.h"
@@ -49,7 +49,8 @@ bool isDue(LMAdViewProcessor& processor, double now, int64_t maxTime)
     if (offline == 0)
         return true;
     // Its hashes are never absent, only "error": an ad that was hidden is looked at again while it is young.
-    if (age > static_cast<double>(maxTime / 3)) {
+    const int64_t youth = maxTime / 3;
+    if (age > static_cast<double>(youth)) {
         processor.setOfflineStateCounter(offline + 1);
         return false;
     }
@@ -75,6 +76,7 @@ ProcessorsManager& ProcessorsManager::sharedInstance() { return s_sharedInstance
 id ProcessorsManager::init()
 {
     LMLog::logDebug("[ProcessorsManager][init]");
+    LMAVPlayersManager::sharedInstance();
     armTimer(firstTick);
     NSNotificationCenter& center = NSNotificationCenter::defaultCenter();
     center.addObserver(
@@ -91,6 +93,7 @@ void ProcessorsManager::addProcessor(const std::shared_ptr<LMAdViewProcessor>& p
     if (!processor)
         return;
     // The configured list of SDKs is not asked: kept, it keeps no processor out.
+    guarded([&] { LMAVPlayersManager::sharedInstance().checkProcessorForPlayingVideo(processor); });
     LMLog::logDebug(stringWithFormat(
         "[%@][addProcessor] %@ will add screenshot", { "ProcessorsManager", processor->description() }));
     {
@@ -149,9 +152,11 @@ std::shared_ptr<LMAdViewProcessor> ProcessorsManager::getProcessorWithLastTapped
 void ProcessorsManager::eventFired(
     const std::shared_ptr<TDEventModel>& event, const std::shared_ptr<Object>& forView)
 {
+    if (!event)
+        return LMEventsManager::shared().handleEvent(nullptr, nullptr);
     TDActivationManager::sharedInstance().checkActivationWithBlock([event, forView](bool active) {
         if (!active)
-            return;
+            return LMLog::logMessage("[ProcessorsManager][eventFired] features are off, event is dropped");
         const auto handOver = [](const std::shared_ptr<TDEventModel>& filled) {
             LMEventsManager::shared().handleEvent(filled, [](bool) {});
         };
@@ -191,7 +196,9 @@ void ProcessorsManager::startTimer()
     LMLog::logDebug(stringWithFormat(
         "[%@][startTimer] added processors: %i", { "ProcessorsManager", static_cast<int64_t>(count()) }));
     drop(m_screenshotFiringTimer);
-    takeScreenshots(LMDefaultConfig::maxScreenshotTime(), LMDefaultConfig::maxCountOfActiveAd());
+    guarded([this] {
+        takeScreenshots(LMDefaultConfig::maxScreenshotTime(), LMDefaultConfig::maxCountOfActiveAd());
+    });
     armTimer(secondsBetweenTicks());
 }
 

@@ -4,6 +4,7 @@
 #include "core/TDActivationManager.h"
 #include "lumora/LMLog.h"
 #include "platform/dispatch/Executor.h"
+#include "platform/foundation/NSString.h"
 #include "platform/foundation/NSTimer.h"
 #include "platform/process/ProcessLocal.h"
 #include "processing/LMAdViewProcessor.h"
@@ -146,8 +147,12 @@ void LMEventsManager::sendBackupEvents()
         Locker hold(m_lock);
         leftTries = m_leftTries;
     }
-    if (leftTries == 0)
+    if (leftTries == 0) {
+        LMLog::logErrorMessage(
+            stringWithFormat("[LMEventsManager][sendBackupEvents] no tries left, %@ events are dropped",
+                { static_cast<int64_t>(ready.size()) }));
         return m_eventsSaver->removeEvents(ready);
+    }
     for (const std::shared_ptr<TDEventModel>& event : ready) {
         guarded([&] {
             if (m_eventsSaver->keepTakenEvent(event))

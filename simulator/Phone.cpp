@@ -170,4 +170,8 @@ void Phone::sendToBackground()
 
 void Phone::bringToForeground() { UIApplication::sharedApplication().enterForeground(); }
 
+void Phone::beginInterruption() { UIApplication::sharedApplication().resignActive(); }
+
+void Phone::endInterruption() { UIApplication::sharedApplication().becomeActive(); }
+
 } // namespace lumora

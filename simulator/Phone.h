@@ -78,6 +78,9 @@ public:
 
     void sendToBackground();
     void bringToForeground();
+    /// Something comes over the application and goes again, such as a call that is refused.
+    void beginInterruption();
+    void endInterruption();
     /// Ends the process without warning, as the system does. Its objects must be gone.
     void kill();
     /// Starts the application's process on the same home folder.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/avfoundation/AVPlayerItem.h"
+#include "platform/avfoundation/VideoDecoder.h"
 
 namespace lumora {
 
@@ -15,7 +16,9 @@ inline constinit const TypedSelector<void(id)> replaceCurrentItemWithPlayerItem 
 };
 } // namespace sel
 
-/// Plays one item at a time. Owned by whoever shows it; owns its item. Main thread only.
+/// Plays one item at a time: the item's pictures come from a decoder, which is made when it first plays. At
+/// its end, or when it cannot be played, the player pauses. Owned by whoever shows it; owns its item. Main
+/// thread only.
 class AVPlayer final : public NSObject {
 public:
     static const ClassDescription& classDescription();
@@ -25,15 +28,20 @@ public:
     AVPlayerItem* currentItem() const { return m_currentItem.get(); }
     /// Null leaves the player without an item. The rate stays.
     void replaceCurrentItemWithPlayerItem(std::shared_ptr<AVPlayerItem> item);
-    void play() { m_rate = 1; }
-    void pause() { m_rate = 0; }
+    void play() { setRate(1); }
+    void pause() { setRate(0); }
     /// Times the natural speed; 0 is paused.
     float rate() const { return m_rate; }
-    void setRate(float rate) { m_rate = rate; }
+    void setRate(float rate);
+    /// Seconds into the item's video.
+    double currentTime() { return m_decoder ? m_decoder->currentTime() : 0; }
 
 private:
+    void startDecoder();
+
     std::shared_ptr<AVPlayerItem> m_currentItem;
     float m_rate { 0 };
+    std::unique_ptr<VideoDecoder> m_decoder;
 };
 
 } // namespace lumora

@@ -3,6 +3,7 @@
 #include "platform/dispatch/RunTask.h"
 #include "platform/process/Process.h"
 
+#include <chrono>
 #include <cmath>
 
 namespace lumora {
@@ -101,6 +102,7 @@ bool VirtualExecutor::post(
     if (timer)
         timer->key = key;
     m_entries.emplace(key, Entry { std::move(queue), std::move(timer), std::move(task) });
+    m_posted.notify_all();
     return true;
 }
 
@@ -150,6 +152,25 @@ void VirtualExecutor::drain()
 {
     const double instant = now();
     while (runNext(instant)) { }
+}
+
+bool VirtualExecutor::drainUntil(const std::function<bool()>& condition, double realSeconds)
+{
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now()
+        + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(realSeconds));
+    while (!condition()) {
+        if (runNext(now()))
+            continue;
+        const auto left = end - Clock::now();
+        if (left <= Clock::duration::zero())
+            return false;
+        Locker hold(m_lock);
+        const auto first = m_entries.begin();
+        if (first == m_entries.end() || first->first.first > m_now)
+            hold.waitFor(m_posted, left);
+    }
+    return true;
 }
 
 void VirtualExecutor::advance(double seconds)

@@ -25,6 +25,9 @@ public:
     void drain();
     /// Moves the time, running each due task at its own instant.
     void advance(double seconds);
+    /// Runs what is due now, and what other threads post for now meanwhile, until the condition holds; false
+    /// when it does not within so many real seconds. For what is real behind a virtual clock.
+    bool drainUntil(const std::function<bool()>& condition, double realSeconds);
     /// Moves the clock without running anything, as a device that slept.
     void advanceClockOnly(double seconds);
     /// How many tasks wait, timers included.
@@ -57,6 +60,7 @@ private:
 
     Process& m_process;
     mutable Lock m_lock;
+    std::condition_variable m_posted;
     std::map<Key, Entry> m_entries LUMORA_GUARDED_BY(m_lock);
     double m_now LUMORA_GUARDED_BY(m_lock);
     uint64_t m_sequence LUMORA_GUARDED_BY(m_lock) { 0 };

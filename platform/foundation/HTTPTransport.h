@@ -47,6 +47,8 @@ struct HTTPExchangeAnswer {
     /// Empty when an answer arrived; else what went wrong, and the rest is meaningless.
     std::string error;
     int errorCode { 0 };
+    /// Where redirects led to; empty when there were none.
+    std::string url;
     int status { 0 };
     HTTPHeaders headers;
     std::string body;

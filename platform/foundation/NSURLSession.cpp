@@ -126,7 +126,8 @@ void NSURLSessionDataTask::Exchange::finish(HTTPExchangeAnswer answer)
         answer.bodyIsLeftOut = true;
     }
     complete(State::Running, NSData::fromText(answer.body),
-        NSHTTPURLResponse { m_url, answer.status, std::move(answer.headers), answer.bodyIsLeftOut },
+        NSHTTPURLResponse { answer.url.empty() ? m_url : answer.url, answer.status, std::move(answer.headers),
+            answer.bodyIsLeftOut },
         std::nullopt);
 }
 

@@ -39,6 +39,7 @@ struct NSMutableURLRequest {
 };
 
 struct NSHTTPURLResponse {
+    /// That of the request, or where redirects led to.
     std::string url;
     int statusCode { 0 };
     HTTPHeaders headerFields;

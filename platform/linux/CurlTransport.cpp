@@ -204,6 +204,11 @@ void Exchange::finish(CURLcode result)
     if (result == CURLE_OK || (isTooLong && status >= 200)) {
         answer = m_collector.take();
         answer.status = static_cast<int>(status);
+        long redirects = 0;
+        const char* url = nullptr;
+        if (curl_easy_getinfo(m_easy.get(), CURLINFO_REDIRECT_COUNT, &redirects) == CURLE_OK && redirects > 0
+            && curl_easy_getinfo(m_easy.get(), CURLINFO_EFFECTIVE_URL, &url) == CURLE_OK && url)
+            answer.url = url;
         answer.bodyIsLeftOut |= isTooLong;
     } else {
         answer.error = isTooLong ? "the answer is too long"

@@ -611,11 +611,11 @@ UIImage paintHTML(const std::string& html, CGSize size, double scale)
     return imageFromSurface(surface.get(), scale);
 }
 
-std::optional<std::string> linkAtPoint(const std::string& html, CGSize size, CGPoint point)
+std::optional<HTMLLink> linkAtPoint(const std::string& html, CGSize size, CGPoint point)
 {
-    std::optional<std::string> target;
+    std::optional<HTMLLink> link;
     if (!CGRect { {}, size }.contains(point) || !(size.width * size.height <= maximumPixels))
-        return target;
+        return link;
     withPage(html, size, [&](litehtml::document& page) {
         const int x = static_cast<int>(point.x);
         const int y = static_cast<int>(point.y);
@@ -623,12 +623,13 @@ std::optional<std::string> linkAtPoint(const std::string& html, CGSize size, CGP
              element = element->parent()) {
             const litehtml::tchar_t* href = element->get_attr("href");
             if (href && std::string_view { element->get_tagName() } == "a") {
-                target = href;
+                const litehtml::tchar_t* target = element->get_attr("target");
+                link = { href, target ? target : "" };
                 return;
             }
         }
     });
-    return target;
+    return link;
 }
 
 } // namespace lumora

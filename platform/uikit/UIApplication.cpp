@@ -45,6 +45,11 @@ void UIApplication::enterForeground()
     m_state = UIApplicationState::Inactive;
     NSNotificationCenter::defaultCenter().postNotification(
         UIApplicationWillEnterForegroundNotification, retain(this));
+    becomeActive();
+}
+
+void UIApplication::becomeActive()
+{
     m_state = UIApplicationState::Active;
     NSNotificationCenter::defaultCenter().postNotification(
         UIApplicationDidBecomeActiveNotification, retain(this));

@@ -29,8 +29,10 @@ public:
     std::shared_ptr<UIWindow> keyWindow() const { return m_keyWindow.lock(); }
     UIApplicationState applicationState() const { return m_state; }
 
-    /// The user comes back, or leaves: each posts its notification with the application as sender.
+    /// The user comes back, or leaves: each posts its notification with the application as sender. An
+    /// interruption, such as a call that is refused, resigns and becomes active and does no more.
     void enterForeground();
+    void becomeActive();
     void resignActive();
     void enterBackground();
 

@@ -15,6 +15,7 @@ public:
                 "UIButtonActionRecognizer"));
         return description;
     }
+    using UIGestureRecognizer::sendActions;
 
 protected:
     Object* sender() override { return view(); }
@@ -31,6 +32,7 @@ const ClassDescription& UIButton::classDescription()
             .method<&UIButton::touchesBegan>(sel::touchesBegan)
             .method<&UIButton::touchesEnded>(sel::touchesEnded)
             .method<&UIButton::touchesCancelled>(sel::touchesCancelled)
+            .method<&UIButton::sendActionsForControlEvents>(sel::sendActionsForControlEvents)
             .method<&UIButton::recognizesTogether>(sel::gestureRecognizerShouldRecognizeSimultaneouslyWith)
             .variable<&UIButton::m_highlighted>("highlighted")
             .variable<&UIButton::m_selected>("selected"));
@@ -58,6 +60,13 @@ void UIButton::addTarget(std::weak_ptr<Object> target, SEL action)
         m_actionRecognizer = recognizer;
     }
     recognizer->addTarget(std::move(target), action);
+}
+
+void UIButton::sendActionsForControlEvents(uint64_t events)
+{
+    const auto recognizer = std::static_pointer_cast<UIButtonActionRecognizer>(m_actionRecognizer.lock());
+    if (recognizer && (events & UIControlEventTouchUpInside) != 0)
+        recognizer->sendActions();
 }
 
 bool UIButton::recognizesTogether(Object* recognizer, Object* other)

@@ -4,6 +4,15 @@
 
 namespace lumora {
 
+/// What may happen to a control: a set of bits.
+inline constexpr uint64_t UIControlEventTouchUpInside = 1 << 6;
+
+namespace sel {
+inline constinit const TypedSelector<void(uint64_t)> sendActionsForControlEvents {
+    "sendActionsForControlEvents:"
+};
+} // namespace sel
+
 /// A title to tap on. The title's label is a subview that fills the button. Main thread only.
 class UIButton : public UIView {
 public:
@@ -22,6 +31,9 @@ public:
     /// Sends the action after a tap, with the button if the selector ends in a colon, whatever other
     /// recognizers of the button make of it. The target is held weakly.
     void addTarget(std::weak_ptr<Object> target, SEL action);
+    /// Sends the actions as if the button had been tapped, if the events name that. No touch: recognizers see
+    /// nothing of it.
+    void sendActionsForControlEvents(uint64_t events);
 
     void layoutSubviews();
     CGSize intrinsicContentSize();

@@ -57,6 +57,7 @@ protected:
     virtual int taps() const { return 0; }
     /// What the actions are sent with.
     virtual Object* sender() { return this; }
+    void sendActions();
 
 private:
     friend class GestureArena;
@@ -69,7 +70,6 @@ private:
     /// Given up or recognized.
     bool isDecided() const;
     bool explicitlyRequires(const UIGestureRecognizer& other) const;
-    void sendActions();
     /// Gives the gesture in hand up.
     void abandon();
 

@@ -14,7 +14,14 @@ namespace lumora {
 /// The top of a page on white, laid out at a width in points. A null picture for an empty size.
 UIImage paintHTML(const std::string& html, CGSize size, double scale);
 
-/// The target of the link at a point of that picture, as it stands in the page; nothing where there is none.
-std::optional<std::string> linkAtPoint(const std::string& html, CGSize size, CGPoint point);
+/// A link as it stands in a page.
+struct HTMLLink {
+    std::string address;
+    /// Names the window or frame to show it in; empty for the page's own.
+    std::string target;
+};
+
+/// The link at a point of that picture; nothing where there is none.
+std::optional<HTMLLink> linkAtPoint(const std::string& html, CGSize size, CGPoint point);
 
 } // namespace lumora

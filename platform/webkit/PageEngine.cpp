@@ -130,7 +130,29 @@ std::optional<Extent> extentOf(std::string_view html, std::string_view element)
     return extent;
 }
 
+NSError notAllowed()
+{
+    return { WebKitErrorDomain, WebKitErrorFrameLoadInterruptedByPolicyChange, "the load was not allowed" };
+}
+
+/// Whether a link's target is none of the frames that every page has.
+bool namesAnotherWindow(const std::string& target)
+{
+    for (std::string_view own : { "", "_self", "_parent", "_top" }) {
+        if (equalIgnoringCase(target, own))
+            return false;
+    }
+    return true;
+}
+
 } // namespace
+
+void PageEngine::setClient(WebEngineClient* client)
+{
+    m_client = client;
+    if (!client)
+        m_load.reset();
+}
 
 WebLoad PageEngine::loadHTML(std::string html, std::string baseURL)
 {
@@ -197,8 +219,8 @@ WebEngineClient::Decision PageEngine::decision(
 
 void PageEngine::askForAction(WebLoad number)
 {
-    const auto [request, type] = std::pair { m_load->request, m_load->type };
-    m_client->decideAction(number, request, type, decision(number, [number](PageEngine& self, bool allow) {
+    const WebAction action { m_load->request, m_load->type };
+    m_client->decideAction(number, action, decision(number, [number](PageEngine& self, bool allow) {
         const std::string& target = self.m_load->request.url;
         const bool samePage
             = target.find('#') != npos && withoutFragment(target) == withoutFragment(self.m_page.url);
@@ -239,7 +261,7 @@ void PageEngine::start(WebLoad number)
                         self->fail(number,
                             { NSURLErrorDomain, NSURLErrorDataLengthExceedsMaximum, "the page is too long" });
                     else if (response)
-                        self->arrive(number, *response, pageOf(*response, html), false);
+                        self->redirect(number, *response, pageOf(*response, html));
                     else
                         self->fail(number,
                             error.value_or(NSError { NSURLErrorDomain, NSURLErrorUnknown, "no answer" }));
@@ -247,13 +269,32 @@ void PageEngine::start(WebLoad number)
         });
 }
 
+void PageEngine::redirect(WebLoad number, const NSHTTPURLResponse& response, std::string html)
+{
+    if (response.url == m_load->request.url) {
+        arrive(number, response, std::move(html), false);
+        return;
+    }
+    auto follow = [number, response, html = std::move(html)](PageEngine& self, bool allow) {
+        if (!allow) {
+            self.fail(number, notAllowed());
+            return;
+        }
+        self.m_load->request.url = response.url;
+        self.m_client->didRedirect(number);
+        if (self.m_client && self.isCurrent(number))
+            self.arrive(number, response, html, false);
+    };
+    WebAction action { m_load->request };
+    action.request.url = response.url;
+    m_client->decideAction(number, action, decision(number, std::move(follow)));
+}
+
 void PageEngine::arrive(WebLoad number, const NSHTTPURLResponse& response, std::string html, bool given)
 {
     auto commit = [number, html = std::move(html), given](PageEngine& self, bool allow) {
         if (!allow) {
-            self.fail(number,
-                { WebKitErrorDomain, WebKitErrorFrameLoadInterruptedByPolicyChange,
-                    "the load was not allowed" });
+            self.fail(number, notAllowed());
             return;
         }
         self.m_page = { self.m_load->request.url, html, given, std::nullopt, {}, {}, 0 };
@@ -409,15 +450,29 @@ std::string PageEngine::bodyHTML() const
 
 void PageEngine::tapAt(CGPoint point, CGSize size)
 {
-    const std::optional<std::string> link = linkAtPoint(m_page.html, size, point);
+    const std::optional<HTMLLink> link = linkAtPoint(m_page.html, size, point);
     if (!link)
         return;
     Load load;
-    load.request.url = resolved(trimmed(*link), facts().baseURL);
+    load.request.url = resolved(trimmed(link->address), facts().baseURL);
     load.type = WKNavigationType::LinkActivated;
     // A link that is a script goes nowhere.
-    if (!equalIgnoringCase(schemeOf(load.request.url), "javascript:"))
+    if (equalIgnoringCase(schemeOf(load.request.url), "javascript:"))
+        return;
+    if (namesAnotherWindow(link->target))
+        askForWindow(std::move(load.request));
+    else
         begin(std::move(load));
+}
+
+void PageEngine::askForWindow(NSMutableURLRequest request)
+{
+    dispatch_get_main_queue().async([weakSelf = weak_from_this(), request = std::move(request)] {
+        const auto self = weakSelf.lock();
+        if (self && self->m_client)
+            self->m_client->decideAction(
+                0, { request, WKNavigationType::LinkActivated, WKNavigationTarget::NewWindow }, [](bool) {});
+    });
 }
 
 UIImage PageEngine::snapshot(CGSize size, double scale)

@@ -7,13 +7,14 @@ namespace lumora {
 /// An engine that keeps a page as the text it came as, under the process's clock. It fetches pages over HTTP,
 /// finds links and draws markup and styles; scripts in a page never run. Of scripts it is asked to evaluate
 /// it answers the questions that readers of a page ask (its markup, title, address, state and frames) and
-/// literals; anything else is an error. Main thread only.
+/// literals; anything else is an error. Nothing ends it. Main thread only.
 class PageEngine final : public WebEngine, public std::enable_shared_from_this<PageEngine> {
 public:
     /// Seconds from a page's commit to its finish.
     static constexpr double loadingTime = 0.05;
 
-    void setClient(WebEngineClient* client) override { m_client = client; }
+    void setClient(WebEngineClient* client) override;
+    void setSize(CGSize) override { }
     WebLoad loadHTML(std::string html, std::string baseURL) override;
     WebLoad loadRequest(NSMutableURLRequest request) override;
     WebLoad reload() override;
@@ -59,10 +60,14 @@ private:
     WebEngineClient::Decision decision(WebLoad number, std::function<void(PageEngine&, bool)> continuation);
     void askForAction(WebLoad number);
     void start(WebLoad number);
+    /// Goes on to where the answer came from.
+    void redirect(WebLoad number, const NSHTTPURLResponse& response, std::string html);
     void arrive(WebLoad number, const NSHTTPURLResponse& response, std::string html, bool given);
     void finish(WebLoad number);
     void fail(WebLoad number, const NSError& error);
     void cancelCurrent();
+
+    void askForWindow(NSMutableURLRequest request);
 
     const Facts& facts();
     std::optional<Value> answer(std::string_view script);

@@ -41,6 +41,7 @@ const ClassDescription& WKWebView::classDescription()
             .method<&WKWebView::reload>(sel::reload)
             .method<&WKWebView::stopLoading>(sel::stopLoading)
             .method<&WKWebView::evaluateJavaScript>(sel::evaluateJavaScript)
+            .method<&WKWebView::layoutSubviews>(sel::layoutSubviews)
             .method<&WKWebView::drawRect>(sel::drawRect)
             .method<&WKWebView::touchesBegan>(sel::touchesBegan)
             .method<&WKWebView::touchesEnded>(sel::touchesEnded)
@@ -97,9 +98,10 @@ void WKWebView::setNavigationDelegate(Object* delegate)
     if (!delegate)
         return;
     for (SEL selector : std::initializer_list<SEL> { sel::webViewDecidePolicyForNavigationAction,
-             sel::webViewDidStartProvisionalNavigation, sel::webViewDidFailProvisionalNavigation,
-             sel::webViewDecidePolicyForNavigationResponse, sel::webViewDidCommitNavigation,
-             sel::webViewDidFinishNavigation, sel::webViewDidFailNavigation }) {
+             sel::webViewDidStartProvisionalNavigation, sel::webViewDidReceiveServerRedirect,
+             sel::webViewDidFailProvisionalNavigation, sel::webViewDecidePolicyForNavigationResponse,
+             sel::webViewDidCommitNavigation, sel::webViewDidFinishNavigation, sel::webViewDidFailNavigation,
+             sel::webViewWebContentProcessDidTerminate }) {
         if (delegateAnswers(*delegate, selector))
             m_delegateAnswers.push_back(selector);
     }
@@ -130,11 +132,13 @@ std::shared_ptr<WKNavigation> WKWebView::navigation(WebLoad load)
 
 std::shared_ptr<WKNavigation> WKWebView::loadHTMLString(const std::string& html, const std::string& baseURL)
 {
+    engine().setSize(bounds().size);
     return navigation(engine().loadHTML(html, baseURL));
 }
 
 std::shared_ptr<WKNavigation> WKWebView::loadRequest(const NSMutableURLRequest& request)
 {
+    engine().setSize(bounds().size);
     return navigation(engine().loadRequest(request));
 }
 
@@ -156,14 +160,14 @@ static WKDecisionHandler handlerFor(WebEngineClient::Decision decision)
     };
 }
 
-void WKWebView::decideAction(
-    WebLoad load, const NSMutableURLRequest& request, WKNavigationType type, Decision decision)
+void WKWebView::decideAction(WebLoad load, const WebAction& action, Decision decision)
 {
     const auto self = retain(this);
     navigation(load);
     if (const auto delegate = delegateFor(sel::webViewDecidePolicyForNavigationAction))
         send(delegate, sel::webViewDecidePolicyForNavigationAction, this,
-            WKNavigationAction::with(request, type), handlerFor(std::move(decision)));
+            WKNavigationAction::with(action.request, action.type, action.target),
+            handlerFor(std::move(decision)));
     else
         decision(true);
 }
@@ -183,6 +187,13 @@ void WKWebView::didStart(WebLoad load)
     const auto self = retain(this);
     send(delegateFor(sel::webViewDidStartProvisionalNavigation), sel::webViewDidStartProvisionalNavigation,
         this, navigation(load));
+}
+
+void WKWebView::didRedirect(WebLoad load)
+{
+    const auto self = retain(this);
+    send(delegateFor(sel::webViewDidReceiveServerRedirect), sel::webViewDidReceiveServerRedirect, this,
+        navigation(load));
 }
 
 void WKWebView::didCommit(WebLoad load)
@@ -208,6 +219,20 @@ void WKWebView::didFail(WebLoad load, const NSError& error, bool provisional)
     const auto& selector
         = provisional ? sel::webViewDidFailProvisionalNavigation : sel::webViewDidFailNavigation;
     send(delegateFor(selector), selector, this, failed, error);
+}
+
+void WKWebView::didTerminate()
+{
+    const auto self = retain(this);
+    send(delegateFor(sel::webViewWebContentProcessDidTerminate), sel::webViewWebContentProcessDidTerminate,
+        this);
+}
+
+void WKWebView::layoutSubviews()
+{
+    UIView::layoutSubviews();
+    if (m_engine)
+        m_engine->setSize(bounds().size);
 }
 
 void WKWebView::drawRect(CGContext& context)

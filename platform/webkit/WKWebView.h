@@ -66,6 +66,7 @@ public:
     /// The completion may be empty; it runs later, never inside this call.
     void evaluateJavaScript(const std::string& script, const WKScriptCompletion& completion);
 
+    void layoutSubviews();
     void drawRect(CGContext& context);
     void touchesBegan(const Value& touches, Object* event);
     void touchesEnded(const Value& touches, Object* event);
@@ -75,14 +76,15 @@ private:
     /// How far a finger may stray and still tap.
     static constexpr double tapSlop = 10;
 
-    void decideAction(
-        WebLoad load, const NSMutableURLRequest& request, WKNavigationType type, Decision decision) override;
+    void decideAction(WebLoad load, const WebAction& action, Decision decision) override;
     void decideResponse(WebLoad load, const NSHTTPURLResponse& response, Decision decision) override;
     void didStart(WebLoad load) override;
+    void didRedirect(WebLoad load) override;
     void didCommit(WebLoad load) override;
     void didFinish(WebLoad load) override;
     void didFail(WebLoad load, const NSError& error, bool provisional) override;
     void didRefuse(WebLoad load) override { m_navigations.erase(load); }
+    void didTerminate() override;
 
     WebEngine& engine();
     std::shared_ptr<WKNavigation> navigation(WebLoad load);

@@ -8,6 +8,13 @@ namespace lumora {
 /// Names one load of an engine; never 0, never twice.
 using WebLoad = uint64_t;
 
+/// Somewhere a page wants to go.
+struct WebAction {
+    NSMutableURLRequest request;
+    WKNavigationType type { WKNavigationType::Other };
+    WKNavigationTarget target { WKNavigationTarget::MainFrame };
+};
+
 /// What an engine tells its web view, on the main queue and never inside one of its operations. In this
 /// order: decideAction, didStart, decideResponse, didCommit, didFinish; or didFail at any point after
 /// didStart, or of a load that another one or `stopLoading` replaced. After didFinish, didFail or didRefuse
@@ -17,12 +24,13 @@ public:
     using Decision = std::function<void(bool allow)>;
 
     /// The decision may come later, and on the main thread only; the load waits for it. One of a load that is
-    /// over is ignored.
-    virtual void decideAction(
-        WebLoad load, const NSMutableURLRequest& request, WKNavigationType type, Decision decision)
-        = 0;
+    /// over is ignored. A load that was started is asked about again wherever its server redirects it,
+    /// didRedirect following the leave. Frames and new windows are of load 0; a new window never opens,
+    /// whatever the decision.
+    virtual void decideAction(WebLoad load, const WebAction& action, Decision decision) = 0;
     virtual void decideResponse(WebLoad load, const NSHTTPURLResponse& response, Decision decision) = 0;
     virtual void didStart(WebLoad load) = 0;
+    virtual void didRedirect(WebLoad load) = 0;
     /// The engine's page is now the new one.
     virtual void didCommit(WebLoad load) = 0;
     virtual void didFinish(WebLoad load) = 0;
@@ -30,6 +38,9 @@ public:
     /// The load ended before it started: its action was not allowed, or it went to another place in the same
     /// page.
     virtual void didRefuse(WebLoad load) = 0;
+    /// What ran the page has ended, and the page with it; a load under way has failed before. `reload` brings
+    /// it back.
+    virtual void didTerminate() = 0;
 
 protected:
     ~WebEngineClient() = default;
@@ -44,8 +55,10 @@ public:
     using ScriptCompletion = std::function<void(const Value& result, const std::optional<NSError>& error)>;
 
     virtual ~WebEngine() = default;
-    /// Null for nobody.
+    /// Null for nobody, which ends a load under way.
     virtual void setClient(WebEngineClient* client) = 0;
+    /// The size in points at which pages are laid out from now on; an empty one changes nothing.
+    virtual void setSize(CGSize size) = 0;
 
     virtual WebLoad loadHTML(std::string html, std::string baseURL) = 0;
     virtual WebLoad loadRequest(NSMutableURLRequest request) = 0;
@@ -60,7 +73,8 @@ public:
     virtual void evaluate(std::string script, ScriptCompletion completion) = 0;
     /// A finger was put down and up at a point of a page laid out at that size.
     virtual void tapAt(CGPoint point, CGSize size) = 0;
-    /// The page at a size in points; white before the first.
+    /// The page at a size in points; white before the first. An engine that draws elsewhere gives what it
+    /// drew last, and draws afresh for the next question: nobody waits for it.
     virtual UIImage snapshot(CGSize size, double scale) = 0;
 };
 
@@ -70,10 +84,14 @@ void setWebEngineFactory(WebEngineFactory factory);
 std::shared_ptr<WebEngine> makeWebEngine();
 
 inline constexpr const char* WKErrorDomain = "WKErrorDomain";
+inline constexpr int WKErrorWebContentProcessTerminated = 2;
 inline constexpr int WKErrorWebViewInvalidated = 3;
 inline constexpr int WKErrorJavaScriptExceptionOccurred = 4;
+inline constexpr int WKErrorJavaScriptResultTypeIsUnsupported = 5;
 inline constexpr const char* WebKitErrorDomain = "WebKitErrorDomain";
 /// The answer to a load's request was not allowed.
 inline constexpr int WebKitErrorFrameLoadInterruptedByPolicyChange = 102;
+/// The address names a port of another kind of service.
+inline constexpr int WebKitErrorCannotUseRestrictedPort = 103;
 
 } // namespace lumora

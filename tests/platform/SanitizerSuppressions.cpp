@@ -5,8 +5,12 @@ extern "C" const char* __lsan_default_suppressions();
 extern "C" const char* __tsan_default_suppressions();
 
 // Fontconfig refers to its patterns by offsets, which the leak checker does not follow: what is in use looks
-// lost.
-const char* __lsan_default_suppressions() { return "leak:libfontconfig\n"; }
+// lost. The web engine keeps what its thread has allocated in tables of its own.
+const char* __lsan_default_suppressions()
+{
+    return "leak:libfontconfig\n"
+           "leak:libjavascriptcoregtk\n";
+}
 
 // GObject's class lock is released behind the checker's back, so it looks held for ever after.
 // Pango reads font files on a thread of its own and synchronises it with GLib's locks, which the thread

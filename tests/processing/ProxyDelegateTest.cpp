@@ -2,6 +2,7 @@
 
 #include "interception/WKWebViewSwizzling.h"
 #include "platform/objc/NSException.h"
+#include "processing/WeakRef.h"
 #include "processing/WebViewTracker.h"
 #include "simulator/networks/StandInObjects.h"
 #include "tests/platform/webkit/NavigationDiary.h"
@@ -233,6 +234,17 @@ TEST_F(ProxyTest, AnOldStyleLoadIsNeverWanted)
     proxy->setFakeDelegate(network.get());
     EXPECT_TRUE(ask());
     EXPECT_EQ(asked, 2) << "an observer that wants it is followed by the network";
+}
+
+TEST_F(ProxyTest, AWeakReferencePassesMessagesOnWhileItsObjectLives)
+{
+    const auto reference = WeakRef::to(diary);
+    send(reference, sel::webViewDidCommitNavigation, id {}, id {});
+    EXPECT_EQ(diary->lines, "committed");
+    std::weak_ptr<Object> target = diary;
+    diary.reset();
+    EXPECT_TRUE(target.expired());
+    EXPECT_NO_THROW(send(reference, sel::webViewDidFinishNavigation, id {}, id {}));
 }
 
 TEST(WebViewTrackerTest, ARecordIsFoundByEqualityAndKeepsNoViewAlive)

@@ -64,13 +64,15 @@ TEST(HTMLPainter, FindsTheLinkUnderAPoint)
 {
     const std::string html = noMargin
         + std::string {
-              "<a href='https://example.com/?a=1&amp;b=2'><img width=50 height=50></a><a name=x>x"
+              "<a href='https://example.com/?a=1&amp;b=2' target=_top><img width=50 height=50></a><a "
+              "name=x>x"
           };
-    EXPECT_EQ(linkAtPoint(html, page, { 20, 20 }), "https://example.com/?a=1&b=2");
-    EXPECT_EQ(linkAtPoint(html, page, { 80, 20 }), std::nullopt);
-    EXPECT_EQ(linkAtPoint(html, page, { 20, 500 }), std::nullopt);
-    EXPECT_EQ(linkAtPoint("", page, { 20, 20 }), std::nullopt);
-    EXPECT_EQ(linkAtPoint(html, { HUGE_VAL, 100 }, { 20, 20 }), std::nullopt);
+    EXPECT_EQ(linkAtPoint(html, page, { 20, 20 })->address, "https://example.com/?a=1&b=2");
+    EXPECT_EQ(linkAtPoint(html, page, { 20, 20 })->target, "_top");
+    EXPECT_FALSE(linkAtPoint(html, page, { 80, 20 }));
+    EXPECT_FALSE(linkAtPoint(html, page, { 20, 500 }));
+    EXPECT_FALSE(linkAtPoint("", page, { 20, 20 }));
+    EXPECT_FALSE(linkAtPoint(html, { HUGE_VAL, 100 }, { 20, 20 }));
 }
 
 TEST(HTMLPainter, ShowsWhatFitsOfAPageOutOfAllBounds)

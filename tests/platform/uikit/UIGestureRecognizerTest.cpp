@@ -1,6 +1,7 @@
 #include "platform/uikit/UIGestureRecognizer.h"
 
 #include "platform/uikit/UIApplication.h"
+#include "platform/uikit/UIButton.h"
 #include "platform/uikit/UISwipeGestureRecognizer.h"
 #include "tests/platform/uikit/Phone.h"
 
@@ -98,6 +99,18 @@ TEST(UITapGestureRecognizer, CountsFingers)
     EXPECT_EQ(phone.diaryLines(), Lines { "1 taps" });
     phone.tap({ 20, 20 });
     EXPECT_EQ(phone.diaryLines(), Lines { "tapped" });
+}
+
+TEST(UIButton, SendsItsActionsWithoutATap)
+{
+    Phone phone;
+    const auto button = phone.add<UIButton>(CGRectMake(0, 0, 100, 40));
+    button->addTarget(phone.diary, "tappedBy:"_sel);
+    phone.addTap(*button, 1);
+    send(button, sel::sendActionsForControlEvents, UIControlEventTouchUpInside >> 1);
+    EXPECT_EQ(phone.diaryLines(), Lines {});
+    send(button, sel::sendActionsForControlEvents, UIControlEventTouchUpInside);
+    EXPECT_EQ(phone.diaryLines(), Lines { "tapped on a UIButton" });
 }
 
 /// An ad with a report button in its corner, and a listener that wants to see every tap on the ad.

@@ -3,6 +3,7 @@
 #include "platform/webkit/WKWebView.h"
 #include "tests/platform/uikit/Phone.h"
 #include "tests/platform/webkit/NavigationDiary.h"
+#include "tests/platform/webkit/WebEngineTest.h"
 
 namespace lumora::test {
 
@@ -194,5 +195,9 @@ TEST(PageEngine, StaysOnThePageForPlacesInItAndForScripts)
     browser.tap({ 50, 180 });
     EXPECT_EQ(browser.settled(), "");
 }
+
+INSTANTIATE_TEST_SUITE_P(Page, WebEngineTest,
+    testing::Values(
+        EngineUnderTest { [] { return std::make_shared<PageEngine>(); }, [] { return std::string {}; } }));
 
 } // namespace lumora::test

@@ -1,91 +1,6 @@
-#include "platform/webkit/PageEngine.h"
-#include "tests/platform/TestProcess.h"
-
-#include <gtest/gtest.h>
+#include "tests/platform/webkit/WebEngineTest.h"
 
 namespace lumora::test {
-
-namespace {
-
-/// Writes down what the engine tells, and decides as the test says.
-class RecordingClient final : public WebEngineClient {
-public:
-    virtual ~RecordingClient() = default;
-    void decideAction(
-        WebLoad load, const NSMutableURLRequest& request, WKNavigationType type, Decision decision) override
-    {
-        note("action " + std::to_string(static_cast<int>(type)) + " " + request.url, load);
-        decide(std::move(decision), allowActions);
-    }
-    void decideResponse(WebLoad load, const NSHTTPURLResponse&, Decision decision) override
-    {
-        note("response", load);
-        decide(std::move(decision), allowResponses);
-    }
-    void didStart(WebLoad load) override { note("start", load); }
-    void didCommit(WebLoad load) override { note("commit", load); }
-    void didFinish(WebLoad load) override { note("finish", load); }
-    void didFail(WebLoad load, const NSError& error, bool provisional) override
-    {
-        note((provisional ? "fail early " : "fail late ") + std::to_string(error.code), load);
-    }
-    void didRefuse(WebLoad load) override { note("refuse", load); }
-
-    std::string told() { return std::exchange(lines, {}); }
-
-    std::string lines;
-    bool allowActions { true };
-    bool allowResponses { true };
-    /// Keeps the next decision instead of making it.
-    Decision* kept { nullptr };
-    std::string actAt;
-    std::function<void()> act;
-
-private:
-    void note(const std::string& line, WebLoad load)
-    {
-        lines += std::to_string(load) + " " + line + "\n";
-        if (act && line == actAt)
-            std::exchange(act, nullptr)();
-    }
-    void decide(Decision decision, bool allow)
-    {
-        if (kept)
-            *std::exchange(kept, nullptr) = std::move(decision);
-        else
-            decision(allow);
-    }
-};
-
-const std::string base = "https://ads.example.com/a/page.html?x=1";
-
-/// Every engine keeps to this; an engine is one parameter.
-class WebEngineTest : public testing::TestWithParam<WebEngineFactory> {
-protected:
-    WebEngineTest() { engine->setClient(&client); }
-    void settle() { world.executor().advance(1); }
-    std::string load(const std::string& html)
-    {
-        engine->loadHTML(html, base);
-        settle();
-        return client.told();
-    }
-    std::string ask(const std::string& script)
-    {
-        std::string answer = "no answer";
-        engine->evaluate(script, [&](const Value& result, const std::optional<NSError>& error) {
-            answer = error ? "error " + std::to_string(error->code) : result.description();
-        });
-        EXPECT_EQ(answer, "no answer") << "never inside the call";
-        settle();
-        return answer;
-    }
-
-    TemporaryFolder home;
-    TestProcess world { home.path };
-    RecordingClient client;
-    std::shared_ptr<WebEngine> engine { GetParam()() };
-};
 
 TEST_P(WebEngineTest, TellsOfALoadInOrder)
 {
@@ -115,12 +30,12 @@ TEST_P(WebEngineTest, WaitsForADecisionAndForgetsALateOne)
     client.kept = &late;
     EXPECT_EQ(load("<p>first"), "1 action -1 " + base + "\n");
     EXPECT_TRUE(engine->isLoading());
-    EXPECT_EQ(load("<p>second"),
+    EXPECT_EQ(load("<p>second</p>"),
         "1 fail early -999\n2 action -1 " + base + "\n2 start\n2 response\n2 commit\n2 finish\n");
     late(true);
     settle();
     EXPECT_EQ(client.told(), "");
-    EXPECT_EQ(ask("document.body.innerHTML"), "<p>second");
+    EXPECT_EQ(ask("document.body.innerHTML"), "<p>second</p>");
 }
 
 TEST_P(WebEngineTest, StopsAtAnyPoint)
@@ -166,10 +81,10 @@ TEST_P(WebEngineTest, AnswersWhatReadersAsk)
 {
     EXPECT_EQ(ask("document.documentElement.outerHTML"), "<html><head></head><body></body></html>");
     EXPECT_EQ(ask("window.location.href"), "about:blank");
-    load("<!doctype html><html lang=en><head><title> A &amp; B </title></head><body "
-         "class=x><p>x</p></body></html>");
+    load("<!doctype html><html lang=\"en\"><head><title> A &amp; B </title></head><body "
+         "class=\"x\"><p>x</p></body></html>");
     EXPECT_EQ(ask("document.documentElement.outerHTML.toString()"),
-        "<html lang=en><head><title> A &amp; B </title></head><body class=x><p>x</p></body></html>");
+        "<html lang=\"en\"><head><title> A &amp; B </title></head><body class=\"x\"><p>x</p></body></html>");
     EXPECT_EQ(ask("document.body.innerHTML"), "<p>x</p>");
     EXPECT_EQ(ask("document.title;"), "A & B");
     EXPECT_EQ(ask("document.readyState"), "complete");
@@ -180,16 +95,38 @@ TEST_P(WebEngineTest, AnswersWhatReadersAsk)
 TEST_P(WebEngineTest, ReloadsThePageItHas)
 {
     EXPECT_EQ(engine->reload(), 0u);
-    load("<p>x");
+    load("<p>x</p>");
     engine->reload();
     settle();
     EXPECT_EQ(client.told(), "2 action 3 " + base + "\n2 start\n2 response\n2 commit\n2 finish\n");
-    EXPECT_EQ(ask("document.body.innerHTML"), "<p>x");
+    EXPECT_EQ(ask("document.body.innerHTML"), "<p>x</p>");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Page, WebEngineTest, testing::Values(WebEngineFactory { [] { return std::make_shared<PageEngine>(); } }));
+TEST_P(WebEngineTest, FollowsATapInThePageOnly)
+{
+    const char* block = "<img style='display:block' width=100 height=50>";
+    load("<body style='margin:0'><a href='b'>" + std::string { block } + "</a><a href='w' target=_blank>"
+        + block + "</a>");
+    client.allowActions = false;
+    engine->tapAt({ 50, 25 }, { 200, 200 });
+    EXPECT_TRUE(waitFor([&] { return client.lines.ends_with("refuse\n"); }));
+    EXPECT_EQ(client.told(), "2 action 0 https://ads.example.com/a/b\n2 refuse\n");
+    client.allowActions = true;
+    engine->tapAt({ 50, 75 }, { 200, 200 });
+    EXPECT_TRUE(waitFor([&] { return !client.lines.empty(); }));
+    settle();
+    EXPECT_EQ(client.told(), "0 action 0 https://ads.example.com/a/w in a window\n");
+}
 
-} // namespace
+TEST_P(WebEngineTest, DrawsThePage)
+{
+    auto corner = [&] {
+        const UIImage picture = engine->snapshot({ 20, 10 }, 1);
+        return picture.isNull() ? 0 : picture.pixels()[0] << 8 | picture.pixels()[2];
+    };
+    EXPECT_EQ(corner(), 0xffff) << "white before the first";
+    load("<body style='background:#ff0000'>");
+    EXPECT_TRUE(waitFor([&] { return corner() == 0xff00; }));
+}
 
 } // namespace lumora::test

@@ -1,0 +1,123 @@
+// LMAVPlayersManager: the pages in the frames of an ad, each in a hidden web view of its own.
+
+#include "platform/webkit/WKWebView.h"
+#include "processing/LMAVPlayersManager.h"
+#include "processing/LMAdViewProcessor.h"
+#include "support/Guarded.h"
+
+#include <algorithm>
+
+namespace lumora {
+
+namespace {
+
+constexpr CGRect outOfSight { { -10, -10 }, { 5, 5 } };
+constexpr int64_t audio = 1;
+
+/// What a script answers before the request for it returns; nothing otherwise.
+Value answerAtOnce(WKWebView& page, const std::string& script)
+{
+    const auto answer = std::make_shared<Value>();
+    guarded([&] {
+        send(&page, sel::evaluateJavaScript, script,
+            WKScriptCompletion {
+                [answer](const Value& result, const std::optional<NSError>&) { *answer = result; } });
+    });
+    return *answer;
+}
+
+std::vector<std::string> framesOf(WKWebView& page)
+{
+    const std::string frames = "document.getElementsByTagName(\"iframe\")";
+    std::vector<std::string> urls;
+    const int64_t count = answerAtOnce(page, frames + ".length").integerValue();
+    for (int64_t i = 0; i < count; i++) {
+        const Value url = answerAtOnce(page, frames + "[" + std::to_string(i) + "].src");
+        if (url.string())
+            urls.push_back(*url.string());
+    }
+    return urls;
+}
+
+} // namespace
+
+void LMAVPlayersManager::processorIframesContainsURL(const std::shared_ptr<LMAdViewProcessor>& processor,
+    const std::string& url, const std::function<void(bool)>& completionHandler)
+{
+    const auto page = as<WKWebView>(processor->adObject());
+    if (!page || processor->html().find("<iframe") == std::string::npos)
+        return completionHandler(false);
+    dispatch_get_main_queue().async([self = retain(this), page, url, completionHandler] {
+        const std::vector<std::string> frames = framesOf(*page);
+        if (frames.empty())
+            return completionHandler(false);
+        const auto isFound = std::make_shared<bool>(false);
+        self->setWebViewCompletionBlock(
+            [isFound, url](const std::optional<std::string>& html, const std::optional<NSError>& error) {
+                if (!error && html && !url.empty() && html->find(url) != std::string::npos)
+                    *isFound = true;
+            });
+        for (const std::string& frame : frames)
+            self->getHTMLsFromLink(frame);
+        self->m_tasks.notify(
+            dispatch_get_main_queue(), [isFound, completionHandler] { completionHandler(*isFound); });
+    });
+}
+
+void LMAVPlayersManager::getHTMLsFromLink(const std::string& url)
+{
+    if (url.empty())
+        return;
+    m_tasks.enter();
+    const auto configuration = make<WKWebViewConfiguration>();
+    configuration->setAllowsInlineMediaPlayback(false);
+    configuration->setMediaTypesRequiringUserActionForPlayback(audio);
+    auto page = alloc<WKWebView>();
+    send(page, sel::initWithFrameConfiguration, outOfSight, configuration);
+    page->setHidden(true);
+    m_webViewArray.push_back(page);
+    // Past the library's own hook: this page is no ad.
+    page->setNavigationDelegate(this);
+    page->loadRequest({ .url = url });
+}
+
+void LMAVPlayersManager::didFinishNavigation(Object* webView, Object*)
+{
+    const auto page = takeHiddenWebView(webView);
+    if (!page)
+        return;
+    // The page lives until it has answered.
+    page->evaluateJavaScript("document.documentElement.outerHTML",
+        [self = retain(this), page](const Value& html, const std::optional<NSError>&) {
+            self->finishLoad(html.string() ? std::optional { *html.string() } : std::nullopt, std::nullopt);
+        });
+    page->setHidden(true);
+    page->loadHTMLString("", "");
+}
+
+void LMAVPlayersManager::didFailNavigation(Object* webView, Object*, const NSError& error)
+{
+    if (takeHiddenWebView(webView))
+        finishLoad(std::nullopt, error);
+}
+
+std::shared_ptr<WKWebView> LMAVPlayersManager::takeHiddenWebView(Object* webView)
+{
+    const auto found = std::find_if(m_webViewArray.begin(), m_webViewArray.end(),
+        [&](const auto& hidden) { return hidden.get() == webView; });
+    if (found == m_webViewArray.end())
+        return nullptr;
+    auto page = *found;
+    m_webViewArray.erase(found);
+    page->setNavigationDelegate(nullptr);
+    return page;
+}
+
+void LMAVPlayersManager::finishLoad(
+    const std::optional<std::string>& html, const std::optional<NSError>& error)
+{
+    callCompletion(WebViewCompletion { m_webViewCompletionBlock }, html, error);
+    m_tasks.leave();
+}
+
+} // namespace lumora

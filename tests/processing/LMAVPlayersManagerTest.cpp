@@ -1,0 +1,188 @@
+#include "processing/LMAVPlayersManager.h"
+
+#include "platform/avkit/AVPlayerViewController.h"
+#include "platform/uikit/UIButton.h"
+#include "tests/processing/AdPage.h"
+
+#include <gtest/gtest.h>
+
+namespace lumora {
+namespace {
+
+constexpr const char* video = "https://cdn.example.com/v.mp4";
+
+/// An ad whose page names a video, and the host's screen.
+struct VideoAd : test::AdPage {
+    explicit VideoAd(const char* record = test::recordWithMarkup)
+        : AdPage(record)
+    {
+        load("#", std::string { "<video autoplay src='" } + video + "'></video>");
+    }
+    /// The ad starts a player over everything, and the player settles.
+    std::shared_ptr<AVPlayerViewController> play(const char* url = video,
+        AVPlayerControls controls = AVPlayerControls::ViewController, Class cls = nullptr)
+    {
+        auto controller = cls ? alloc<AVPlayerViewController>(cls) : alloc<AVPlayerViewController>();
+        send(controller, sel::init);
+        controller->setControls(controls);
+        player->replaceCurrentItemWithPlayerItem(
+            url ? AVPlayerItem::playerItemWithURL({ url }) : make<AVPlayerItem>());
+        player->play();
+        controller->setPlayer(player);
+        world.phone.window().rootViewController()->presentViewController(controller, false);
+        world.phone.wait(1.5);
+        return controller;
+    }
+    bool isPlaying() const { return player->rate() > 0 && player->currentItem(); }
+
+    std::shared_ptr<AVPlayer> player { AVPlayer::playerWithPlayerItem(nullptr) };
+};
+
+TEST(LMAVPlayersManagerTest, AVideoThatAnAdNamesIsStopped)
+{
+    for (const auto controls : { AVPlayerControls::ViewController, AVPlayerControls::Controller }) {
+        VideoAd ad;
+        const std::weak_ptr controller = ad.play(video, controls);
+        EXPECT_EQ(ad.events(), "autoplay ");
+        EXPECT_EQ(ad.world.lastReport()["video"], Value { video });
+        EXPECT_EQ(ad.world.lastReport()["sdk"], Value { "Amazon" });
+        EXPECT_EQ(ad.view->alpha(), 0);
+        EXPECT_TRUE(ad.player->rate() == 0 && !ad.player->currentItem());
+        EXPECT_TRUE(controller.expired()) << "its button has dismissed it";
+        ad.play();
+        EXPECT_EQ(ad.events(), "autoplay autoplay ") << "the record had gone with its video";
+    }
+}
+
+TEST(LMAVPlayersManagerTest, OtherVideosPlayOn)
+{
+    struct Row {
+        const char* name;
+        const char* url;
+        bool isSubclass { false };
+        const char* record { test::recordWithMarkup };
+    };
+    for (const Row& row :
+        { Row { "the host's own", "https://host.example.com/news.mp4" }, Row { "no address", nullptr },
+            Row { "an empty address", "" }, Row { "the host's own player", video, true },
+            Row { "pages are not inspected", video, false, R"({"active": true, "ttlConfig": 100000})" } }) {
+        VideoAd ad(row.record);
+        Class cls = row.isSubclass
+            ? ClassBuilder("HostPlayerController", classOf<AVPlayerViewController>()).build()
+            : nullptr;
+        const auto controller = ad.play(row.url, AVPlayerControls::ViewController, cls);
+        EXPECT_TRUE(ad.isPlaying()) << row.name;
+        EXPECT_EQ(ad.events(), "") << row.name;
+        EXPECT_EQ(ad.view->alpha(), 1) << row.name;
+        const auto observed
+            = LMAVPlayersManager::sharedInstance().findObservedAVPlayerWithAVPlayer(ad.player.get());
+        EXPECT_EQ(observed == nullptr, row.isSubclass) << row.name;
+    }
+}
+
+TEST(LMAVPlayersManagerTest, AVideoIsStoppedWhenItsAdComesLater)
+{
+    VideoAd ad;
+    ad.load("#");
+    const auto controller = ad.play();
+    EXPECT_TRUE(ad.isPlaying());
+    ad.load("#", video);
+    LMAVPlayersManager::sharedInstance().checkProcessorForPlayingVideo(ad.processor());
+    ad.world.phone.wait(1);
+    EXPECT_FALSE(ad.isPlaying());
+}
+
+TEST(LMAVPlayersManagerTest, TheButtonIsLookedForFourTimesInNineSeconds)
+{
+    // Seconds after the first look: when the button comes, and when it is pressed, if ever.
+    for (const auto& [comes, pressed] :
+        { std::pair { 0.1, 3.0 }, { 3.1, 6.0 }, { 6.1, 9.0 }, { 9.1, 29.1 } }) {
+        VideoAd ad;
+        const auto controller = ad.play("https://host.example.com/news.mp4", AVPlayerControls::None);
+        const double first = ad.world.phone.process().now();
+        LMAVPlayersManager::sharedInstance().disableAVPlayerVC(controller, ad.player, nullptr, 0);
+        ad.world.phone.wait(comes);
+        const auto controls = make<NSObject>();
+        object_setInstanceVariable(*controls, "_doneButton", Value { make<UIButton>() });
+        object_setInstanceVariable(*controller, "_playbackControlsViewController", Value { controls });
+        EXPECT_EQ(ad.world.phone.waitUntil([&] { return !ad.isPlaying(); }, 20), pressed < 20);
+        EXPECT_NEAR(ad.world.phone.process().now() - first, pressed, 0.001);
+    }
+}
+
+TEST(LMAVPlayersManagerTest, KeepsNothingAlive)
+{
+    VideoAd ad;
+    std::weak_ptr weakController = ad.play(video, AVPlayerControls::None);
+    EXPECT_EQ(ad.events(), "autoplay ");
+    ad.world.phone.window().rootViewController()->dismissViewController(false);
+    std::weak_ptr weakPlayer = std::exchange(ad.player, nullptr);
+    ad.world.phone.wait(0.5);
+    EXPECT_TRUE(weakController.expired() && weakPlayer.expired());
+    ad.world.phone.wait(20);
+}
+
+/// Pages by address; the others are not found.
+struct FrameHost final : HTTPTransport {
+    void start(HTTPExchangeRequest request, Completion completion) override
+    {
+        HTTPExchangeAnswer answer { .status = 200 };
+        if (request.url.ends_with("video"))
+            answer.body = std::string { "<video src='" } + video + "'>";
+        else if (!request.url.ends_with("text"))
+            answer.error = "not found";
+        dispatch_get_global_queue().async([completion, answer] { completion(answer); });
+    }
+    void stop() override { }
+};
+
+/// What a web view says of its frames, at once, as no engine does.
+std::vector<std::string> s_frames;
+void answerAtOnce(id, SEL, const std::string& script, const WKScriptCompletion& completion)
+{
+    const auto index = script.find('[');
+    completion(index == std::string::npos
+            ? Value { static_cast<int64_t>(s_frames.size()) }
+            : Value { s_frames.at(static_cast<size_t>(script[index + 1] - '0')) },
+        std::nullopt);
+}
+
+TEST(FramePagesTest, FramesAreLookedIntoOnlyIfTheirPageAnswersAtOnce)
+{
+    struct Row {
+        std::vector<std::string> frames;
+        bool atOnce;
+        bool isFound;
+    };
+    const std::string host = "https://f.example.com/";
+    for (const Row& row : { Row { { host + "text", "", host + "gone", host + "video" }, true, true },
+             Row { { host + "text", host + "gone" }, true, false }, Row { { "" }, true, false },
+             Row { { host + "video" }, false, false } }) {
+        std::vector<std::weak_ptr<PageEngine>> pages;
+        Phone phone { { .makeTransport = [] { return std::make_shared<FrameHost>(); } } };
+        setWebEngineFactory([&] {
+            auto page = std::make_shared<PageEngine>();
+            pages.push_back(page);
+            return page;
+        });
+        auto ad = make<WKWebView>();
+        const auto processor = alloc<LMAdViewProcessor>();
+        send(processor, sel::initWithAdObject, ad);
+        processor->setHtml("<iframe>");
+        if (row.atOnce)
+            class_replaceMethod(classOf<WKWebView>(), sel::evaluateJavaScript, IMP { &answerAtOnce },
+                IMP { &answerAtOnce }.types);
+        s_frames = row.frames;
+        std::optional<bool> isFound;
+        LMAVPlayersManager::sharedInstance().processorIframesContainsURL(
+            processor, video, [&](bool found) { isFound = found; });
+        phone.wait(2);
+        EXPECT_EQ(isFound, row.isFound) << row.frames.size();
+        ad.reset();
+        for (const auto& page : pages)
+            EXPECT_TRUE(page.expired()) << row.frames.size();
+    }
+}
+
+} // namespace
+} // namespace lumora
