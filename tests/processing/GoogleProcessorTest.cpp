@@ -32,7 +32,7 @@ protected:
     static std::shared_ptr<LMGoogleProcessor> processorOf(
         const char* className, const std::shared_ptr<Object>& adObject)
     {
-        const auto processor = as<LMGoogleProcessor>(class_createInstance(NSClassFromString(className)));
+        auto processor = as<LMGoogleProcessor>(class_createInstance(NSClassFromString(className)));
         send(processor, sel::initWithAdObject, adObject);
         return processor;
     }

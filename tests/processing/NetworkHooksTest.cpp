@@ -16,7 +16,7 @@ protected:
 
     static std::shared_ptr<Object> adColonyAd(bool (*show)(id, SEL, id))
     {
-        const auto ad = standInObject("AdColonyInterstitial");
+        auto ad = standInObject("AdColonyInterstitial");
         class_replaceMethod(standInClass("AdColonyInterstitial", classOf<NSObject>()),
             "showWithPresentingViewController:"_sel, show, &methodEncoding<bool, id>());
         send(NSClassFromString("LMAdColonySwizzler"), sel::swizzleMethods);
