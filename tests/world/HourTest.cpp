@@ -80,8 +80,6 @@ public:
         EXPECT_EQ(missing - merged, linesWith("event is dropped")) << merged << " merged of " << clicked;
         for (const std::string& reason : m_reasons)
             EXPECT_TRUE(there.contains(reason)) << reason;
-        EXPECT_GT(clicked, 10u);
-        EXPECT_GT(m_reasons.size(), 5u);
     }
     static std::set<std::string> stored()
     {
@@ -101,6 +99,7 @@ public:
         return static_cast<size_t>(
             std::count_if(m_views.begin(), m_views.end(), [](const auto& view) { return !view.expired(); }));
     }
+    size_t eventsRaised() const { return m_raised.size() + m_reasons.size(); }
     size_t adsShown() const { return m_views.size(); }
 
 private:
@@ -258,6 +257,7 @@ TEST(HourTest, EveryEventOfAllNetworksIsAccountedFor)
         hour.run(3600);
         hour.expectNothingLost(Hour::stored());
         EXPECT_EQ(hour.viewsAlive(), 0u) << "of " << hour.adsShown();
+        EXPECT_GT(hour.eventsRaised(), 30u);
         EXPECT_GT(ProcessorsManager::sharedInstance().count(), 40u) << "they stay";
     }
 }
@@ -266,9 +266,12 @@ TEST(HourTest, WhatTheRetryRuleDropsIsCounted)
 {
     Hour hour(allStandIns(), 20);
     hour.run(600);
+    TDActivationManager::sharedInstance().getNewConfig();
+    hour.world.phone.wait(1);
     hour.world.setServiceAway(true);
-    while (Hour::stored().size() < 10)
+    for (int ad = 0; ad < 40; ad++)
         hour.followLinks(3);
+    EXPECT_GT(Hour::stored().size(), 5u);
     hour.world.phone.wait(30);
     const std::set<std::string> stored = Hour::stored();
     hour.expectNothingLost(stored);
