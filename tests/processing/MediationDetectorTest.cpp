@@ -1,0 +1,86 @@
+#include "processing/MediationDetector.h"
+
+#include "platform/uikit/UIWindow.h"
+#include "processing/CustomTargetingFactory.h"
+#include "simulator/Phone.h"
+#include "simulator/networks/StandInObjects.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace lumora {
+namespace {
+
+/// Views of these classes in each other, the first one in the window; answers the last.
+std::shared_ptr<UIView> nested(const Phone& phone, const std::string& classes)
+{
+    std::shared_ptr<UIView> outer = retain(static_cast<UIView*>(&phone.content()));
+    std::istringstream names(classes);
+    for (std::string name; names >> name;) {
+        const auto inner = standInView(name, { 10, 10 });
+        outer->addSubview(inner);
+        outer = inner;
+    }
+    return outer;
+}
+
+TEST(MediationDetectorTest, TheNetworksAroundAnAdAreNamedWithItsOwn)
+{
+    Phone phone { {} };
+    struct Row {
+        const char *views, *processor, *chain, *name;
+    };
+    for (const Row& row :
+        {
+            Row { "UIView", "LMSmaatoProcessor", "", "Smaato" },
+            Row { "FBAdView", "LMFacebookProcessor", "Facebook ", "Facebook" },
+            Row { "FBAdView UIView", "LMFacebookProcessor", "Facebook ", "Facebook" },
+            Row { "FBAdView UIView MPAdView", "LMMoPubBannerProcessor", "Facebook MoPub ", "Facebook:MoPub" },
+            Row { "MPAdView MPAdView FBAdView", "LMFacebookProcessor", "MoPub MoPub Facebook ",
+                "MoPub:Facebook" },
+            Row { "MPAdView FBAdView FBAdView MPAdView", "LMMoPubBannerProcessor",
+                "MoPub Facebook Facebook MoPub ", "MoPub:Facebook:MoPub" },
+            Row { "RFMAdView MPAdView FBAdView", "LMAmazonProcessor", "Rubicon MoPub Facebook ",
+                "Facebook:Amazon" },
+        }) {
+        const auto view = nested(phone, row.views);
+        std::string chain;
+        const auto found = MediationDetector::checkForMediation(view.get());
+        for (Class processor : found.value_or(std::vector<Class> {}))
+            chain += send<std::string>(processor, "getSDKName"_sel) + " ";
+        EXPECT_EQ(chain, row.chain) << row.views;
+        const NSDictionary sdk
+            = MediationDetector::getFinalSDKNameAndVersion(view.get(), NSClassFromString(row.processor));
+        EXPECT_EQ(sdk["name"].stringOrEmpty(), row.name) << row.views;
+        const auto separators
+            = [](const std::string& text) { return std::count(text.begin(), text.end(), ':'); };
+        EXPECT_EQ(separators(sdk["version"].stringOrEmpty()), separators(row.name));
+    }
+    EXPECT_FALSE(MediationDetector::checkForMediation(nullptr));
+    EXPECT_FALSE(MediationDetector::checkForMediation(&phone.window()));
+    const auto banner = nested(phone, "MPAdView");
+    EXPECT_TRUE(MediationDetector::isAdMediated(banner.get(), "Facebook"));
+    EXPECT_FALSE(MediationDetector::isAdMediated(banner.get(), "MoPub"));
+    EXPECT_FALSE(MediationDetector::isAdMediated(nested(phone, "UIView").get(), "MoPub"));
+}
+
+TEST(CustomTargetingFactoryTest, AmazonLeavesAllOfItsKeys)
+{
+    Phone phone { {} };
+    NSDictionary targeting;
+    for (const char* key : { "amzn_b", "amzn_h", "amznp", "amznrdr", "amznslots" })
+        targeting.set(key, "1");
+    const auto asked = [&] {
+        const auto request = standInObject("Request", { { "_customTargeting", targeting } });
+        return CustomTargetingFactory::getCustomTargetDictionaryWithObject(
+            standInObject("Ad", { { "_lastRequest", request } }).get());
+    };
+    EXPECT_TRUE(asked().isNothing());
+    targeting.set("dc", "1");
+    ASSERT_TRUE(asked().dictionary());
+    EXPECT_EQ((*asked().dictionary())["DTB(Amazon)"], Value { "" }) << "no SDK to ask for its version";
+    EXPECT_TRUE(CustomTargetingFactory::getCustomTargetDictionaryWithObject(nullptr).isNothing());
+}
+
+} // namespace
+} // namespace lumora

@@ -1,0 +1,100 @@
+#include "interception/Swizzling.h"
+#include "processing/AdProcessingManager.h"
+#include "processing/ProcessorsManager.h"
+#include "simulator/networks/StandIns.h"
+#include "tests/world/World.h"
+
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace lumora {
+namespace {
+
+class NetworkHooksTest : public testing::Test {
+protected:
+    NetworkHooksTest() { world.start(); }
+
+    static std::shared_ptr<Object> adColonyAd(bool (*show)(id, SEL, id))
+    {
+        auto ad = standInObject("AdColonyInterstitial");
+        class_replaceMethod(standInClass("AdColonyInterstitial", classOf<NSObject>()),
+            "showWithPresentingViewController:"_sel, show, &methodEncoding<bool, id>());
+        send(NSClassFromString("LMAdColonySwizzler"), sel::swizzleMethods);
+        return ad;
+    }
+    static void showOver(const std::shared_ptr<Object>& ad, UIViewController& page)
+    {
+        send<bool>(ad.get(), "showWithPresentingViewController:"_sel, &page);
+    }
+    /// The classes of the processors there are.
+    std::string processors()
+    {
+        world.phone.wait(0);
+        std::string names;
+        for (const auto& processor : ProcessorsManager::sharedInstance().getAllProcessors())
+            names += processor->isa()->name() + " ";
+        return names;
+    }
+
+    test::World world { { .adjust = [](Phone::Options& phone) {
+        phone.onBoot = [] {
+            googleStandIn().install();
+            moPubStandIn().install();
+        };
+    } } };
+    UIViewController& page { *world.phone.window().rootViewController() };
+};
+
+TEST_F(NetworkHooksTest, WhatShowsNothingHandsNothingOver)
+{
+    const auto interstitial = standInObject("GADInterstitial");
+    send<void>(interstitial.get(), "adLoadCompletedWithError:"_sel, standInObject("Error").get());
+    const auto refused = adColonyAd([](id, SEL, id) { return false; });
+    showOver(refused, page);
+    const auto raising = adColonyAd([](id, SEL, id) -> bool { throw std::runtime_error("no ad"); });
+    EXPECT_THROW(showOver(raising, page), std::runtime_error);
+    std::shared_ptr<Object> gone = standInObject("GADInterstitial");
+    send<void>(gone.get(), "adLoadCompletedWithError:"_sel, id {});
+    gone = nullptr;
+    EXPECT_EQ(processors(), "");
+}
+
+TEST_F(NetworkHooksTest, AnAdIsHandedOverOnceItIsInItsPlaceFromAnyThread)
+{
+    const auto interstitial = standInObject("GADInterstitial");
+    std::thread network([&] {
+        for (int i = 0; i < 2; i++)
+            send<void>(interstitial.get(), "adLoadCompletedWithError:"_sel, id {});
+    });
+    network.join();
+    EXPECT_EQ(AdProcessingManager::sharedInstance().getProcessorBy(interstitial.get()), nullptr);
+    EXPECT_EQ(processors(), "LMGADInterstitialProcessor ") << "the second time it is renewed";
+
+    const auto manager = standInObject("MPInterstitialAdManager",
+        { { "_delegate",
+            alloc<Object>(standInClass("MPInterstitialAdController", classOf<UIViewController>())) } });
+    send<void>(manager.get(), "presentInterstitialFromViewController:"_sel, &page);
+    EXPECT_EQ(processors(), "LMGADInterstitialProcessor LMMoPubInterstitialProcessor ");
+}
+
+TEST_F(NetworkHooksTest, TheViewThatShowsAnAdStandsForItAndTakesItsTaps)
+{
+    const auto ad = adColonyAd([](id, SEL, id) { return true; });
+    showOver(ad, page);
+    ASSERT_EQ(processors(), "LMAdColonyInterstitialProcessor ");
+    const auto processor = AdProcessingManager::sharedInstance().getProcessorBy(ad.get());
+    EXPECT_EQ(processor->viewForTakingScreenshot(), nullptr) << "nothing of its kind is on top";
+
+    const auto container = alloc<UIViewController>(standInClass("ADCContainer", classOf<UIViewController>()));
+    const auto webView = creativeView("<h1>Ad</h1>", world.phone.window().bounds().size);
+    container->view()->addSubview(webView);
+    page.presentViewController(container, false);
+    EXPECT_EQ(processor->viewForTakingScreenshot(), webView);
+    processor->viewForTakingScreenshot();
+    world.phone.tap(*webView);
+    EXPECT_GT(processor->tapTimestamp(), 0);
+    EXPECT_EQ(webView->gestureRecognizers().size(), 4u) << "listened to once";
+}
+
+} // namespace
+} // namespace lumora
