@@ -5,6 +5,7 @@
 #include <boost/asio.hpp>
 #include <boost/beast.hpp>
 #include <chrono>
+#include <fcntl.h>
 #include <iostream>
 #include <optional>
 #include <system_error>
@@ -23,6 +24,12 @@ constexpr std::chrono::seconds silenceLimit { 30 };
 constexpr std::chrono::seconds farewellLimit { 5 };
 constexpr std::chrono::milliseconds acceptPause { 100 };
 constexpr size_t drainSize = 65536; // bytes
+
+/// A program that ours starts would keep the socket open after us, and its port taken.
+template <typename Socket> void keepFromChildren(Socket& socket)
+{
+    fcntl(socket.native_handle(), F_SETFD, FD_CLOEXEC);
+}
 
 /// One connection. It lives in the handlers of its pending operation and goes with the last of them.
 class Session : public std::enable_shared_from_this<Session> {
@@ -166,6 +173,7 @@ struct LoopbackServer::Running {
     {
         const tcp::endpoint endpoint(asio::ip::address_v4::loopback(), port);
         m_acceptor.open(endpoint.protocol());
+        keepFromChildren(m_acceptor);
         m_acceptor.set_option(tcp::acceptor::reuse_address(true));
         m_acceptor.bind(endpoint);
         m_acceptor.listen();
@@ -190,6 +198,7 @@ private:
     {
         m_acceptor.async_accept([this](auto error, tcp::socket socket) {
             if (!error) {
+                keepFromChildren(socket);
                 std::make_shared<Session>(std::move(socket), m_services)->readHeader();
                 return accept();
             }

@@ -14,6 +14,7 @@
 #include "platform/foundation/NSJSONSerialization.h"
 #include "platform/foundation/NSString.h"
 #include "platform/linux/CurlTransport.h"
+#include "platform/webkit/WebKitEngine.h"
 #include "report/LMInterstitialTutorialView.h"
 #include "report/LMReportAdView.h"
 #include "report/ReportProtocols.h"
@@ -40,6 +41,8 @@ constexpr int64_t timeBetweenLogs = 2; // seconds
 
 struct Arguments {
     bool virtualTime { false };
+    /// Why the ads' pages are not in the real engine; empty when they are.
+    std::string pageEngineBecause;
     std::filesystem::path folder { "out" };
     std::vector<std::filesystem::path> creatives;
 };
@@ -98,7 +101,9 @@ Demo::Demo(const Arguments& arguments)
 
     Phone::Options options;
     options.virtualTime = arguments.virtualTime;
-    options.onBoot = [] {
+    options.onBoot = [this] {
+        if (m_arguments.pageEngineBecause.empty())
+            setWebEngineFactory(makeWebKitEngine);
         for (const StandInNetwork* network : allStandIns())
             network->install();
     };
@@ -376,6 +381,9 @@ int Demo::run()
     m_story->chapter("The phone boots");
     m_story->tell(m_arguments.virtualTime ? "the services answer in process, under the virtual clock"
                                           : "the services answer at " + m_server.collectorURL());
+    m_story->tell(m_arguments.pageEngineBecause.empty()
+            ? "the ads' pages are in the real web engine"
+            : "the ads' pages are in the engine in memory: " + m_arguments.pageEngineBecause);
     startLibrary();
     receiveLog();
     m_story->picture(m_phone->screen(), "boot");
@@ -418,6 +426,8 @@ Arguments parsed(int argc, char** argv)
         else
             throw std::invalid_argument(std::string { argument } + ": no such file");
     }
+    // Asked here, before there are threads.
+    arguments.pageEngineBecause = arguments.virtualTime ? "the clock is virtual" : webKitEngineProblem();
     if (arguments.creatives.empty())
         arguments.creatives = { LUMORA_DEMO_CREATIVES "/coffee.html", LUMORA_DEMO_CREATIVES "/trail.html" };
     return arguments;

@@ -7,6 +7,7 @@ namespace lumora {
 // The real web engine, off-screen, where this machine has one. It is optional: what wants it links it, and
 // gives `makeWebKitEngine` to `setWebEngineFactory`. Pages run in processes of their own, in a sandbox where
 // the machine lets there be one; the console of the process that makes an engine says when there is none.
+// They inherit the descriptors of this program that are not closed when another is run.
 
 /// Why there can be no real engine; empty when there can. The first question of the program starts the
 /// engine's thread and a screen that nobody sees, which takes a tenth of a second or so, and sets variables

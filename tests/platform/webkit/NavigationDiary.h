@@ -18,6 +18,7 @@ public:
                   .method<&NavigationDiary::decide>(sel::webViewDecidePolicyForNavigationAction)
                   .method<&NavigationDiary::decideResponse>(sel::webViewDecidePolicyForNavigationResponse)
                   .method<&NavigationDiary::didStart>(sel::webViewDidStartProvisionalNavigation)
+                  .method<&NavigationDiary::didRedirect>(sel::webViewDidReceiveServerRedirect)
                   .method<&NavigationDiary::didCommit>(sel::webViewDidCommitNavigation)
                   .method<&NavigationDiary::didFinish>(sel::webViewDidFinishNavigation)
                   .method<&NavigationDiary::didFail>(sel::webViewDidFailNavigation)
@@ -27,8 +28,8 @@ public:
     void decide(Object*, Object* action, const WKDecisionHandler& handler)
     {
         const auto* asked = as<WKNavigationAction>(action);
-        note("asked " + std::to_string(static_cast<int>(asked->navigationType())) + " "
-            + asked->request().url);
+        note("asked " + std::to_string(static_cast<int>(asked->navigationType())) + " " + asked->request().url
+            + (asked->targetFrame() ? "" : " in a window"));
         handler(policy);
         handler(WKNavigationPolicyAllow);
     }
@@ -41,6 +42,10 @@ public:
     {
         note("started");
         last = retain(navigation);
+    }
+    void didRedirect(Object*, Object* navigation)
+    {
+        note(refersTo(last, navigation) ? "redirected" : "redirected another");
     }
     void didCommit(Object*, Object*) { note("committed"); }
     void didFinish(Object*, Object* navigation)

@@ -118,6 +118,30 @@ TEST(WKWebView, FetchesPagesOverHTTP)
     EXPECT_EQ(browser.ask("document.body.innerHTML"), "<p>gone");
 }
 
+TEST(WKWebView, AsksForLeaveOfARedirectToo)
+{
+    Browser browser;
+    for (const WKNavigationPolicy policy : { WKNavigationPolicyAllow, WKNavigationPolicyCancel }) {
+        browser.open("https://ads.example.com/");
+        browser.navigations->policy = policy;
+        browser.world.transport->completions.back()(
+            { .url = "https://shop.example.com/x", .status = 200, .body = "x" });
+        const std::string start
+            = "asked -1 https://ads.example.com/, started, asked -1 https://shop.example.com/x, ";
+        EXPECT_EQ(browser.settled(),
+            start + (policy ? "redirected, answered 200, committed, finished" : "failed early 102"));
+        EXPECT_EQ(browser.ask("location.href"), "https://shop.example.com/x");
+    }
+}
+
+TEST(WKWebView, OpensNoWindow)
+{
+    Browser browser;
+    browser.load("<body style='margin:0'><a href='c' target=_blank><img width=100 height=100></a>");
+    browser.tap({ 50, 150 });
+    EXPECT_EQ(browser.settled(), "asked 0 https://ads.example.com/a/c in a window");
+}
+
 TEST(WKWebView, ReportsPagesThatCannotBeFetched)
 {
     Browser browser;
