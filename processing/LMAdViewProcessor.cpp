@@ -17,7 +17,6 @@
 #include "processing/StoreLinks.h"
 #include "service/TDEventModel.h"
 #include "support/Guarded.h"
-#include "support/LMRegularExpressionsBackgroundManager.h"
 #include "support/NSDateExtensions.h"
 #include "support/UIViewExtensions.h"
 
@@ -27,7 +26,7 @@ namespace lumora {
 
 namespace {
 
-/// A shorter markup is the empty page that a web view has before the ad arrives.
+/// Characters. A shorter markup is the empty page that a web view has before the ad arrives.
 constexpr size_t shortestMarkup = 50;
 /// How many times the markup may have been read anew before `htmlUpdater` gives up.
 constexpr int64_t maxHTMLUpdatesAttemts = 0;
@@ -35,6 +34,12 @@ constexpr int64_t maxHTMLUpdatesAttemts = 0;
 std::string getVersion() { return "null version"; }
 std::string getSDKName() { return "sdk name"; }
 int64_t libNumber() { return -1; }
+
+bool isShort(const std::string& markup)
+{
+    constexpr size_t mostBytesOfACharacter = 3;
+    return markup.size() < shortestMarkup * mostBytesOfACharacter && utf16Length(markup) < shortestMarkup;
+}
 
 bool hasSize(UIView& view)
 {
@@ -80,14 +85,15 @@ id LMAdViewProcessor::initWithAdObject(Object* adObject)
     m_adObject = weakly(adObject);
     m_html.clear();
     m_linksHash.clear();
-    startTrackingTapEvents();
-    logAd();
+    // What an override raises must not cost the ad its processor.
+    guarded([this] { startTrackingTapEvents(); });
+    guarded([this] { logAd(); });
     m_isDisposed = false;
     m_offlineStateCounter = 0;
     m_blankAdCounter = 0;
     m_lumoraCrId.reset();
     m_isMarkedAsBlankAd = false;
-    getURLsFromAdObject();
+    guarded([this] { getURLsFromAdObject(); });
     m_createAtTimestamp = serverTimeIntervalSince1970();
     m_sendingEventsDispatchGroup = std::make_shared<DispatchGroup>();
     return this;
@@ -129,7 +135,9 @@ bool LMAdViewProcessor::isEqual(const Object* other) const
 {
     const auto* processor = dynamic_cast<const LMAdViewProcessor*>(other);
     return processor && isKindOfClass(processor, isa())
-        && processor->m_createAtTimestamp == m_createAtTimestamp && processor->adObject() == adObject();
+        && processor->m_createAtTimestamp == m_createAtTimestamp
+        // Also of ads that are gone.
+        && !processor->m_adObject.owner_before(m_adObject) && !m_adObject.owner_before(processor->m_adObject);
 }
 
 size_t LMAdViewProcessor::hash() const
@@ -139,34 +147,35 @@ size_t LMAdViewProcessor::hash() const
 
 // Taps
 
+/// Tells the processor, which it holds weakly, and takes nothing from the ad.
+static void listen(
+    const std::weak_ptr<LMAdViewProcessor>& processor, Object* ad, UIGestureRecognizer& recognizer)
+{
+    recognizer.addTarget(processor, "saveTapEvent"_sel);
+    recognizer.setDelegate(processor);
+    recognizer.setCancelsTouchesInView(false);
+    recognizer.setDelaysTouchesEnded(false);
+    send(ad, sel::addGestureRecognizer, &recognizer);
+}
+
 void LMAdViewProcessor::startTrackingTapEvents()
 {
     dispatch_get_main_queue().async([weakSelf = weakly(this)] {
         const auto self = weakSelf.lock();
         const auto ad = self ? self->adObject() : nullptr;
-        if (!respondsToSelector(ad.get(), sel::addGestureRecognizer))
-            return;
-        const auto tap = make<UITapGestureRecognizer>();
-        tap->addTarget(weakSelf, "saveTapEvent"_sel);
-        tap->setDelegate(weakSelf);
-        send(ad, sel::addGestureRecognizer, tap);
+        if (respondsToSelector(ad.get(), sel::addGestureRecognizer))
+            listen(weakSelf, ad.get(), *make<UITapGestureRecognizer>());
     });
 }
 
 void LMAdViewProcessor::addGestureRecognizersToView(UIView& view)
 {
-    std::vector<std::shared_ptr<UIGestureRecognizer>> recognizers;
     for (const int fingers : { 1, 2, 3 }) {
         const auto tap = make<UITapGestureRecognizer>();
         tap->setNumberOfTouchesRequired(fingers);
-        recognizers.push_back(tap);
+        listen(weakly(this), &view, *tap);
     }
-    recognizers.push_back(make<UISwipeGestureRecognizer>());
-    for (const auto& recognizer : recognizers) {
-        recognizer->addTarget(weakly(this), "saveTapEvent"_sel);
-        recognizer->setDelegate(weakly(this));
-        send(&view, sel::addGestureRecognizer, recognizer);
-    }
+    listen(weakly(this), &view, *make<UISwipeGestureRecognizer>());
 }
 
 void LMAdViewProcessor::saveTapEvent() { m_tapTimestamp = serverTimeIntervalSince1970(); }
@@ -175,17 +184,17 @@ void LMAdViewProcessor::saveTapEvent() { m_tapTimestamp = serverTimeIntervalSinc
 
 std::shared_ptr<WKWebView> LMAdViewProcessor::webView()
 {
-    auto own = as<WKWebView>(adObject());
-    const auto view = own ? nullptr : adView();
-    return view ? getWebView(*view) : own;
+    const auto view = adView();
+    return view ? getWebView(*view) : nullptr;
 }
 
 void LMAdViewProcessor::getNewHTMLWithPurpose(HTMLPurpose purpose, const HTMLCompletion& completion)
 {
     // Only web views have markup: of a banner around one it is that of the page inside, without which a
     // report of the banner would carry none.
-    const auto page = webView();
-    LMHTMLGrabber::getNewHTMLForView(page ? page : adObject(), purpose, completion);
+    const auto ad = adObject();
+    const auto inside = as<WKWebView>(ad) ? nullptr : webView();
+    LMHTMLGrabber::getNewHTMLForView(inside ? inside : ad, purpose, completion);
 }
 
 void LMAdViewProcessor::updateHTMLWithSuccess(const std::function<void(bool)>& completion)
@@ -210,10 +219,10 @@ void LMAdViewProcessor::htmlUpdaterRecursive(const std::function<void()>& comple
     if (m_htmlUpdatesAttempts > maxHTMLUpdatesAttemts)
         return completion();
     m_htmlUpdatesAttempts++;
-    if (m_html.size() >= shortestMarkup)
+    if (!isShort(m_html))
         return completion();
     updateHTMLWithSuccess([self = retain(this), completion](bool) {
-        if (self->m_html.size() < shortestMarkup)
+        if (isShort(self->m_html))
             self->htmlUpdaterRecursive(completion);
         else
             completion();
@@ -223,22 +232,26 @@ void LMAdViewProcessor::htmlUpdaterRecursive(const std::function<void()>& comple
 void LMAdViewProcessor::forgetMarkup()
 {
     m_html = std::string {};
+    m_linkSearches++;
     m_URLsFromAd.set(std::nullopt);
 }
 
 void LMAdViewProcessor::getURLsFromAdObject()
 {
+    // Searches run side by side: only the latest may tell.
+    const uint64_t search = ++m_linkSearches;
     m_URLsFromAd.set(std::nullopt);
     if (std::vector<std::string> own = getURLForCustomView(); !own.empty())
         return m_URLsFromAd.set(std::move(own));
     if (!adObject())
         return;
     getNewHTMLWithPurpose(
-        HTMLPurpose::Event, [weakSelf = weakly(this)](bool success, const std::string& html) {
+        HTMLPurpose::Event, [weakSelf = weakly(this), search](bool success, const std::string& html) {
             if (!success || html.empty())
                 return;
-            findStoreLinks(html, [weakSelf](std::vector<std::string> links) {
-                if (const auto self = weakSelf.lock())
+            findStoreLinks(html, [weakSelf, search](std::vector<std::string> links) {
+                const auto self = weakSelf.lock();
+                if (self && self->m_linkSearches == search)
                     self->m_URLsFromAd.set(std::move(links));
             });
         });
@@ -250,7 +263,7 @@ NSDictionary LMAdViewProcessor::getBaseInfoAboutAd()
 {
     const auto view = adView();
     const std::shared_ptr<TDConfig> config = TDActivationManager::sharedInstance().getConfig();
-    const NSDictionary sdk = MediationDetector::getFinalSDKNameAndVersion(view.get(), isa());
+    const NSDictionary sdk = MediationDetector::getFinalSDKNameAndVersion(adObject().get(), isa());
     std::string screenshot;
     guarded([&] {
         // Kept: the first picture only makes the layers draw what they have pending.
@@ -353,18 +366,18 @@ void LMAdViewProcessor::screenshotProcessing()
     if (!hasSize(*view) || !pictured || !hasSize(*pictured))
         return;
     // Kept: nothing is done with it, but it asks the network's overrides for their facts.
-    guarded([&] { describe(*view); });
+    guarded([this] { describeAd(); });
     if (!isSuspended)
         m_offlineStateCounter = 0;
     LMLog::logMessage("[LMAdViewProcessor][takeScreenshot] screenshot is taken");
 }
 
-NSDictionary LMAdViewProcessor::describe(UIView& view)
+NSDictionary LMAdViewProcessor::describeAd()
 {
     NSDictionary other = getOtherInfo();
     if (m_lumoraCrId && !m_isMarkedAsBlankAd)
         other.set("blocked", true);
-    NSDictionary sdk = MediationDetector::getFinalSDKNameAndVersion(&view, isa());
+    NSDictionary sdk = MediationDetector::getFinalSDKNameAndVersion(adObject().get(), isa());
     appendTargeting(sdk, *this);
     if (m_isMarkedAsBlankAd)
         sdk.set("name", sdk["name"].stringOrEmpty() + ":Lumora");
@@ -400,7 +413,7 @@ void LMAdViewProcessor::beginShowing(double secondsSince1970)
         m_blankAdCounter = 0;
         m_isMarkedAsBlankAd = false;
     }
-    getURLsFromAdObject();
+    guarded([this] { getURLsFromAdObject(); });
 }
 
 Value LMAdViewProcessor::getLastHash() const

@@ -5,6 +5,7 @@
 #include "platform/objc/Message.h"
 #include "platform/process/AtomicProperty.h"
 
+#include <atomic>
 #include <functional>
 #include <optional>
 
@@ -68,7 +69,7 @@ public:
     /// showing.
     int64_t offlineStateCounter() const { return m_offlineStateCounter; }
     void setOfflineStateCounter(int64_t ticks) { m_offlineStateCounter = ticks; }
-    /// -1 and 2 outlive a new showing.
+    /// 2 outlives a new showing, as does -1 of a blocked creative.
     int64_t blankAdCounter() const { return m_blankAdCounter; }
     void setBlankAdCounter(int64_t count) { m_blankAdCounter = count; }
     /// Kept for the manager; nobody changes it.
@@ -111,9 +112,10 @@ public:
     bool gestureRecognizerShouldRecognizeSimultaneously(Object*, Object*) { return true; }
     void saveTapEvent();
 
-    /// The web view that the markup is read from: the ad object, or the first one inside it. Null if none.
+    /// The first web view inside the ad; null if none.
     std::shared_ptr<WKWebView> webView();
-    /// Reads the markup; the completion hears once, at once when the configuration forbids it.
+    /// Reads the markup of the ad object, or of the page inside it; the completion hears once, at once when
+    /// the configuration forbids it or there is no page.
     virtual void getNewHTMLWithPurpose(HTMLPurpose purpose, const HTMLCompletion& completion);
     /// Reads the markup into `html`, which stays as it was when that fails.
     void updateHTMLWithSuccess(const std::function<void(bool)>& completion);
@@ -135,8 +137,8 @@ public:
     Value getLastHash() const;
     void setLastHash(std::optional<NSDictionary> hashes) { m_lastHash = std::move(hashes); }
 
-    /// The links found in the ad that lead to the app store; unset until some were looked for and found. Any
-    /// thread.
+    /// The links found in the ad that lead to the app store; unset until some were looked for and any link
+    /// was found. Any thread.
     std::optional<std::vector<std::string>> URLsFromAd() const { return m_URLsFromAd.get(); }
     /// Looks for store links: the network's own, else those in the markup, in the background.
     virtual void getURLsFromAdObject();
@@ -149,17 +151,21 @@ public:
     /// Equal processors have equal hashes. Changes with each showing, so it is no key of a table.
     size_t hash() const;
 
+protected:
+    /// What is known of the ad: "info", as indented JSON, and "sdk", its "name" and "version".
+    NSDictionary describeAd();
+
 private:
     void htmlUpdaterRecursive(const std::function<void()>& completion);
     void beginShowing(double secondsSince1970);
     bool isHidden(UIView* view);
-    NSDictionary describe(UIView& view);
 
     std::weak_ptr<Object> m_adObject;
     bool m_isDisposed { false };
     std::optional<NSDictionary> m_lastHash;
     AtomicProperty<std::optional<std::vector<std::string>>> m_URLsFromAd;
     std::shared_ptr<DispatchGroup> m_sendingEventsDispatchGroup;
+    std::atomic<uint64_t> m_linkSearches { 0 };
     std::string m_linksHash;
     int64_t m_htmlUpdatesAttempts { 0 };
     bool m_isMarkedAsBlankAd { false };

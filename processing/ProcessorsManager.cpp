@@ -1,7 +1,6 @@
 #include "processing/ProcessorsManager.h"
 
 #include "core/TDActivationManager.h"
-#include "interception/TDMetadataClassProtocol.h"
 #include "lumora/LMLog.h"
 #include "platform/dispatch/Executor.h"
 #include "platform/foundation/NSNotificationCenter.h"
@@ -152,6 +151,8 @@ std::shared_ptr<LMAdViewProcessor> ProcessorsManager::getProcessorWithLastTapped
 void ProcessorsManager::eventFired(
     const std::shared_ptr<TDEventModel>& event, const std::shared_ptr<Object>& forView)
 {
+    if (!event)
+        return LMEventsManager::shared().handleEvent(nullptr, nullptr);
     TDActivationManager::sharedInstance().checkActivationWithBlock([event, forView](bool active) {
         if (!active)
             return LMLog::logMessage("[ProcessorsManager][eventFired] features are off, event is dropped");
@@ -194,7 +195,9 @@ void ProcessorsManager::startTimer()
     LMLog::logDebug(stringWithFormat(
         "[%@][startTimer] added processors: %i", { "ProcessorsManager", static_cast<int64_t>(count()) }));
     drop(m_screenshotFiringTimer);
-    takeScreenshots(LMDefaultConfig::maxScreenshotTime(), LMDefaultConfig::maxCountOfActiveAd());
+    guarded([this] {
+        takeScreenshots(LMDefaultConfig::maxScreenshotTime(), LMDefaultConfig::maxCountOfActiveAd());
+    });
     armTimer(secondsBetweenTicks());
 }
 

@@ -1,7 +1,6 @@
 #include "processing/StoreLinks.h"
 
 #include "platform/foundation/NSDataDetector.h"
-#include "platform/foundation/NSString.h"
 #include "platform/foundation/NSURL.h"
 #include "support/LMRegularExpressionsBackgroundManager.h"
 
@@ -17,11 +16,12 @@ std::vector<std::string> getURLFrom(const LinkMatches& matches)
 {
     std::vector<std::string> links;
     for (const NSRegularExpression::Match& match : matches) {
-        const auto url = parseURL(match.URL);
-        const bool opensStore = url
-            && std::any_of(std::begin(storeSchemes), std::end(storeSchemes),
-                [&](const char* scheme) { return url->scheme == scheme; });
-        if (opensStore || (url && url->resourceSpecifier.find(storeHost) != std::string::npos))
+        // By its text: an address with a stray percent sign opens the store as well.
+        const std::string_view url = match.URL;
+        const size_t colon = std::min(url.find(':'), url.size());
+        const bool opensStore = std::any_of(std::begin(storeSchemes), std::end(storeSchemes),
+            [&](const char* scheme) { return url.substr(0, colon) == scheme; });
+        if (opensStore || url.substr(colon).find(storeHost) != std::string_view::npos)
             links.push_back(match.URL);
     }
     return links;
@@ -39,10 +39,10 @@ std::vector<std::string> getAllURLsFrom(const LinkMatches& matches)
 
 void findStoreLinks(std::string markup, std::function<void(std::vector<std::string>)> found)
 {
-    const auto length = utf16Length(markup);
+    // The manager takes the whole text, whatever the range: no need to measure it.
     LMRegularExpressionsBackgroundManager::sharedInstance().matchesInStringInBackgroundWithDetector(
-        NSDataDetector::dataDetectorWithTypes(NSTextCheckingTypeLink, storeHost), std::move(markup), 0,
-        { 0, length }, [found = std::move(found)](const std::optional<LinkMatches>& matches) {
+        NSDataDetector::dataDetectorWithTypes(NSTextCheckingTypeLink, storeHost), std::move(markup), 0, {},
+        [found = std::move(found)](const std::optional<LinkMatches>& matches) {
             if (matches && !matches->empty())
                 found(getURLFrom(*matches));
         });

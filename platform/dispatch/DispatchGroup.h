@@ -12,7 +12,8 @@ public:
     /// Balances one `enter`. One too many is ignored.
     void leave();
     /// Posts a task once nothing is under way: at once, or at the `leave` that balances the last `enter`.
-    /// Tasks are posted in the order in which they came. The queue is borrowed until then.
+    /// Those that wait for the same `leave` are posted in the order in which they came. The queue is borrowed
+    /// until then.
     void notify(DispatchQueue& queue, Task task);
 
 private:

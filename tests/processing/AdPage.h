@@ -16,10 +16,12 @@ inline constexpr const char* recordWithMarkup
 /// A phone on which a network shows an ad: a web view in a banner of its own, its delegate a diary of a class
 /// that the network's processor is known by.
 struct AdPage {
-    explicit AdPage(const char* record = recordWithMarkup, bool starts = true)
+    explicit AdPage(
+        const char* record = recordWithMarkup, bool starts = true,
+        const WebEngineFactory& makeEngine = [] { return std::make_shared<PageEngine>(); })
         : world(World::Options { .record = record })
     {
-        setWebEngineFactory([this] { return engine = std::make_shared<PageEngine>(); });
+        setWebEngineFactory([this, makeEngine] { return engine = makeEngine(); });
         diary = alloc<NavigationDiary>(ClassBuilder("AMMRAdView", classOf<NavigationDiary>()).build());
         if (starts)
             world.start();
@@ -37,6 +39,12 @@ struct AdPage {
             = "<body style='margin:0'><a href='" + link + "'><img width=320 height=50></a>" + more;
         view->loadHTMLString(html, "https://ads.example.com/a");
         world.phone.wait(1);
+    }
+    /// Lets an engine that runs outside the virtual clock go on, until something has happened.
+    bool waitFor(const std::function<bool()>& condition)
+    {
+        constexpr double realSeconds = 20;
+        return world.phone.clock().drainUntil(condition, realSeconds);
     }
     /// The page follows its link by itself.
     void followLink()
@@ -58,7 +66,7 @@ struct AdPage {
     }
 
     World world;
-    std::shared_ptr<PageEngine> engine;
+    std::shared_ptr<WebEngine> engine;
     std::shared_ptr<NavigationDiary> diary;
     std::shared_ptr<UIView> banner { make<UIView>() };
     std::shared_ptr<WKWebView> view;

@@ -27,8 +27,10 @@ TEST(FakeAdControllerTest, ALinkThatNobodyTappedIsARedirect)
     EXPECT_NE(report["html"].stringOrEmpty().find("<p>creative</p>"), std::string::npos);
     EXPECT_TRUE(ad.diary->lines.ends_with("asked 0 https://shop.example.com/x")) << "the network decides";
 
-    ad.world.phone.tapAt({ 20, 110 });
+    ad.diary->lines.clear();
+    ad.world.phone.tap(*ad.view);
     ad.world.phone.wait(1);
+    EXPECT_EQ(ad.diary->lines, "asked 0 https://shop.example.com/x") << "the page gets the tap as well";
     ad.followLink();
     EXPECT_EQ(ad.events(), "redirect ") << "a tap makes every link of this showing the user's";
     ad.diary->policy = WKNavigationPolicyAllow;

@@ -1,6 +1,7 @@
+#include "core/TDActivationManager.h"
 #include "interception/TDMetadataClassProtocol.h"
 #include "platform/avfoundation/AVPlayerLayer.h"
-#include "platform/uikit/UIImageView.h"
+#include "platform/uikit/UITapGestureRecognizer.h"
 #include "processing/StoreLinks.h"
 #include "service/TDEventModel.h"
 #include "support/NSDateExtensions.h"
@@ -89,6 +90,15 @@ TEST_F(LMAdViewProcessorTest, ALookCountsWhatIsHiddenOrTooOld)
             [&] {
                 view->setFrame({ { -1, 100 }, { 320, 50 } });
             } },
+        { "above it",
+            [&] {
+                view->setFrame({ { 10, -1 }, { 320, 50 } });
+            } },
+        { "clipped away",
+            [&] {
+                view->setFrame({ { 10, 100 }, {} });
+                view->setClipsToBounds(true);
+            } },
         { "hidden", [&] { view->setHidden(true); } },
         { "in something hidden", [&] { world.phone.content().setHidden(true); } },
         { "in a hidden window", [&] { world.phone.window().setHidden(true); } },
@@ -107,6 +117,7 @@ TEST_F(LMAdViewProcessorTest, ALookCountsWhatIsHiddenOrTooOld)
     }
     world.phone.content().addSubview(view);
     view->setFrame({ { 10, 100 }, {} });
+    view->setClipsToBounds(false);
     EXPECT_EQ(counterAfterALook(1), 1) << "no size, not clipped: neither";
     view->setFrame({ { 10, 100 }, { 320, 50 } });
     showFor(300);
@@ -206,7 +217,13 @@ TEST_F(LMAdViewProcessorTest, FingersOnTheAdAreTaps)
     processor->setTapTimestampToZero();
     const auto other = make<UIView>();
     processor->addGestureRecognizersToView(*other);
-    EXPECT_EQ(other->gestureRecognizers().size(), 4u);
+    ASSERT_EQ(other->gestureRecognizers().size(), 4u);
+    for (int fingers : { 1, 2, 3 }) {
+        const auto tap = as<UITapGestureRecognizer>(
+            std::static_pointer_cast<Object>(other->gestureRecognizers().at(fingers - 1)));
+        EXPECT_EQ(tap->numberOfTouchesRequired(), fingers);
+        EXPECT_EQ(tap->delegate(), processor.get());
+    }
     std::weak_ptr<LMAdViewProcessor> dying = processor;
     processor.reset();
     EXPECT_TRUE(dying.expired()) << "recognizers do not keep it";
@@ -277,14 +294,94 @@ TEST(AdMarkupTest, MarkupIsReadOnceUntilThereIsSome)
     EXPECT_EQ(heard, "kept");
 }
 
+TEST(AdMarkupTest, APageThatNeverAnswersHoldsNothingUp)
+{
+    static std::vector<WKScriptCompletion> kept;
+    AdPage ad;
+    ad.load("https://shop.example.com/");
+    const auto processor = processorOf(ad.view);
+    for (const bool keeps : { true, false }) {
+        class_replaceMethod(
+            classOf<WKWebView>(), sel::evaluateJavaScript,
+            keeps ? +[](id, SEL, const std::string&,
+                         const WKScriptCompletion& completion) { kept.push_back(completion); }
+                  : +[](id, SEL, const std::string&, const WKScriptCompletion&) {},
+            &methodEncoding<void, std::string, WKScriptCompletion>());
+        int heard = 0;
+        processor->getNewHTMLWithPurpose(LMAdViewProcessor::HTMLPurpose::Event,
+            [&](bool success, const std::string&) { heard += success ? 100 : 1; });
+        processor->setCreateAtTimestamp(7);
+        EXPECT_NE(processor->createAtTimestamp(), 7) << "the showing waits for the markup";
+        ad.world.phone.wait(9);
+        EXPECT_EQ(heard, keeps ? 0 : 1) << "dropped is answered";
+        ad.world.phone.wait(2);
+        EXPECT_EQ(heard, 1);
+        EXPECT_EQ(processor->createAtTimestamp(), 7) << "or for nothing";
+        processor->screenshotProcessing();
+    }
+    for (const auto& completion : std::exchange(kept, {}))
+        completion("late", std::nullopt);
+}
+
+TEST(AdMarkupTest, ALookAsksForADescription)
+{
+    struct Described : LMAdViewProcessor {
+        using LMAdViewProcessor::describeAd;
+        NSDictionary getOtherInfo() override { return { { "video", "v.mp4" } }; }
+    };
+    test::StartedWorld world;
+    const auto view = make<UIView>();
+    const auto ad = alloc<Described>();
+    const auto targeting = +[](id, SEL) -> Value {
+        return NSDictionary { { "DTB(Amazon)", "3.1" }, { "b", "2" } };
+    };
+    object_setClass(*ad,
+        ClassBuilder("Targeted", classOf<LMAdViewProcessor>())
+            .method("customTargeting"_sel, targeting)
+            .protocol(CustomTargetingProtocol)
+            .build());
+    send(ad, sel::initWithAdObject, view);
+    ad->setLumoraCrId("blocked");
+    const NSDictionary described = ad->describeAd();
+    EXPECT_EQ(described["info"],
+        Value { "{\n  \"other\" : {\n    \"video\" : \"v.mp4\",\n    \"blocked\" : true\n  }\n}" });
+    EXPECT_EQ(described["sdk"],
+        (Value { NSDictionary { { "name", "sdk name:DTB(Amazon)" }, { "version", "null version:3.1" } } }));
+    ad->setMarkedAsBlankAd(true);
+    EXPECT_EQ((*ad->describeAd()["sdk"].dictionary())["name"], Value { "sdk name:DTB(Amazon):Lumora" });
+    EXPECT_EQ(ad->describeAd()["info"].stringOrEmpty().find("blocked"), std::string::npos);
+}
+
+TEST(AdMarkupTest, FormatsAndTypesByNumber)
+{
+    struct Formatted : LMAdViewProcessor {
+        LMAdFormat getAdFormatId() override { return format; }
+        LMAdFormat format {};
+    };
+    const char* const names[]
+        = { "banner html", "interstitial html", "video video", "native html", "unknown html" };
+    Phone phone { {} };
+    Formatted ad;
+    for (uint64_t number = 0; number < 5; number++) {
+        ad.format = LMAdFormat { number };
+        EXPECT_EQ(ad.getAdFormatInString() + " " + ad.getAdTypeInString(), names[number]);
+    }
+}
+
 TEST(AdMarkupTest, SevenFactsAndTheMarkupFillAnEvent)
 {
     AdPage ad;
     ad.load("https://shop.example.com/");
-    std::string keys;
-    for (const auto& [key, value] : ad.processor()->getBaseInfoAboutAd())
-        keys += key + " ";
-    EXPECT_EQ(keys, "creativeId metadata sdk adFormat adType sdkVersion screenshot ");
+    NSDictionary info = ad.processor()->getBaseInfoAboutAd();
+    const std::string screenshot = info["screenshot"].stringOrEmpty();
+    EXPECT_TRUE(screenshot.starts_with("iVBORw0KGgo")) << "a PNG";
+    const NSDictionary config { { "buttonTap",
+        TDActivationManager::sharedInstance().getConfig()->buttonTap() } };
+    const NSDictionary expected { { "creativeId", "" },
+        { "metadata", NSDictionary { { "placementId", "" }, { "config", config } } }, { "sdk", "Amazon" },
+        { "adFormat", "banner" }, { "adType", "html" }, { "sdkVersion", "version param is not available" },
+        { "screenshot", screenshot } };
+    EXPECT_EQ(info, expected);
     const auto event = test::eventOf("redirect");
     event->addAdditionalInfo({ { "sdkDetected", true } });
     bool isFilled = false;
@@ -292,7 +389,10 @@ TEST(AdMarkupTest, SevenFactsAndTheMarkupFillAnEvent)
     ad.world.phone.wait(1);
     EXPECT_TRUE(isFilled);
     EXPECT_EQ((*event->additionalInfo())["sdkDetected"], Value {}) << "kept: replaced";
-    EXPECT_EQ(event->additionalInfo()->find("config")->dictionary()->size(), 1u);
+    EXPECT_EQ(event->sdk(), "Amazon");
+    EXPECT_EQ(event->sdkVersion(), "version param is not available");
+    EXPECT_EQ(event->adFormat(), "banner");
+    EXPECT_EQ(event->screenshot(), screenshot);
     EXPECT_TRUE(event->html()->starts_with("<html>"));
     const auto gone = processorOf(make<UIView>());
     EXPECT_EQ(gone->getBaseInfoAboutAd()["screenshot"], Value { "" });

@@ -122,8 +122,11 @@ TEST_F(ProcessorsManagerTest, ASuspendedAdWaitsForItsNextShowing)
 
 TEST_F(ProcessorsManagerTest, TheBackgroundStopsTheTicks)
 {
+    const auto second = NSTimer::scheduledTimerWithTimeInterval(1000, make<NSObject>(), "x"_sel, false);
+    manager.setBlacklistUpdatingTimer(second);
     world.phone.sendToBackground();
     EXPECT_EQ(pendingTicks(), 0u);
+    EXPECT_FALSE(second->isValid());
     world.phone.bringToForeground();
     world.phone.wait(0);
     EXPECT_EQ(pendingTicks(), 1u);
@@ -157,6 +160,7 @@ TEST_F(ProcessorsManagerTest, AnEventGoesToEveryProcessorOfItsAd)
     const auto view = processor->adObject();
     show();
     manager.addProcessor(processor);
+    manager.eventFired(nullptr, view);
     manager.eventFired(test::eventOf("redirect"), view);
     world.phone.wait(1);
     EXPECT_EQ(world.service.reports().size(), 2u) << "one each";

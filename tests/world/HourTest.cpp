@@ -98,8 +98,8 @@ public:
     }
     size_t viewsAlive() const
     {
-        return static_cast<size_t>(std::count_if(
-            m_views.begin(), m_views.end(), [](const auto& view) { return !view.expired(); }));
+        return static_cast<size_t>(
+            std::count_if(m_views.begin(), m_views.end(), [](const auto& view) { return !view.expired(); }));
     }
     size_t adsShown() const { return m_views.size(); }
 
@@ -118,13 +118,13 @@ private:
     World::Options options()
     {
         return { .record = record(true), .adjust = [this](Phone::Options& phone) {
-            phone.onBoot = [this] {
-                for (const StandInNetwork* network : m_networks)
-                    network->install();
-            };
-            phone.screen
-                = { .width = 320, .height = 120, .scale = 1, .safeAreaTop = 0, .safeAreaBottom = 0 };
-        } };
+                    phone.onBoot = [this] {
+                        for (const StandInNetwork* network : m_networks)
+                            network->install();
+                    };
+                    phone.screen
+                        = { .width = 320, .height = 120, .scale = 1, .safeAreaTop = 0, .safeAreaBottom = 0 };
+                } };
     }
     unsigned upTo(unsigned most) { return std::uniform_int_distribution<unsigned>(0, most)(m_random); }
 
@@ -162,7 +162,9 @@ private:
 
     static std::string record(bool active)
     {
-        return std::string { R"({"ttlConfig": 500, "reportHTML": true, "eventHTML": true, "inspectHTML": true,)" }
+        return std::string {
+            R"({"ttlConfig": 500, "reportHTML": true, "eventHTML": true, "inspectHTML": true,)"
+        }
         + R"("retryAfter": 60, "retryLimit": -1, "active": )" + (active ? "true}" : "false}");
     }
     void setRecord(bool active)
