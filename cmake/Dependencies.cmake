@@ -12,6 +12,6 @@ pkg_check_modules(Pango REQUIRED IMPORTED_TARGET pangocairo pangoft2 fontconfig 
 pkg_check_modules(Deflate REQUIRED IMPORTED_TARGET libdeflate)
 pkg_check_modules(Mnl REQUIRED IMPORTED_TARGET libmnl)
 find_package(litehtml REQUIRED)
+pkg_check_modules(WebKit IMPORTED_TARGET webkit2gtk-4.1 x11)
 # Optional: pictures in videos.
 pkg_check_modules(GStreamer IMPORTED_TARGET gstreamer-1.0 gstreamer-app-1.0 gstreamer-video-1.0)
-pkg_check_modules(WebKit IMPORTED_TARGET webkit2gtk-4.1)

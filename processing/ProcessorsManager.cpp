@@ -49,7 +49,8 @@ bool isDue(LMAdViewProcessor& processor, double now, int64_t maxTime)
     if (offline == 0)
         return true;
     // Its hashes are never absent, only "error": an ad that was hidden is looked at again while it is young.
-    if (age > static_cast<double>(maxTime / 3)) {
+    const int64_t youth = maxTime / 3;
+    if (age > static_cast<double>(youth)) {
         processor.setOfflineStateCounter(offline + 1);
         return false;
     }

@@ -77,6 +77,7 @@ private:
     void toPage(std::function<void(WebKitPage&)> task);
     void askForPicture();
     void endScripts(int code, const char* why);
+    void endEverything();
 
     void actionAsked(Question question, WebLoad load, const WebAction& action) override;
     void redirectAsked(Question question, WebLoad load, const WebAction& action);
@@ -130,7 +131,13 @@ WebKitEngine::~WebKitEngine()
 
 void WebKitEngine::toPage(std::function<void(WebKitPage&)> task)
 {
-    WebKitThread::instance().post([page = m_webPage, task = std::move(task)] { task(*page); });
+    if (WebKitThread::instance().post([page = m_webPage, task = std::move(task)] { task(*page); }))
+        return;
+    // The engine is gone for good.
+    dispatch_get_main_queue().async([weakSelf = weak_from_this()] {
+        if (const auto self = weakSelf.lock())
+            self->endEverything();
+    });
 }
 
 void WebKitEngine::endScripts(int code, const char* why)
@@ -163,7 +170,7 @@ WebLoad WebKitEngine::loadHTML(std::string html, std::string baseURL)
 {
     Load load;
     load.source.request.url = baseURL.empty() ? blankURL : repairedUTF8(baseURL);
-    load.source.html = std::move(html);
+    load.source.html = std::make_shared<const std::string>(std::move(html));
     return begin(std::move(load));
 }
 
@@ -173,7 +180,7 @@ WebLoad WebKitEngine::loadRequest(NSMutableURLRequest request)
     load.source.request = std::move(request);
     load.source.request.url = repairedUTF8(load.source.request.url);
     if (load.source.request.url == blankURL)
-        load.source.html.emplace();
+        load.source.html = std::make_shared<const std::string>();
     return begin(std::move(load));
 }
 
@@ -454,14 +461,19 @@ void WebKitEngine::drawn(const UIImage& picture)
         askForPicture();
 }
 
+void WebKitEngine::endEverything()
+{
+    const char* why = "the page's process ended";
+    endScripts(WKErrorWebContentProcessTerminated, why);
+    if (m_load)
+        fail({ WKErrorDomain, WKErrorWebContentProcessTerminated, why });
+}
+
 void WebKitEngine::terminated()
 {
     m_allowed = {};
     m_awaitsPicture = m_wantsPicture = false;
-    const NSError error { WKErrorDomain, WKErrorWebContentProcessTerminated, "the page's process ended" };
-    endScripts(WKErrorWebContentProcessTerminated, "the page's process ended");
-    if (m_load)
-        fail(error);
+    endEverything();
     if (m_client)
         m_client->didTerminate();
 }
@@ -472,7 +484,7 @@ const std::string& webKitEngineProblem() { return WebKitThread::instance().probl
 
 std::shared_ptr<WebEngine> makeWebKitEngine()
 {
-    if (!webKitEngineProblem().empty())
+    if (!WebKitThread::instance().isRunning())
         return nullptr;
     s_saidUnshielded.run([] {
         if (!WebKitThread::instance().isSandboxed())

@@ -234,7 +234,7 @@ void WebKitPage::load(WebLoad number, const Source& source)
     m_expected.push_back({ number, textOf(webkit_uri_request_get_uri(request)) });
     m_wanted = number;
     m_current = 0;
-    m_isGiven = source.html.has_value();
+    m_isGiven = source.html != nullptr;
     m_awaitsServer = !m_isGiven && isOfServer(m_expected.back().url);
     if (source.html) {
         GBytes* bytes = g_bytes_new(source.html->data(), source.html->size());

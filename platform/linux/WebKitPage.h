@@ -80,10 +80,11 @@ private:
 /// comes through the engine's thread and nowhere else. After `close` it does nothing.
 class WebKitPage : public std::enable_shared_from_this<WebKitPage> {
 public:
-    /// What is to be loaded: markup at an address, or an address.
+    /// What is to be loaded: markup at an address, or, without any, the address. Markup may be long, so it is
+    /// shared.
     struct Source {
         NSMutableURLRequest request;
-        std::optional<std::string> html;
+        std::shared_ptr<const std::string> html;
     };
 
     WebKitPage(std::shared_ptr<WebKitSession> session, std::shared_ptr<WebKitHostLink> host)

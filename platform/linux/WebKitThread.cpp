@@ -5,7 +5,9 @@
 #include <array>
 #include <chrono>
 #include <cstdlib>
+#include <gdk/gdkx.h>
 #include <gtk/gtk.h>
+#include <thread>
 #include <utility>
 
 namespace lumora {
@@ -44,10 +46,11 @@ WebKitThread& WebKitThread::instance()
 WebKitThread::WebKitThread()
 {
     // Neither settings nor accessibility services are asked or changed.
-    setenv("GSETTINGS_BACKEND", "memory", 1);
-    setenv("NO_AT_BRIDGE", "1", 1);
+    // As the header of the engine says, there are no other threads yet.
+    setenv("GSETTINGS_BACKEND", "memory", 1); // NOLINT(concurrency-mt-unsafe)
+    setenv("NO_AT_BRIDGE", "1", 1); // NOLINT(concurrency-mt-unsafe)
     const SignalsBlocked blocked;
-    m_thread = std::thread([this] { run(); });
+    std::thread([this] { run(); }).detach();
     Locker hold(m_lock);
     while (!m_isReady)
         hold.wait(m_changed);
@@ -58,12 +61,22 @@ std::string WebKitThread::start()
     m_display = std::make_unique<XvfbDisplay>();
     if (m_display->name().empty())
         return "Xvfb does not start";
-    setenv("DISPLAY", m_display->name().c_str(), 1);
+    setenv("DISPLAY", m_display->name().c_str(), 1); // NOLINT(concurrency-mt-unsafe)
     gdk_set_allowed_backends("x11");
     // The locale is the host's.
     gtk_disable_setlocale();
     if (!gtk_init_check(nullptr, nullptr))
         return "the display cannot be opened";
+    // A screen that goes, killed by somebody, would end the program.
+    XSetIOErrorHandler([](Display*) { return 0; });
+    XSetIOErrorExitHandler(
+        gdk_x11_get_default_xdisplay(),
+        [](Display* display, void* thread) {
+            static_cast<WebKitThread*>(thread)->quit();
+            // The library locked it for an end of the program that does not come.
+            XUnlockDisplay(display);
+        },
+        this);
     m_isSandboxed = canMakeSandbox();
     return {};
 }
@@ -86,14 +99,31 @@ void WebKitThread::run()
     Locker hold(m_lock);
     m_hasEnded = true;
     m_changed.notify_all();
+    // The thread itself never ends: what the engine then does to its locals may wait for ever, with whoever
+    // joins it.
+    for (;;)
+        hold.wait(m_changed);
 }
 
-void WebKitThread::post(std::function<void()> task)
+void WebKitThread::quit()
+{
+    Locker hold(m_lock);
+    if (GMainLoop* loop = std::exchange(m_loop, nullptr))
+        g_main_loop_quit(loop);
+}
+
+bool WebKitThread::isRunning()
+{
+    Locker hold(m_lock);
+    return m_loop != nullptr;
+}
+
+bool WebKitThread::post(std::function<void()> task)
 {
     using Task = std::function<void()>;
     Locker hold(m_lock);
     if (!m_loop)
-        return;
+        return false;
     // Never `g_main_context_invoke`: it may run the task here, on the caller's thread.
     g_idle_add_full(
         G_PRIORITY_DEFAULT,
@@ -106,28 +136,18 @@ void WebKitThread::post(std::function<void()> task)
             return G_SOURCE_REMOVE;
         },
         new Task(std::move(task)), [](void* posted) { delete static_cast<Task*>(posted); });
+    return true;
 }
 
 void WebKitThread::stop()
 {
     // A page may keep the thread, but not the program's end.
     constexpr std::chrono::seconds longest { 2 };
-    post([this] {
-        Locker hold(m_lock);
-        g_main_loop_quit(std::exchange(m_loop, nullptr));
-    });
+    post([this] { quit(); });
     const auto end = std::chrono::steady_clock::now() + longest;
-    bool hasEnded = false;
-    {
-        Locker hold(m_lock);
-        while (!m_hasEnded && std::chrono::steady_clock::now() < end)
-            hold.waitFor(m_changed, end - std::chrono::steady_clock::now());
-        hasEnded = m_hasEnded;
-    }
-    if (hasEnded)
-        m_thread.join();
-    else
-        m_thread.detach();
+    Locker hold(m_lock);
+    while (!m_hasEnded && std::chrono::steady_clock::now() < end)
+        hold.waitFor(m_changed, end - std::chrono::steady_clock::now());
 }
 
 } // namespace lumora

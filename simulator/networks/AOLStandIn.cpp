@@ -32,6 +32,8 @@ std::shared_ptr<UIView> identifiedContent(StandInAd& ad, CGSize size, const char
     ad.plantOneOf("creativeId", content, identifierPaths("_creativeId"), "aol-creative-1");
     ad.plantOneOf("placementId", content, identifierPaths("_placementId"), "aol-placement-1");
     ad.expectAd("AOL", version, adFormat);
+    ad.setDelegate(ad.adView, "MMWebComponent");
+    ad.expectProcessor("LMAOLProcessor", "unknown");
     return content;
 }
 

@@ -9,7 +9,6 @@ constexpr const char* version = "4.4.1";
 void install()
 {
     installVersion<version>("AdColony", "getSDKVersion");
-    standInClass("ADCWebViewModule", classOf<NSObject>());
     ClassBuilder("AdColonyInterstitial", classOf<NSObject>())
         .method("showWithPresentingViewController:"_sel, &standInMethod<bool, id>);
     ClassBuilder("ADCContainer", classOf<UIViewController>())
@@ -20,6 +19,7 @@ void install()
 void showInterstitial(StandInAd& ad)
 {
     ad.expectAd("AdColony", version, "interstitial");
+    ad.expectProcessor("LMAdColonyInterstitialProcessor", "interstitial");
     const auto interstitial = ad.keep(standInObject("AdColonyInterstitial",
         { { "sessionID", "session-1" }, { "zoneID", "vz-zone-1" }, { "adID", int64_t { 77 } } }));
     ad.plant("creativeId", interstitial, "creativeID", int64_t { 4711 });
@@ -32,8 +32,7 @@ void showInterstitial(StandInAd& ad)
     ad.call<bool>(interstitial.get(), "showWithPresentingViewController:", &ad.screen());
     ad.call<void>(controller.get(), "setPresenting:", true);
     ad.expectAnnouncement(*controller, "viewDidAppear:");
-    if (const auto webView = as<WKWebView>(ad.adView))
-        send(webView, sel::setNavigationDelegate, ad.keep(standInObject("ADCWebViewModule")));
+    ad.setDelegate(ad.adView, "ADCWebViewModule");
 }
 
 } // namespace

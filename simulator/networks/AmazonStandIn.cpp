@@ -6,20 +6,19 @@ namespace {
 
 constexpr const char* version = "2.2.17";
 
+constexpr const char* bannerClass = "AMMRAdView";
+constexpr const char* interstitialClass = "AMAMraidInterstitialAdView";
+
 void install()
 {
     installVersion<version>("AmazonAdRegistration", "version", "sharedRegistration");
-    standInClass("AMMRAdView", classOf<UIView>());
-    standInClass("AMAMraidInterstitialAdView", classOf<UIView>());
+    ClassBuilder(bannerClass, classOf<UIView>())
+        .method(sel::didMoveToWindow, &standInDidMoveToWindow<bannerClass>);
+    ClassBuilder(interstitialClass, classOf<UIView>())
+        .method(sel::didMoveToWindow, &standInDidMoveToWindow<interstitialClass>);
 }
 
 const char* const creatives[] = { R"({"crId":"4711"})", R"({"cid" : 4711})", R"({"cid":"1","crId":"4711"})" };
-
-void setDelegate(StandInAd& ad, const std::shared_ptr<Object>& delegate)
-{
-    if (const auto webView = as<WKWebView>(ad.adView))
-        send(webView, sel::setNavigationDelegate, delegate);
-}
 
 void plantData(
     StandInAd& ad, const std::shared_ptr<Object>& root, const std::string& path, const char* adFormat)
@@ -31,18 +30,22 @@ void plantData(
 
 void showBanner(StandInAd& ad)
 {
-    const auto view = ad.container("AMMRAdView", { 320, 50 });
+    const auto view = ad.container(bannerClass, { 320, 50 });
     plantData(ad, view, "_displayController._mraidView._delegate._delegate._data", "banner");
+    ad.expectProcessor("LMAmazonProcessor", "banner");
+    ad.expectMessage(view.get(), "didMoveToWindow");
     ad.place(view);
-    setDelegate(ad, view);
+    ad.setDelegate(ad.adView, view);
 }
 
 void showInterstitial(StandInAd& ad)
 {
-    const auto view = ad.container("AMAMraidInterstitialAdView", ad.fullScreen());
+    const auto view = ad.container(interstitialClass, ad.fullScreen());
     plantData(ad, view, "_browsingController._adView._delegate._delegate._data", "interstitial");
+    ad.expectProcessor("LMAmazonProcessor", "interstitial");
+    ad.expectMessage(view.get(), "didMoveToWindow");
     ad.present("AMAInterstitialViewController", view);
-    setDelegate(ad, view);
+    ad.setDelegate(ad.adView, view);
 }
 
 } // namespace

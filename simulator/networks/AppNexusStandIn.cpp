@@ -42,6 +42,8 @@ std::shared_ptr<UIView> makeContent(StandInAd& ad, CGSize size, const std::strin
     ad.expect("creativeId", creativeId);
     ad.plant("placementId", content, "_webViewController._adViewANJAMDelegate.__placementId", 10433394);
     ad.adView = webView;
+    ad.setDelegate(webView, "ANAdWebViewController");
+    ad.expectProcessor("LMAppNexusProcessor", "unknown");
     return content;
 }
 

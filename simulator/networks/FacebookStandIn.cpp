@@ -9,7 +9,6 @@ constexpr const char* version = "6.2.1";
 void install()
 {
     installVersion<version>("FBAudienceNetwork", "FB_AD_SDK_VERSION");
-    standInClass("FBAdWebKitContentContainer", classOf<NSObject>());
     ClassBuilder("FBAdEventManager", classOf<NSObject>())
         .method("dispatchEventsImmediately"_sel, &standInMethod<void>);
     ClassBuilder("FBDisplayAdController", classOf<NSObject>())
@@ -36,15 +35,16 @@ void showBanner(StandInAd& ad)
             "_delegate._delegate._delegate._delegate._placementID" },
         "fb-placement-1");
     ad.place(banner);
-    if (const auto webView = as<WKWebView>(ad.adView))
-        send(webView, sel::setNavigationDelegate, ad.keep(standInObject("FBAdWebKitContentContainer")));
+    ad.setDelegate(ad.adView, "FBAdWebKitContentContainer");
+    ad.expectProcessorOfPage("LMFacebookProcessor", "banner");
 }
 
 void showInterstitial(StandInAd& ad)
 {
     ad.expectAd("Facebook", version, "interstitial");
     dispatchEvents(ad);
-    const auto content = ad.container("FBAdContentView", ad.fullScreen());
+    const auto content = ad.container("FBInterstitialVideoAdContentView", ad.fullScreen());
+    ad.expectProcessor("LMFacebookProcessor", "interstitial");
     ad.plant("placementId", ad.adView, "_delegate._delegate._placementID", "fb-placement-2");
     const auto controller = ad.keep(standInObject("FBDisplayAdController"));
     ad.present("FBInterstitialAdViewController", content);

@@ -10,6 +10,18 @@ using Completion = std::function<void(int64_t)>;
 
 constexpr const char* bidderVersion = "3.4.6";
 
+constexpr const char* adMob = "AdMob";
+constexpr const char* adMobUnit = "ca-app-pub-3940256099942544/3986624511";
+constexpr const char* adMobBanner = "GADBannerView";
+constexpr const char* adMobProcessor = "LMGADViewProcessor";
+constexpr const char* adMobInterstitial = "GADInterstitial";
+constexpr const char* interstitialProcessor = "LMGADInterstitialProcessor";
+constexpr const char* adManager = "DFP";
+constexpr const char* adManagerUnit = "/6499/example/native";
+constexpr const char* adManagerBanner = "DFPBannerView";
+constexpr const char* adManagerProcessor = "LMDFPBannerProcessor";
+constexpr const char* adManagerInterstitial = "DFPInterstitial";
+
 // -[GADTransactionTable objectForKey:] and -[GADHTTPResponse allHeaderFields]
 std::shared_ptr<Object> objectForKey(id self, SEL, id task)
 {
@@ -44,6 +56,18 @@ void plantIdentifiers(StandInAd& ad, const std::shared_ptr<Object>& support)
     ad.expect("DTB(Amazon)", bidderVersion);
 }
 
+constexpr const char* creative = "4711";
+
+/// The headers of the answer that brought the ad name its creative, in AdMob's words and in the others'.
+void plantHeaders(StandInAd& ad)
+{
+    const NSDictionary headers { { "Date", "now" },
+        { "x-afma-debug-dialog", "id=1&AdGroup%2BCreative%2BID%2B0%3D4711%26crid0:4711,agcid=2" } };
+    if (ad.adView)
+        ad.plantForProcessor(
+            "creativeId", retain(ad.adView->superview()), "_delegate._ad._responseHeaders", headers);
+}
+
 void loadBanner(StandInAd& ad, const std::shared_ptr<UIView>& banner, const std::shared_ptr<UIView>& rendered)
 {
     const std::string path = "_bannerView._bannerAd._adView._view._view._viewToSwap";
@@ -58,13 +82,17 @@ void loadBanner(StandInAd& ad, const std::shared_ptr<UIView>& banner, const std:
     ad.call<void>(banner.get(), "adViewDidReceiveAd:", ad.keep(standInObject("GADAd")).get());
 }
 
-template <const char* const& className, const char* const& sdk> void showBanner(StandInAd& ad)
+template <const char* const& className, const char* const& sdk, const char* const& processor>
+void showBanner(StandInAd& ad)
 {
     const auto banner = ad.keep(GoogleStandIn::makeBanner({ 320, 50 }, className));
     ad.place(banner);
     const auto rendered = renderedView(ad, { 320, 50 });
     plantIdentifiers(ad, rendered);
     ad.expectAd(sdk, GoogleStandIn::version, "banner");
+    plantHeaders(ad);
+    ad.expectProcessor(processor, "banner", { { "creativeId", creative } });
+    ad.setDelegate(ad.adView, "GADWebKitWebViewController");
     loadBanner(ad, banner, rendered);
 }
 
@@ -75,6 +103,15 @@ template <const char* const& className, const char* const& sdk> void showInterst
     ad.hold(interstitial, "_webView", ad.adView);
     plantIdentifiers(ad, interstitial);
     ad.expectAd(sdk, GoogleStandIn::version, "interstitial");
+    plantHeaders(ad);
+    // Kept: Ad Manager's have no class of their own. What is no view has nothing around it to ask.
+    ad.expectProcessor(interstitialProcessor, "interstitial", { { "sdk", adMob }, { "creativeId", "" } });
+    ad.expectProcessorOfPage(interstitialProcessor, "interstitial", { { "creativeId", creative } });
+    const auto delegate = ad.keep(standInObject("GADUIKitWebView"));
+    object_setInstanceVariable(*delegate, "_delegate",
+        standInObject(
+            "GADWebAdController", { { "_viewController", standInObject("GADInterstitialViewController") } }));
+    ad.setDelegate(ad.adView, delegate);
     ad.call<void>(interstitial.get(), "adLoadCompletedWithError:", static_cast<id>(nullptr));
     ad.present("GADInterstitialViewController", rendered);
 }
@@ -119,20 +156,16 @@ template <const char* const& adUnit, const char* const& sdk> void showNative(Sta
 
     const auto view = standInView("GADUnifiedNativeAdView", { 320, 50 });
     view->addSubview(renderedView(ad, { 320, 50 }));
+    plantHeaders(ad);
+    // Kept: there is none for native ads.
+    ad.expectProcessor(adMobProcessor, "banner",
+        { { "sdk", adMob }, { "sdkVersion", GoogleStandIn::version }, { "creativeId", creative } });
+    ad.setDelegate(ad.adView, "GADWebKitWebView");
     ad.plant("button", nativeAd, "_internalNativeAd._nativeAdContext._context._webViewController._webView",
         ad.adView);
     ad.place(view);
     ad.call<void>(view.get(), "setNativeAd:", nativeAd.get());
 }
-
-constexpr const char* adMob = "AdMob";
-constexpr const char* adMobUnit = "ca-app-pub-3940256099942544/3986624511";
-constexpr const char* adMobBanner = "GADBannerView";
-constexpr const char* adMobInterstitial = "GADInterstitial";
-constexpr const char* adManager = "DFP";
-constexpr const char* adManagerUnit = "/6499/example/native";
-constexpr const char* adManagerBanner = "DFPBannerView";
-constexpr const char* adManagerInterstitial = "DFPInterstitial";
 
 } // namespace
 
@@ -147,6 +180,7 @@ void GoogleStandIn::install()
     ClassBuilder("GADInterstitial", classOf<NSObject>())
         .method("adLoadCompletedWithError:"_sel, &standInMethod<void, id>);
     ClassBuilder("DFPInterstitial", NSClassFromString("GADInterstitial"));
+    ClassBuilder("GADInterstitialViewController", classOf<UIViewController>());
     ClassBuilder("GADUnifiedNativeAdView", classOf<UIView>())
         .method("setNativeAd:"_sel, &standInMethod<void, id>);
     ClassBuilder("GADURLSessionTransactionMonitor", classOf<NSObject>())
@@ -174,8 +208,8 @@ void GoogleStandIn::load(UIView& banner, const Creative& creative)
 const StandInNetwork& googleStandIn()
 {
     static const StandInNetwork network { "Google", &GoogleStandIn::install,
-        { { "banner", 3, &showBanner<adMobBanner, adMob> },
-            { "DFP banner", 3, &showBanner<adManagerBanner, adManager> },
+        { { "banner", 3, &showBanner<adMobBanner, adMob, adMobProcessor> },
+            { "DFP banner", 3, &showBanner<adManagerBanner, adManager, adManagerProcessor> },
             { "interstitial", 3, &showInterstitial<adMobInterstitial, adMob> },
             { "DFP interstitial", 3, &showInterstitial<adManagerInterstitial, adManager> },
             { "native", 3, &showNative<adMobUnit, adMob> },

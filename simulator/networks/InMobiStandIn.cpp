@@ -15,10 +15,21 @@ void install()
             .method("viewDidAppear:"_sel, &standInMethod<void, bool>);
 }
 
+void expectProcessor(StandInAd& ad)
+{
+    ad.setDelegate(ad.adView, "IMWKWebViewController");
+    ad.expectProcessor("LMInMobiProcessor", "unknown");
+}
+
 void showBanner(StandInAd& ad)
 {
     ad.expectAd("InMobi", version, "banner");
-    const auto banner = ad.container("IMBanner", { 320, 50 });
+    const auto banner = standInView("IMBanner", { 320, 50 });
+    const auto rendered = ad.container("IMUIView", { 320, 50 });
+    banner->addSubview(rendered);
+    expectProcessor(ad);
+    ad.plantForProcessor("creativeId", rendered, "_creativeId", "im-creative-1");
+    ad.plantForProcessor("placementId", rendered, "_placementId", "im-placement-1");
     ad.adView = banner;
     ad.plant("creativeId", banner, "_bannerView._ad._manager._ad._delegate._creativeId", "im-creative-1");
     ad.plant("placementId", banner, "_bannerView._ad._placementId", "im-placement-1");
@@ -30,6 +41,7 @@ void showInterstitial(StandInAd& ad, const char* controllerClass)
 {
     ad.expectAd("InMobi", version, "interstitial");
     const auto view = ad.container("IMUIView", ad.fullScreen());
+    expectProcessor(ad);
     ad.adView = view;
     ad.plantOneOf("creativeId", view,
         { "_creativeId", "_delegate._creativeId",

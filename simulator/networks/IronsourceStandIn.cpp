@@ -16,9 +16,10 @@ void install()
 void showInterstitial(StandInAd& ad)
 {
     ad.expectAd("Ironsource", version, "interstitial");
+    ad.expectProcessor("LMIronSourceProcessor", "interstitial");
     const auto publisher = ad.keep(standInObject("SupersonicAdsPublisher"));
     ad.adView = standInView("SupersonicAdsView", ad.fullScreen());
-    ad.adView->addSubview(ad.creative(ad.fullScreen()));
+    ad.adView->addSubview(ad.creative(ad.fullScreen(), "SSWVWKWebView"));
     ad.makeReady(publisher, ad.adView);
     ad.call<void>(publisher.get(), "setSupersonicAdsView:", ad.adView.get());
 }

@@ -22,12 +22,24 @@ void loadContent(StandInAd& ad, UIView& banner, const std::shared_ptr<UIView>& c
     ad.call<void>(&banner, "managerDidLoadAd:", content.get());
 }
 
+/// MoPub's own view of a web view, which knows what kind of ad it shows.
+std::shared_ptr<Object> webViewDelegate(StandInAd& ad, const std::string& adFormat)
+{
+    const bool isBanner = adFormat == "banner";
+    ad.expectProcessor(
+        isBanner ? "LMMoPubBannerProcessor" : "LMMoPubInterstitialProcessor", adFormat.c_str());
+    const auto configuration = standInObject("MPAdConfiguration", { { "_adType", isBanner ? 0 : 1 } });
+    return ad.keep(standInObject("MPWebView",
+        { { "_delegate", standInObject("MPAdConfigured", { { "_configuration", configuration } }) } }));
+}
+
 /// A creative in a container whose delegate knows its identifiers.
 std::shared_ptr<UIView> identifiedContent(StandInAd& ad, CGSize size, const char* adFormat)
 {
     auto content = ad.container("MPClosableView", size);
     ad.plantOneOf("creativeId", content, creativeIdPaths, "dsp-1");
     ad.expectAd("MoPub", MoPubStandIn::version, adFormat);
+    ad.setDelegate(ad.adView, webViewDelegate(ad, adFormat));
     return content;
 }
 
@@ -52,6 +64,7 @@ void showRewarded(StandInAd& ad)
     ad.expectAd("MoPub", MoPubStandIn::version, "interstitial");
     const auto content = ad.container("MPClosableView", ad.fullScreen());
     ad.plant("creativeId", ad.adView, "_delegate._delegate._configuration._creativeId", "mp-rewarded-1");
+    ad.setDelegate(ad.adView, webViewDelegate(ad, "interstitial"));
     const auto manager = ad.keep(standInObject("MPRewardedVideoAdManager"));
     setBehaviour(*manager, [&ad, content] { return ad.present("MPRewardedVideoController", content); });
     const auto reward = ad.keep(standInObject("MPRewardedVideoReward"));

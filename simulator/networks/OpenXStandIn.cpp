@@ -20,11 +20,13 @@ void showBanner(StandInAd& ad)
 {
     ad.expectAd("OpenX", version, "banner");
     const auto banner = standInView("OXMBannerView", bannerSize);
-    const auto webView = ad.creative(bannerSize, "OXMWebView");
+    const auto webView = ad.creative(bannerSize);
     banner->addSubview(webView);
     ad.plant("creativeId", webView, creativePath, "538562284");
     ad.place(banner);
     ad.adView = webView ? webView : banner;
+    ad.setDelegate(webView, "OXMWebView");
+    ad.expectProcessor("LMOpenXProcessor", "unknown");
     ad.call<void>(banner.get(), "adDidDisplay");
 }
 
@@ -38,6 +40,8 @@ void showInterstitial(StandInAd& ad)
     ad.plant("creativeId", container, creativePath, "538562285");
     ad.makeReady(controller, container);
     ad.adView = webView ? webView : retain(container->superview());
+    ad.setDelegate(webView, "OXMWebView");
+    ad.expectProcessor("LMOpenXProcessor", "unknown");
     ad.call<void>(controller.get(), "show");
 }
 

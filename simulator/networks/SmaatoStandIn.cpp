@@ -46,6 +46,12 @@ std::shared_ptr<UIView> rendered(StandInAd& ad, const char* className, CGSize si
     return view;
 }
 
+void expectProcessor(StandInAd& ad)
+{
+    ad.setDelegate(ad.adView, "SOMAAdRenderer");
+    ad.expectProcessor("LMSmaatoProcessor", "unknown");
+}
+
 void load(StandInAd& ad, const char* className, const std::shared_ptr<UIView>& content)
 {
     const auto banner = standInView(className, bannerSize);
@@ -59,6 +65,7 @@ void showBanner(StandInAd& ad)
     const auto content = rendered(ad, "SOMARenderedAdView", bannerSize);
     ad.plant("button", content, "_webView", Value { ad.adView });
     ad.plant("creativeId", content, "_ad._session", "smaato-session-1");
+    expectProcessor(ad);
     load(ad, "SOMAAdView", content);
 }
 
@@ -68,6 +75,7 @@ void showNewerBanner(StandInAd& ad)
     const auto content = rendered(ad, "SOMARenderedView", bannerSize);
     ad.plant("button", content, "_webView", Value { ad.adView });
     ad.plant("creativeId", content, "_adObject.session", "smaato-session-2");
+    expectProcessor(ad);
     load(ad, "SOMAAdView", content);
 }
 
@@ -87,6 +95,7 @@ void showInterstitial(StandInAd& ad)
     const auto content = rendered(ad, "SOMARenderedAdView", ad.fullScreen());
     interstitial->addSubview(content);
     ad.plant("creativeId", content, "_ad._session", "smaato-session-3");
+    expectProcessor(ad);
     ad.makeReady(interstitial, interstitial);
     if (!ad.adView)
         ad.adView = interstitial;

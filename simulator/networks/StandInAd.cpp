@@ -1,6 +1,18 @@
 #include "simulator/networks/StandInAd.h"
 
+#include "platform/webkit/WKNavigationDelegate.h"
+
 namespace lumora {
+
+namespace {
+
+void decidePolicy(id, SEL, id, id, const WKDecisionHandler& decisionHandler)
+{
+    decisionHandler(WKNavigationPolicyAllow);
+}
+void didFinish(id, SEL, id, id) { }
+
+} // namespace
 
 StandInAd::StandInAd(UIViewController& screen, int place, StandInFault fault)
     : StandInFacts(place, std::move(fault))
@@ -71,6 +83,17 @@ void StandInAd::makeReady(const std::shared_ptr<Object>& owner, const std::share
         return nullptr;
     });
     m_presented = controller;
+}
+
+void StandInAd::setDelegate(const std::shared_ptr<UIView>& webView, const std::shared_ptr<Object>& delegate)
+{
+    if (!as<WKWebView>(webView))
+        return;
+    if (!fault().silentDelegates) {
+        class_addMethod(delegate->isa(), sel::webViewDecidePolicyForNavigationAction, &decidePolicy);
+        class_addMethod(delegate->isa(), sel::webViewDidFinishNavigation, &didFinish);
+    }
+    send(webView, sel::setNavigationDelegate, delegate);
 }
 
 void StandInAd::expectMessage(id receiver, const char* selector, const std::vector<Value>& arguments)

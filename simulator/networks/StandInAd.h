@@ -39,6 +39,14 @@ public:
     /// Makes a controller with a full-screen content view ready, which `owner` presents over the host's when
     /// it receives a hooked message.
     void makeReady(const std::shared_ptr<Object>& owner, const std::shared_ptr<UIView>& content);
+    /// The object becomes the delegate of a web view, for which its class answers what the SDK's does: leave
+    /// for an action, and the end of a load. Nothing happens to any other view.
+    void setDelegate(const std::shared_ptr<UIView>& webView, const std::shared_ptr<Object>& delegate);
+    /// The same with an object of that class that the SDK owns.
+    void setDelegate(const std::shared_ptr<UIView>& webView, const char* className)
+    {
+        setDelegate(webView, keep(standInObject(className)));
+    }
     CGSize fullScreen() const { return m_screen.view()->bounds().size; }
     /// The system will send such a message, one turn of the main queue after the controller came on screen.
     void expectAnnouncement(UIViewController& controller, const char* announcement);

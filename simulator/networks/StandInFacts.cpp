@@ -12,6 +12,9 @@ namespace {
 // What an accessor does that fails in a way of its own.
 Value raise(id, SEL) { throw std::runtime_error("the SDK's own trouble"); }
 
+/// Before the name of a field that only the processor reads.
+const std::string ofProcessor = "the processor's ";
+
 constexpr const char* raisingMark = "_raising";
 
 std::string sdkClassName(const Object& object)
@@ -56,6 +59,37 @@ void StandInFacts::plant(const std::string& field, const std::shared_ptr<Object>
     const std::string& keyPath, const Value& value)
 {
     m_expected.set(field, value.isNumber() ? Value { value.description() } : value);
+    lay(field, root, keyPath, value);
+}
+
+void StandInFacts::plantForProcessor(const std::string& field, const std::shared_ptr<Object>& root,
+    const std::string& keyPath, const Value& value)
+{
+    m_processor.set(field, value);
+    lay(ofProcessor + field, root, keyPath, value);
+}
+
+NSDictionary StandInFacts::expectedOfProcessor(const std::vector<std::string>& lost) const
+{
+    if (m_processor["class"].isNothing())
+        return {};
+    const auto isLost
+        = [&](const std::string& field) { return std::find(lost.begin(), lost.end(), field) != lost.end(); };
+    NSDictionary expected;
+    for (const char* field : { "sdk", "sdkVersion", "creativeId", "placementId" }) {
+        const std::string own = ofProcessor + field;
+        const bool isOwn = !m_processor[field].isNothing();
+        const Value& value = isOwn ? m_processor[field] : m_expected[field];
+        expected.set(field, isLost(isOwn ? own : field) || value.isNothing() ? Value { "" } : value);
+    }
+    for (const char* field : { "class", "adFormat" })
+        expected.set(field, m_processor[field]);
+    return expected;
+}
+
+void StandInFacts::lay(const std::string& field, const std::shared_ptr<Object>& root,
+    const std::string& keyPath, const Value& value)
+{
     if (!root || m_fault.nothingPrivate)
         return;
     std::shared_ptr<Object> owner = root;

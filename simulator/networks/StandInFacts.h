@@ -20,6 +20,8 @@ struct StandInFault {
     bool nothingPrivate { false };
     /// The creative has no web view.
     bool noCreative { false };
+    /// The delegates of its web views answer nothing.
+    bool silentDelegates { false };
 };
 
 /// What an SDK privately knows of its ad, laid where a report's fields are read, and what a report must say
@@ -42,6 +44,9 @@ public:
     /// The same for a value that stands in one of several places, the first of which wins.
     void plantOneOf(const std::string& field, const std::shared_ptr<Object>& root,
         const std::vector<std::string>& keyPaths, const Value& value);
+    /// The same for what only the ad's processor reads; `field` is "creativeId" or "placementId".
+    void plantForProcessor(const std::string& field, const std::shared_ptr<Object>& root,
+        const std::string& keyPath, const Value& value);
     /// The name to write into data that is read by name, such as JSON, where the SDK writes `name`: the
     /// fault may have renamed it. `fields` are what of a report is read through it.
     std::string key(const std::vector<std::string>& fields, const std::string& name);
@@ -59,8 +64,27 @@ public:
         m_expectedOtherwise.set(field, value);
     }
 
+    /// The class of the processor that the ad gets, what that calls the format, and what else it says
+    /// otherwise than a report does.
+    void expectProcessor(const char* className, const char* adFormat, const NSDictionary& otherwise = {})
+    {
+        m_processor.addEntriesFrom({ { "class", className }, { "adFormat", adFormat } });
+        m_processor.addEntriesFrom(otherwise);
+    }
+
+    /// The same for what no method tells of, a processor that comes when the ad's page has finished.
+    void expectProcessorOfPage(
+        const char* className, const char* adFormat, const NSDictionary& otherwise = {})
+    {
+        if (!m_fault.silentDelegates)
+            expectProcessor(className, adFormat, otherwise);
+    }
+
     // For whoever shows the ad
 
+    /// What its processor has to say: "class", and the fields of a report; empty if there is to be none.
+    /// `lost` are the fields to which a step failed.
+    NSDictionary expectedOfProcessor(const std::vector<std::string>& lost = {}) const;
     /// What a report has to say, by field.
     const NSDictionary& expected() const { return m_expected; }
     /// What is said when a step to a field fails; empty or absent if it is not in here.
@@ -75,6 +99,8 @@ protected:
     const StandInFault& fault() const { return m_fault; }
 
 private:
+    void lay(const std::string& field, const std::shared_ptr<Object>& root, const std::string& keyPath,
+        const Value& value);
     std::string named(const std::string& step, const std::string& name);
     void addStep(const std::string& step, const std::string& field);
 
@@ -82,6 +108,7 @@ private:
     StandInFault m_fault;
     NSDictionary m_expected;
     NSDictionary m_expectedOtherwise;
+    NSDictionary m_processor;
     Steps m_steps;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/objc/Message.h"
+#include "platform/uikit/UIView.h"
 
 #include <functional>
 #include <memory>
@@ -46,6 +47,13 @@ template <typename R, typename... A> R standInMethod(id self, SEL _cmd, A... arg
         return answer;
     else if constexpr (!std::is_void_v<R>)
         return R(true);
+}
+
+/// `didMoveToWindow` of an SDK's view of that class: notes it, and passes it on.
+template <const char* const& className> void standInDidMoveToWindow(id self, SEL _cmd)
+{
+    noteReceived(self, _cmd);
+    sendSuper(NSClassFromString(className), self, sel::didMoveToWindow);
 }
 
 } // namespace lumora

@@ -8,7 +8,7 @@ const std::vector<const StandInNetwork*>& allStandIns()
         &facebookStandIn(), &moPubStandIn(), &adColonyStandIn(), &unityStandIn(), &aolStandIn(),
         &smaatoStandIn(), &vungleStandIn(), &tapjoyStandIn(), &verizonStandIn(), &openXStandIn(),
         &ironsourceStandIn(), &appNexusStandIn(), &verveStandIn(), &teadsStandIn(), &taboolaStandIn(),
-        &spotXStandIn(), &appLovinStandIn(), &amazonStandIn() };
+        &spotXStandIn(), &appLovinStandIn(), &amazonStandIn(), &rubiconStandIn(), &sharethroughStandIn() };
     return all;
 }
 

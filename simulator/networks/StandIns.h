@@ -43,7 +43,13 @@ const StandInNetwork& teadsStandIn();
 const StandInNetwork& taboolaStandIn();
 const StandInNetwork& spotXStandIn();
 const StandInNetwork& appLovinStandIn();
-/// Has no hooks of its own: known by the delegates of its web views.
+/// Has no hooks for the report button: known by the delegates of its web views.
 const StandInNetwork& amazonStandIn();
+/// These have processors alone.
+const StandInNetwork& rubiconStandIn();
+const StandInNetwork& sharethroughStandIn();
+
+/// A mediator, none of the above: a host that has it is hooked otherwise.
+const StandInNetwork& aatKitStandIn();
 
 } // namespace lumora
