@@ -41,12 +41,17 @@ std::vector<std::string> framesOf(WKWebView& page)
 
 } // namespace
 
+bool LMAVPlayersManager::hasFrames(const LMAdViewProcessor& processor)
+{
+    return as<WKWebView>(processor.adObject()) && processor.html().find("<iframe") != std::string::npos;
+}
+
 void LMAVPlayersManager::processorIframesContainsURL(const std::shared_ptr<LMAdViewProcessor>& processor,
     const std::string& url, const std::function<void(bool)>& completionHandler)
 {
-    const auto page = as<WKWebView>(processor->adObject());
-    if (!page || processor->html().find("<iframe") == std::string::npos)
+    if (!hasFrames(*processor))
         return completionHandler(false);
+    const auto page = as<WKWebView>(processor->adObject());
     dispatch_get_main_queue().async([self = retain(this), page, url, completionHandler] {
         const std::vector<std::string> frames = framesOf(*page);
         if (frames.empty())

@@ -148,26 +148,39 @@ void LMAVPlayersManager::checkProcessorForPlayingVideo(const std::shared_ptr<LMA
     // Whether the markup could be read does not matter: kept, what could not is an empty one.
     processor->getNewHTMLWithPurpose(LMAdViewProcessor::HTMLPurpose::Inspection,
         [self = retain(this), processor](bool, const std::string& html) {
-            for (const auto& observed : std::vector(self->m_avPlayers)) {
-                if (names(html, observed->videoURL()))
-                    return self->disableFullscreenVideoWithProcessor(*processor, observed);
-                self->lookIntoFrames(processor, observed);
-            }
+            // Pages may be large and players many: the main thread does not wait for the search.
+            auto search = [self, processor = processor, html, players = self->m_avPlayers]() mutable {
+                std::vector<bool> isNamed;
+                for (const auto& observed : players)
+                    isNamed.push_back(names(html, observed->videoURL()));
+                // Handed over whole, so that nothing ends on this queue.
+                dispatch_get_main_queue().async(
+                    [self = std::move(self), processor = std::move(processor), players = std::move(players),
+                        isNamed] { self->stopPlayingVideo(processor, players, isNamed); });
+            };
+            self->m_lmAVPlayerObserverQueue->async(std::move(search));
         });
 }
 
-void LMAVPlayersManager::lookIntoFrames(
-    const std::shared_ptr<LMAdViewProcessor>& processor, const std::shared_ptr<LMObservedPlayer>& observed)
+void LMAVPlayersManager::stopPlayingVideo(const std::shared_ptr<LMAdViewProcessor>& processor,
+    const Players& players, const std::vector<bool>& isNamed)
 {
-    auto look = [self = retain(this), processor, observed] {
-        self->processorIframesContainsURL(
-            processor, textOf(observed->videoURL()), [self, processor, observed](bool isNamed) {
-                if (isNamed)
+    const bool looksIntoFrames = hasFrames(*processor);
+    for (size_t i = 0; i < players.size(); i++) {
+        const auto& observed = players[i];
+        // Another ad's check may have stopped it meanwhile.
+        if (std::find(m_avPlayers.begin(), m_avPlayers.end(), observed) == m_avPlayers.end())
+            continue;
+        if (isNamed[i])
+            return disableFullscreenVideoWithProcessor(*processor, observed);
+        if (!looksIntoFrames)
+            continue;
+        processorIframesContainsURL(processor, textOf(observed->videoURL()),
+            [self = retain(this), processor, observed](bool isFound) {
+                if (isFound)
                     self->disableFullscreenVideoWithProcessor(*processor, observed);
             });
-    };
-    m_lmAVPlayerObserverQueue->async(
-        [look = std::move(look)]() mutable { dispatch_get_main_queue().async(std::move(look)); });
+    }
 }
 
 // The end of a video

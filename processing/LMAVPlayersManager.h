@@ -33,8 +33,8 @@ public:
 
     /// Looks at the ads of all processors, the newest first.
     void checkAllProcessors();
-    /// Reads an ad's markup and stops the first observed video that it names. Of the others, looks for the
-    /// address in the ad's frames.
+    /// Reads an ad's markup and stops the first observed video that it names, once a queue of its own has
+    /// searched it. Of those before, looks for the address in the ad's frames.
     void checkProcessorForPlayingVideo(const std::shared_ptr<LMAdViewProcessor>& processor);
     /// Raises the event, hides the ad in its place and leaves the player's controller.
     void disableFullscreenVideoWithProcessor(
@@ -60,15 +60,18 @@ public:
     void setWebViewCompletionBlock(WebViewCompletion block) { m_webViewCompletionBlock = std::move(block); }
 
 private:
-    void lookIntoFrames(const std::shared_ptr<LMAdViewProcessor>& processor,
-        const std::shared_ptr<LMObservedPlayer>& observed);
+    /// The ad is a web view whose last markup has frames.
+    static bool hasFrames(const LMAdViewProcessor& processor);
+    using Players = std::vector<std::shared_ptr<LMObservedPlayer>>;
+    void stopPlayingVideo(const std::shared_ptr<LMAdViewProcessor>& processor, const Players& players,
+        const std::vector<bool>& isNamed);
     void didFinishNavigation(Object* webView, Object* navigation);
     void didFailNavigation(Object* webView, Object* navigation, const NSError& error);
     /// Lets a hidden web view go and answers it; null when it was not one any more.
     std::shared_ptr<WKWebView> takeHiddenWebView(Object* webView);
     void finishLoad(const std::optional<std::string>& html, const std::optional<NSError>& error);
 
-    std::vector<std::shared_ptr<LMObservedPlayer>> m_avPlayers;
+    Players m_avPlayers;
     std::vector<std::shared_ptr<WKWebView>> m_webViewArray;
     // The loads of frame pages that are under way.
     DispatchGroup m_tasks;

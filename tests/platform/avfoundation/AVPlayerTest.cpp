@@ -34,9 +34,10 @@ TEST_P(AVPlayerTest, IsSeenFullScreenUntilTheButtonIsTapped)
     root.presentViewController(controller, false);
     const auto redInTheMiddle = [&] {
         const UIImage screen = phone.screen();
-        const auto middle
-            = static_cast<size_t>(screen.pixelHeight() / 2 * screen.pixelWidth() + screen.pixelWidth() / 2);
-        return screen.pixels()[4 * middle] > 200 && screen.pixels()[4 * middle + 1] < 60;
+        const auto width = static_cast<size_t>(screen.pixelWidth());
+        const auto height = static_cast<size_t>(screen.pixelHeight());
+        const uint8_t* const middle = screen.pixels() + 4 * (height / 2 * width + width / 2);
+        return middle[0] > 200 && middle[1] < 60;
     };
     phone.wait(0.1);
     EXPECT_FALSE(redInTheMiddle());
@@ -55,8 +56,8 @@ TEST_P(AVPlayerTest, PausesAtTheEnd)
         player->setRate(rate);
         EXPECT_TRUE(phone.waitUntil([&] { return player->rate() == 0; }, longest));
         EXPECT_NEAR(player->currentTime(), 1, 0.1);
-        if (GetParam().hasVirtualTime)
-            EXPECT_NEAR(phone.process().now() - start, 1 / rate, 0.001);
+        const double slack = GetParam().hasVirtualTime ? 0.001 : longest;
+        EXPECT_NEAR(phone.process().now() - start, 1 / rate, slack);
     }
 }
 
