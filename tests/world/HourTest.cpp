@@ -269,7 +269,7 @@ TEST(HourTest, WhatTheRetryRuleDropsIsCounted)
     TDActivationManager::sharedInstance().getNewConfig();
     hour.world.phone.wait(1);
     hour.world.setServiceAway(true);
-    for (int ad = 0; ad < 40; ad++)
+    for (int ad = 0; ad < 400 && Hour::stored().size() <= 5; ad++)
         hour.followLinks(3);
     EXPECT_GT(Hour::stored().size(), 5u);
     hour.world.phone.wait(30);
