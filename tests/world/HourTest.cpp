@@ -52,6 +52,8 @@ public:
     /// Shows an ad, if nothing is in its way, and lets its page go somewhere so many times.
     void followLinks(size_t times)
     {
+        // What was presented before may still be going away.
+        world.phone.wait(0.5);
         show();
         for (size_t i = 0; i < times && !m_ads.empty(); i++)
             followLink(*m_ads.back());
