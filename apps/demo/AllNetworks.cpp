@@ -1,6 +1,7 @@
 #include "apps/demo/AllNetworks.h"
 
 #include "lumora/LMReportButtonHelper.h"
+#include "processing/AdProcessingManager.h"
 #include "simulator/Finding.h"
 #include "simulator/SoleObject.h"
 #include "simulator/networks/StandIns.h"
@@ -37,6 +38,8 @@ void reportEveryNetwork(Phone& phone, const ConfigurationService& service, Story
 {
     size_t ads = 0;
     size_t asExpected = 0;
+    size_t watched = 0;
+    size_t withMarkup = 0;
     std::vector<std::vector<std::string>> rows;
     UIViewController& screen = *phone.window().rootViewController();
     for (const StandInNetwork* network : allStandIns()) {
@@ -61,17 +64,26 @@ void reportEveryNetwork(Phone& phone, const ConfigurationService& service, Story
             for (const auto& [field, value] : ad.expected())
                 isComplete &= field == "button" || said(report, field) == value;
             asExpected += isComplete;
+            const size_t markup = report["html"].stringOrEmpty().size();
+            const bool hasPage
+                = AdProcessingManager::sharedInstance().getProcessorReversedBy(ad.adView.get()) != nullptr;
+            watched += hasPage;
+            withMarkup += hasPage && markup > 0;
             rows.push_back({ network->name, format.name, button ? "yes" : "no",
                 said(report, "sdkVersion").stringOrEmpty(), said(report, "adFormat").stringOrEmpty(),
                 said(report, "creativeId").stringOrEmpty(), said(report, "placementId").stringOrEmpty(),
-                furtherIn(report) });
+                markup ? std::to_string(markup) : "", furtherIn(report) });
         }
     }
     story.table(
-        { "network", "ad", "button", "version", "reported as", "creative", "placement", "and" }, rows);
+        { "network", "ad", "button", "version", "reported as", "creative", "placement", "markup", "and" },
+        rows);
     story.expect(asExpected == ads,
         std::to_string(asExpected) + " of " + std::to_string(ads)
             + " ads got their button and a report of all that their SDK knows");
+    story.expect(withMarkup == watched && watched > 0,
+        std::to_string(withMarkup) + " of " + std::to_string(watched)
+            + " that have a processor were reported with their markup");
 }
 
 } // namespace lumora

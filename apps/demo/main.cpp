@@ -22,6 +22,7 @@
 #include "service/TDAPI.h"
 #include "simulator/Finding.h"
 #include "simulator/Phone.h"
+#include "simulator/SoleObject.h"
 #include "simulator/networks/GoogleStandIn.h"
 #include "simulator/networks/MoPubStandIn.h"
 #include "simulator/networks/StandIns.h"
@@ -72,6 +73,7 @@ private:
     void reportAndDeliver(const Ad& ad);
     void reportInterstitial();
     void reportOnSheet(UIView& adView, TDReportButtonView& button);
+    void watchARunaway();
     void reportWhileServiceIsAway(const Ad& ad);
     void restartAndDeliver(const Ad& ad);
     void setServiceAway(bool away);
@@ -95,7 +97,7 @@ Demo::Demo(const Arguments& arguments)
 {
     m_service.setRecord(
         R"({"active": true, "ttlConfig": 3600, "buttonTap": "single", "retryAfter": 300, "retryLimit": 5,
-        "sdks": ["MoPub", "AdMob"]})");
+        "reportHTML": true, "eventHTML": true, "inspectHTML": true, "sdks": ["MoPub", "AdMob"]})");
     if (!arguments.virtualTime)
         m_server.start();
 
@@ -247,6 +249,8 @@ void Demo::checkReport(const Ad& ad, const Arrival& arrival)
     const std::string& screenshot = report["screenshot"].stringOrEmpty();
     m_story->expect(screenshot.starts_with("iVBORw0KGgo"),
         "it carries a screenshot of " + std::to_string(screenshot.size()) + " characters");
+    const size_t markup = report["html"].stringOrEmpty().size();
+    m_story->expect(markup > 0, "it carries the ad's markup, " + std::to_string(markup) + " characters");
     NSDictionary readable = report;
     readable.set("screenshot", "(" + std::to_string(screenshot.size()) + " characters of base64)");
     m_story->document("report-" + std::to_string(arrival.number) + ".json",
@@ -348,6 +352,39 @@ void Demo::reportOnSheet(UIView& adView, TDReportButtonView& button)
         m_phone->waitUntil([&] { return !buttonOn(adView); }, patience), "and takes itself off the ad");
 }
 
+/// An ad that nobody touches goes somewhere by itself. The engine in memory runs no scripts, so there it
+/// stays.
+void Demo::watchARunaway()
+{
+    m_story->chapter("An ad that leaves by itself");
+    StandInAd ad(*m_phone->window().rootViewController());
+    ad.html = markupOf(LUMORA_DEMO_CREATIVES "/runaway.html");
+    amazonStandIn().formats.front().show(ad);
+    m_story->tell("an Amazon banner loads, and nobody touches it");
+    if (!m_arguments.pageEngineBecause.empty())
+        return m_story->tell("its script does not run in the engine in memory: nothing happens");
+    NSDictionary redirect;
+    const auto arrived = [&](const char* type) {
+        for (const Arrival& report : m_service.reports()) {
+            const NSDictionary event = soleObjectIn(report.body);
+            if (event["type"] == Value { type } && event["sdk"] == Value { "Amazon" })
+                redirect = event;
+        }
+        return !redirect.empty();
+    };
+    if (!m_story->expect(m_phone->waitUntil([&] { return arrived("redirect"); }, patience),
+            "the service is told of a redirect that nobody tapped"))
+        return;
+    m_story->expect(redirect["redirectUrl"] == Value { "https://prizes.example.com/claim?from=ad" },
+        "it leads to " + redirect["redirectUrl"].description());
+    m_story->expect(redirect["html"].stringOrEmpty().find("You have won") != std::string::npos,
+        "the event carries the page");
+    redirect = {};
+    m_story->expect(
+        m_phone->waitUntil([&] { return arrived("alert"); }, patience), "and of the dialog in its markup");
+    m_story->picture(m_phone->screen(), "runaway");
+}
+
 void Demo::reportWhileServiceIsAway(const Ad& ad)
 {
     m_story->chapter("The service goes away");
@@ -394,6 +431,7 @@ int Demo::run()
         reportAndDeliver(
             adMob(creatives[std::min(i + 1, creatives.size() - 1)], "fraud", std::to_string(12345 + i)));
     }
+    watchARunaway();
     m_story->chapter("Every network: shown, reported, delivered");
     reportEveryNetwork(*m_phone, m_service, *m_story);
     Ad last = moPub(creatives.front(), "repetitive", "dsp-7999");
