@@ -221,7 +221,7 @@ TEST(PageEngine, StaysOnThePageForPlacesInItAndForScripts)
 }
 
 INSTANTIATE_TEST_SUITE_P(Page, WebEngineTest,
-    testing::Values(
-        EngineUnderTest { [] { return std::make_shared<PageEngine>(); }, [] { return std::string {}; } }));
+    testing::Values(EngineUnderTest {
+        "PageEngine", [] { return std::make_shared<PageEngine>(); }, [] { return std::string {}; } }));
 
 } // namespace lumora::test

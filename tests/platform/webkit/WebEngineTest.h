@@ -66,9 +66,11 @@ private:
 
 /// An engine, and why it cannot be tried here, if so.
 struct EngineUnderTest {
+    const char* name;
     WebEngineFactory make;
     std::function<std::string()> problem;
 };
+inline void PrintTo(const EngineUnderTest& engine, std::ostream* out) { *out << engine.name; }
 
 /// Every engine keeps to this; an engine is one parameter. A test is under virtual time, and waits for what
 /// an engine does outside of it.

@@ -12,7 +12,7 @@ namespace lumora::test {
 
 namespace {
 
-EngineUnderTest webKit() { return { makeWebKitEngine, webKitEngineProblem }; }
+EngineUnderTest webKit() { return { "WebKitEngine", makeWebKitEngine, webKitEngineProblem }; }
 
 std::string redirectTo(const std::string& url)
 {
