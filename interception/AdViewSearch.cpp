@@ -9,6 +9,7 @@
 #include "support/UIViewControllerExtensions.h"
 #include "support/UIViewExtensions.h"
 
+#include <algorithm>
 #include <unordered_set>
 
 namespace lumora {
@@ -22,6 +23,22 @@ constexpr size_t mostObjects = 200;
 bool belongsToTheHost(const std::shared_ptr<Object>& object)
 {
     return as<UIViewController>(object) || as<UIWindow>(object) || as<UIApplication>(object);
+}
+
+/// The view and those below, depth first.
+std::vector<std::shared_ptr<UIView>> viewsIn(const std::shared_ptr<UIView>& root)
+{
+    std::vector<std::shared_ptr<UIView>> views;
+    std::vector<std::shared_ptr<UIView>> ahead;
+    if (root)
+        ahead.push_back(root);
+    while (!ahead.empty() && views.size() < mostObjects) {
+        views.push_back(ahead.back());
+        ahead.pop_back();
+        const auto subviews = views.back()->subviews();
+        ahead.insert(ahead.end(), subviews.rbegin(), subviews.rend());
+    }
+    return views;
 }
 
 } // namespace
@@ -110,14 +127,18 @@ std::shared_ptr<UIView> AdViewSearch::find(const std::shared_ptr<Object>& ad) co
 
 std::shared_ptr<UIView> AdViewSearch::find(const std::shared_ptr<Object>& ad, const ViewTest& isGood) const
 {
-    size_t left = mostObjects;
-    const ViewTest isGoodView = [&](UIView& view) { return left > 0 && (left--, isGood(view)); };
-    const ViewTest isGoodWebView = [&](UIView& view) { return as<WKWebView>(&view) && isGoodView(view); };
-    for (const auto& place : { viewOf(ad), webViewOwnedBy(ad), presentedView() }) {
-        for (const ViewTest& test : { isGoodWebView, isGoodView }) {
-            if (auto found = firstViewIn(place, test))
-                return found;
-        }
+    const std::function<std::shared_ptr<UIView>()> places[] { [&] { return viewOf(ad); },
+        [&] { return webViewOwnedBy(ad); }, [&] { return presentedView(); } };
+    for (const auto& place : places) {
+        const auto views = viewsIn(place());
+        const auto webView = std::find_if(views.begin(), views.end(),
+            [&](const auto& view) { return as<WKWebView>(view.get()) && isGood(*view); });
+        if (webView != views.end())
+            return *webView;
+        const auto other = std::find_if(views.begin(), views.end(),
+            [&](const auto& view) { return !as<WKWebView>(view.get()) && isGood(*view); });
+        if (other != views.end())
+            return *other;
     }
     return find(ad);
 }

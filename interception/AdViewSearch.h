@@ -29,7 +29,8 @@ public:
     /// controller it presents; then its own view. Null if none.
     std::shared_ptr<UIView> find(const std::shared_ptr<Object>& ad) const;
     /// In the first of these places that has one, the first web view that passes the test, else the first
-    /// view; when no view of any place does, as above. Asks of at most 200 views.
+    /// view; when no view of any place does, as above. Looks at the first 200 views of
+    /// a place.
     std::shared_ptr<UIView> find(const std::shared_ptr<Object>& ad, const ViewTest& isGood) const;
 
     /// The object itself, the view of a controller once it is loaded, or what any other object answers to

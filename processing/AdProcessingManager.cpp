@@ -174,9 +174,14 @@ std::shared_ptr<LMAdViewProcessor> AdProcessingManager::getProcessorReversedBy(c
     const auto processors = allProcessors();
     const auto* wanted = dynamic_cast<const UIView*>(view);
     const auto isRelated = [&](const auto& processor) {
-        const auto adView = wanted ? as<UIView>(processor->adObject()) : nullptr;
-        return isOf(*processor, view)
-            || (adView && (containsSubview(*adView, *wanted) || containsSubview(*wanted, *adView)));
+        if (isOf(*processor, view))
+            return true;
+        // Of an ad object that is no view the one that shows it: its reports had neither markup nor type.
+        std::shared_ptr<UIView> adView;
+        guarded([&] { adView = wanted ? processor->adView() : nullptr; });
+        return adView
+            && (adView.get() == wanted
+                || (containsSubview(*adView, *wanted) || containsSubview(*wanted, *adView)));
     };
     const auto found = std::find_if(processors.rbegin(), processors.rend(), isRelated);
     return found == processors.rend() ? nullptr : *found;

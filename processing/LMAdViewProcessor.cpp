@@ -192,9 +192,9 @@ void LMAdViewProcessor::getNewHTMLWithPurpose(HTMLPurpose purpose, const HTMLCom
 {
     // Only web views have markup: of a banner around one it is that of the page inside, without which a
     // report of the banner would carry none.
-    const auto ad = adObject();
-    const auto inside = as<WKWebView>(ad) ? nullptr : webView();
-    LMHTMLGrabber::getNewHTMLForView(inside ? inside : ad, purpose, completion);
+    const std::shared_ptr<Object> shown = adView();
+    const auto inside = as<WKWebView>(shown) ? nullptr : webView();
+    LMHTMLGrabber::getNewHTMLForView(inside ? inside : shown, purpose, completion);
 }
 
 void LMAdViewProcessor::updateHTMLWithSuccess(const std::function<void(bool)>& completion)

@@ -22,7 +22,7 @@ public:
     static NSDictionary getFinalSDKNameAndVersion(Object* view, Class processor);
     /// Whether the innermost network of the chain has another name.
     static bool isAdMediated(Object* view, std::string_view sdkName);
-    /// Kept empty: what it used to make was written nowhere.
+    /// Does nothing: kept for those who call it, it has no output.
     static void printSuperviews(Object*, int64_t) { }
 };
 

@@ -63,7 +63,7 @@ bool isUnderstood(Object* object)
     return LMAdViewProcessorsFactory::getProcessorClassForAd(object) != nullptr;
 }
 
-/// One call of a hooked method, on any thread. Holds nothing: the network may let go of all of it.
+/// One call of a hooked method, on any thread. Holds nothing of the network's, which may let go of all of it.
 class ShownAd {
 public:
     ShownAd(const Moment& moment, id self, std::initializer_list<id> arguments) noexcept
@@ -145,8 +145,9 @@ Row<F> row(const char* swizzler, const char* className, const char* selector,
 
 using enum Part;
 
-// In the order in which the classes are asked to install their hooks.
-const std::tuple rows {
+// In the order in which the classes are asked to install their hooks. Never destroyed: networks may call from
+// threads of their own until the very end.
+const auto& rows = *new const std::tuple {
     row<void(id)>("LMGoogleCommonSwizzler", "GADBannerView", "adViewDidReceiveAd:",
         { at(Receiver, "_bannerView._bannerAd._adView._view._view._viewToSwap._webView"), itself(Receiver) }),
     row<void(id)>("LMGoogleCommonSwizzler", "GADInterstitial",
@@ -240,7 +241,8 @@ const std::tuple rows {
     row<bool(id)>("AATKitSwizzler", "AATKit", "showPlacement:", { foundIn(Receiver) },
         { .moment = AdMoment::WillShow, .kind = Hook::Kind::ClassMethod }),
 };
-constexpr size_t countOfRows = std::tuple_size_v<decltype(rows)>;
+using Rows = std::remove_reference_t<decltype(rows)>;
+constexpr size_t countOfRows = std::tuple_size_v<Rows>;
 
 template <typename T> id objectIn(const T& argument)
 {
@@ -273,7 +275,7 @@ template <size_t Index, typename R, typename... A> struct Replacement<Index, con
 
 template <size_t Index> Hook hookOf()
 {
-    using Here = Replacement<Index, std::tuple_element_t<Index, decltype(rows)>>;
+    using Here = Replacement<Index, std::tuple_element_t<Index, Rows>>;
     const Moment& moment = std::get<Index>(rows);
     return { moment.className, moment.selector, &Here::lumora_logShownAd, &Here::replacedIMP,
         moment.circumstances.kind };

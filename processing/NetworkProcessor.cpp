@@ -5,6 +5,7 @@
 #include "platform/dispatch/Executor.h"
 #include "platform/uikit/UIViewController.h"
 #include "platform/webkit/WKWebView.h"
+#include "processing/ProcessorsManager.h"
 #include "support/UIViewControllerExtensions.h"
 
 #include <algorithm>
@@ -42,6 +43,14 @@ bool isInside(Object* ad, const char* kind)
     while (ad && !isKindOfClassNamed(ad, kind))
         ad = superviewOf(ad);
     return ad;
+}
+
+// The address is the key.
+const char* const shownAdKey = "the processor whose ad a view shows";
+
+std::shared_ptr<LMAdViewProcessor> shownIn(const UIView& view)
+{
+    return as<LMAdViewProcessor>(objc_getAssociatedObject(view, &shownAdKey).object());
 }
 
 /// The web view in the controller on top, or in one around that, if it is of that kind.
@@ -193,6 +202,17 @@ LMAdFormat LMNetworkProcessor::getAdFormatId()
     return isInterstitial ? LMAdFormat::Interstitial : row.format;
 }
 
+bool LMNetworkProcessor::isShownIn(UIView& view) const
+{
+    const auto shown = shownIn(view);
+    if (shown && shown->adObject())
+        return shown.get() == this;
+    const auto processors = ProcessorsManager::sharedInstance().getAllProcessors();
+    return std::none_of(processors.begin(), processors.end(), [&](const auto& other) {
+        return other->isa() == isa() && other->adObject() && other->createAtTimestamp() > createAtTimestamp();
+    });
+}
+
 std::shared_ptr<UIView> LMNetworkProcessor::viewForTakingScreenshot()
 {
     const auto ad = adObject();
@@ -200,11 +220,14 @@ std::shared_ptr<UIView> LMNetworkProcessor::viewForTakingScreenshot()
     if (!view)
         view = AdViewSearch::webViewOwnedBy(ad);
     const char* container = rowOf(isa()).container;
-    if (!view && ad && container)
+    if (!view && ad && container) {
         view = webViewOnTop(container);
+        if (view && !isShownIn(*view))
+            view = nullptr;
+    }
     // A view that comes after its ad object is listened to from when it is first seen.
-    if (view && view != ad && m_tappedView.lock() != view) {
-        m_tappedView = view;
+    if (view && view != ad && shownIn(*view).get() != this) {
+        objc_setAssociatedObject(*view, &shownAdKey, Value::weak(weakly<Object>(this)));
         addGestureRecognizersToView(*view);
     }
     return view;

@@ -44,9 +44,10 @@ public:
     void startTrackingTapEvents() override;
 
 private:
+    /// Whether the page of a controller on top is this ad's: it was before, or no other ad of the kind is
+    /// newer.
+    bool isShownIn(UIView& view) const;
     std::string ask(const TypedSelector<std::string(id)>& identifier);
-
-    std::weak_ptr<UIView> m_tappedView;
 };
 
 } // namespace lumora

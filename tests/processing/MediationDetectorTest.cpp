@@ -24,9 +24,12 @@ std::shared_ptr<UIView> nested(const Phone& phone, const std::string& classes)
     return outer;
 }
 
+constexpr const char* version = "5.13.1";
+
 TEST(MediationDetectorTest, TheNetworksAroundAnAdAreNamedWithItsOwn)
 {
     Phone phone { {} };
+    installVersion<version>("MoPub", "version", "sharedInstance");
     struct Row {
         const char *views, *processor, *chain, *name;
     };
@@ -52,12 +55,18 @@ TEST(MediationDetectorTest, TheNetworksAroundAnAdAreNamedWithItsOwn)
         const NSDictionary sdk
             = MediationDetector::getFinalSDKNameAndVersion(view.get(), NSClassFromString(row.processor));
         EXPECT_EQ(sdk["name"].stringOrEmpty(), row.name) << row.views;
-        const auto separators
-            = [](const std::string& text) { return std::count(text.begin(), text.end(), ':'); };
-        EXPECT_EQ(separators(sdk["version"].stringOrEmpty()), separators(row.name));
+        std::string versions;
+        std::istringstream names(row.name);
+        for (std::string name; std::getline(names, name, ':');)
+            versions += (versions.empty() ? "" : ":")
+                + (name == "MoPub" ? std::string { version } : versionNotAvailable);
+        EXPECT_EQ(sdk["version"].stringOrEmpty(), versions) << row.views;
     }
     EXPECT_FALSE(MediationDetector::checkForMediation(nullptr));
     EXPECT_FALSE(MediationDetector::checkForMediation(&phone.window()));
+    const auto hosts = alloc<UIWindow>(ClassBuilder("HostsWindow", classOf<UIWindow>()).build());
+    EXPECT_TRUE(MediationDetector::checkForMediation(hosts.get()))
+        << "a window of the host's own is looked at";
     const auto banner = nested(phone, "MPAdView");
     EXPECT_TRUE(MediationDetector::isAdMediated(banner.get(), "Facebook"));
     EXPECT_FALSE(MediationDetector::isAdMediated(banner.get(), "MoPub"));

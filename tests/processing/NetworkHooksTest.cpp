@@ -94,6 +94,17 @@ TEST_F(NetworkHooksTest, TheViewThatShowsAnAdStandsForItAndTakesItsTaps)
     world.phone.tap(*webView);
     EXPECT_GT(processor->tapTimestamp(), 0);
     EXPECT_EQ(webView->gestureRecognizers().size(), 4u) << "listened to once";
+    std::string markup;
+    processor->getNewHTMLWithPurpose(
+        LMAdViewProcessor::HTMLPurpose::AdRecord, [&](bool, const std::string& html) { markup = html; });
+    world.phone.wait(1);
+    EXPECT_NE(markup.find("<h1>Ad</h1>"), std::string::npos);
+    EXPECT_EQ(AdProcessingManager::sharedInstance().getProcessorReversedBy(webView.get()), processor);
+    const auto next = class_createInstance(ad->isa());
+    AdProcessingManager::logAd(next, false);
+    EXPECT_EQ(
+        AdProcessingManager::sharedInstance().getProcessorBy(next.get())->viewForTakingScreenshot(), nullptr)
+        << "another ad's page";
 }
 
 } // namespace
