@@ -146,7 +146,9 @@ void AdProcessingManager::logAd(const std::shared_ptr<Object>& view)
     if (!processor)
         return LMLog::logMessage("Processor is nil");
     LMLog::logMessage("We have a processor");
-    if (std::none_of(processors.begin(), processors.end(),
+    // Asked anew: what made it may have met the ad once more.
+    const auto knownNow = allProcessors();
+    if (std::none_of(knownNow.begin(), knownNow.end(),
             [&](const auto& known) { return known->isEqual(processor.get()); }))
         ProcessorsManager::sharedInstance().addProcessor(processor);
 }
@@ -155,7 +157,7 @@ void AdProcessingManager::setNewTimestampForProcessorByAdView(const Object* view
 {
     for (const auto& processor : allProcessors()) {
         if (isOf(*processor, view))
-            processor->setCreateAtTimestamp(serverTimeIntervalSince1970());
+            guarded([&] { processor->setCreateAtTimestamp(serverTimeIntervalSince1970()); });
     }
 }
 
@@ -192,10 +194,14 @@ bool AdProcessingManager::isAdvertShowingOnScreenByCreativeId(std::string_view c
 {
     const auto processors = allProcessors();
     return std::any_of(processors.begin(), processors.end(), [&](const auto& processor) {
-        return isOnScreen(*processor) && processor->getCreativeID() == creativeId
-            && processor->getPlacementID() == placementId
-            && static_cast<int64_t>(processor->createAtTimestamp()) == createTS / 1000
-            && send(processor->isa(), sel::getSDKName) == sdkName;
+        bool isShowing = false;
+        guarded([&] {
+            isShowing = isOnScreen(*processor) && processor->getCreativeID() == creativeId
+                && processor->getPlacementID() == placementId
+                && static_cast<int64_t>(processor->createAtTimestamp()) == createTS / 1000
+                && send(processor->isa(), sel::getSDKName) == sdkName;
+        });
+        return isShowing;
     });
 }
 

@@ -14,6 +14,8 @@
 #include "service/TDEventModel.h"
 #include "support/Guarded.h"
 
+#include <map>
+
 namespace lumora {
 
 namespace {
@@ -122,24 +124,20 @@ void FakeAdController::didFinishNavigation(Object* webView, Object*)
 
 void FakeAdController::checkForAlertsWithView(WKWebView& view, const Value&)
 {
-    const auto raiseEvents = [weakView = weakly<Object>(&view)](bool success, const std::string& html) {
+    const auto raiseEvents = [page = retain<Object>(&view)](bool success, const std::string& html) {
         if (!success)
             return;
-        std::vector<ScriptDialog> dialogs = scriptDialogsIn(html);
-        if (dialogs.size() > mostDialogsOfAPage) {
-            LMLog::logErrorMessage(
-                stringWithFormat("[FakeAdController][checkForAlertsWithView] %@ dialogs in one page",
-                    { static_cast<int64_t>(dialogs.size()) }));
-            dialogs.resize(mostDialogsOfAPage);
-        }
-        for (const ScriptDialog& dialog : dialogs) {
+        std::map<std::string_view, size_t> seen;
+        for (const ScriptDialog& dialog : scriptDialogsIn(html)) {
+            // A page full of them must not keep the host busy.
+            if (++seen[dialog.type] > mostDialogsOfAKind)
+                continue;
             LMLog::logMessage(stringWithFormat("needle: %@", { std::string { dialog.message } }));
             // Each takes a picture of the ad: the host gets its turn between them.
-            dispatch_get_main_queue().async([weakView, type = std::string { dialog.type }] {
+            dispatch_get_main_queue().async([page, type = std::string { dialog.type }] {
                 const auto event = make<TDEventModel>();
                 event->setType(type);
-                if (const auto page = weakView.lock())
-                    ProcessorsManager::sharedInstance().eventFired(event, page);
+                ProcessorsManager::sharedInstance().eventFired(event, page);
             });
         }
     };

@@ -27,9 +27,9 @@ public:
     void didFinishNavigation(Object* webView, Object* navigation);
     void didCommitNavigation(Object*, Object*) { }
 
-    /// Reads the page's markup and raises an event for each call of a dialog in it; of one page so many at
-    /// most.
-    static constexpr size_t mostDialogsOfAPage = 16;
+    /// Reads the page's markup and raises an event for each call of a dialog in it; of each kind in
+    /// one page so many at most, as each takes a picture of the ad.
+    static constexpr size_t mostDialogsOfAKind = 16;
     void checkForAlertsWithView(WKWebView& view, const Value& url);
     /// Whether a link is only how a network tells its own view something.
     static bool isUnsupportedURL(std::string_view url);

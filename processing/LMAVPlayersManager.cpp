@@ -137,7 +137,7 @@ void LMAVPlayersManager::checkAllProcessors()
 {
     const auto processors = ProcessorsManager::sharedInstance().getAllProcessors();
     for (auto processor = processors.rbegin(); processor != processors.rend(); ++processor)
-        checkProcessorForPlayingVideo(*processor);
+        guarded([&] { checkProcessorForPlayingVideo(*processor); });
 }
 
 void LMAVPlayersManager::checkProcessorForPlayingVideo(const std::shared_ptr<LMAdViewProcessor>& processor)

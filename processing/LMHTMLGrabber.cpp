@@ -86,7 +86,7 @@ void LMHTMLGrabber::getNewHTMLForView(
 {
     const auto page = as<WKWebView>(view);
     if (!isAllowed(purpose) || !page)
-        return completion(false, "");
+        return callCompletion(completion, false, std::string {});
     dispatch_get_main_queue().async([page, completion] { ask(page, completion); });
 }
 

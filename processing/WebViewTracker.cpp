@@ -44,8 +44,13 @@ void WebViewTracker::addWebView(Object* webView)
     if (!webView)
         return;
     auto record = WebViewWithEvents::with(webView);
+    // What goes, goes after the lock: the records hold values of the host's.
+    std::vector<std::shared_ptr<WebViewWithEvents>> gone;
     Locker hold(m_lock);
-    std::erase_if(m_records, [](const auto& known) { return known->isGone(); });
+    const auto end = std::stable_partition(
+        m_records.begin(), m_records.end(), [](const auto& known) { return !known->isGone(); });
+    gone.assign(end, m_records.end());
+    m_records.erase(end, m_records.end());
     m_records.push_back(std::move(record));
 }
 

@@ -64,8 +64,8 @@ TEST(FakeAdControllerTest, DialogsInAPageAreEvents)
     std::string many;
     for (int i = 0; i < 1000; i++)
         many += R"(<i onclick='window.alert("x")'>)";
-    ad.load("#", many);
-    EXPECT_EQ(ad.world.service.reports().size(), 3 + FakeAdController::mostDialogsOfAPage)
+    ad.load("#", many + "confirm(\"?\")");
+    EXPECT_EQ(ad.world.service.reports().size(), 3 + FakeAdController::mostDialogsOfAKind + 1)
         << "a page cannot keep the phone busy";
 
     AdPage unwatched(R"({"active": true, "ttlConfig": 100000, "eventHTML": true})");

@@ -76,7 +76,10 @@ public:
             if (there.contains(raised.name))
                 continue;
             missing += raised.times;
-            merged += raised.isParked ? raised.times : 0;
+            const bool isMerged = std::any_of(m_raised.begin(), m_raised.end(), [&](const Raised& other) {
+                return !raised.waits.empty() && other.waits == raised.waits && there.contains(other.name);
+            });
+            merged += isMerged ? raised.times : 0;
         }
         EXPECT_EQ(linesWith("Clicked action"), clicked);
         EXPECT_EQ(missing - merged, linesWith("event is dropped")) << merged << " merged of " << clicked;
@@ -109,7 +112,8 @@ private:
         std::string name;
         /// Each proxy in front of another raises its own.
         size_t times;
-        bool isParked;
+        /// For which ad since which second it waits for a processor; empty if the ad has one.
+        std::string waits;
     };
 
     static std::string identity(const std::string& url, const std::string& type)
@@ -221,8 +225,10 @@ private:
         AdProcessingManager& front = AdProcessingManager::sharedInstance();
         const std::string url = "https://shop.example.com/" + std::to_string(++m_number);
         if (layers > 0 && !front.didUserTapOnView(page.get())) {
-            const bool isParked = !front.getProcessorBy(page.get());
-            m_raised.push_back({ url, layers, isParked });
+            const auto second = static_cast<int64_t>(serverTimeIntervalSince1970());
+            const bool waits = !front.getProcessorBy(page.get());
+            m_raised.push_back(
+                { url, layers, waits ? page->description() + std::to_string(second) : std::string {} });
         }
         send(delegate, sel::webViewDecidePolicyForNavigationAction, page,
             WKNavigationAction::with({ .url = url }, WKNavigationType::LinkActivated),
