@@ -116,7 +116,7 @@ void FakeAdController::didFinishNavigation(Object* webView, Object*)
     auto* const view = as<WKWebView>(webView);
     if (!view)
         return;
-    AdProcessingManager::sharedInstance().logAd(retain<Object>(view), true);
+    guarded([&] { AdProcessingManager::logAd(retain<Object>(view), true); });
     const Value url = send(view, sel::url);
     LMLog::logMessage(stringWithFormat("%@", { url }));
     checkForAlertsWithView(*view, url);
@@ -141,8 +141,7 @@ void FakeAdController::checkForAlertsWithView(WKWebView& view, const Value&)
             });
         }
     };
-    LMHTMLGrabber::getNewHTMLForView(
-        retain<Object>(&view), LMAdViewProcessor::HTMLPurpose::Inspection, raiseEvents);
+    LMHTMLGrabber::getNewHTMLForView(retain<Object>(&view), HTMLPurpose::Inspection, raiseEvents);
 }
 
 } // namespace lumora

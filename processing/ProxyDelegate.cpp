@@ -13,14 +13,32 @@ namespace {
 // The address is the key.
 const char* const proxiesKey = "proxies of a network's delegate";
 
-/// A proxy asks or tells its origin something; they form a chain on the thread's stack.
+/// The proxies in front of one network's delegate, which owns this: one for each web view that lives.
+class ProxiesOfOrigin final : public NSObject {
+public:
+    void keep(const std::shared_ptr<Object>& webView, const std::shared_ptr<ProxyDelegate>& proxy)
+    {
+        std::erase_if(m_proxies, [&](const auto& known) {
+            const auto view = known.first.lock();
+            return !view || view == webView;
+        });
+        m_proxies.emplace_back(webView, proxy);
+    }
+
+private:
+    std::vector<std::pair<std::weak_ptr<Object>, std::shared_ptr<ProxyDelegate>>> m_proxies;
+};
+
+/// A proxy asks its origin whether it answers, or tells it something about some objects; these form a chain
+/// on the thread's stack.
 class Passing {
 public:
     enum class What { Question, Message };
-    Passing(const ProxyDelegate* proxy, SEL selector, What what)
+    Passing(const ProxyDelegate* proxy, SEL selector, What what, std::vector<id> about = {})
         : m_proxy(proxy)
         , m_selector(selector)
         , m_what(what)
+        , m_about(std::move(about))
         , m_outer(t_innermost)
     {
         t_innermost = this;
@@ -33,7 +51,8 @@ public:
     bool comesRound() const
     {
         for (const Passing* at = m_outer; at; at = at->m_outer) {
-            if (at->m_proxy == m_proxy && at->m_selector == m_selector && at->m_what == m_what)
+            if (at->m_proxy == m_proxy && at->m_selector == m_selector && at->m_what == m_what
+                && at->m_about == m_about)
                 return true;
         }
         return false;
@@ -44,6 +63,8 @@ private:
     const ProxyDelegate* m_proxy;
     SEL m_selector;
     What m_what;
+    // For comparison only.
+    std::vector<id> m_about;
     const Passing* m_outer;
 };
 thread_local const Passing* Passing::t_innermost = nullptr;
@@ -102,18 +123,19 @@ size_t ProxyDelegate::layers(Object* delegate)
     return count;
 }
 
-void ProxyDelegate::liveAsLongAsOrigin(const Object* webView)
+void ProxyDelegate::liveAsLongAsOrigin(Object* webView)
 {
     auto origin = originDelegate();
     while (const auto proxy = as<ProxyDelegate>(origin))
         origin = proxy->originDelegate();
     if (!origin)
         return;
-    // By the web view's address, so a web view that is set again, or one in a dead one's place, adds none.
-    const Value former = objc_getAssociatedObject(*origin, &proxiesKey);
-    NSDictionary proxies = former.dictionary() ? *former.dictionary() : NSDictionary {};
-    proxies.set(std::to_string(reinterpret_cast<uintptr_t>(webView)), Value { retain<Object>(this) });
-    objc_setAssociatedObject(*origin, &proxiesKey, Value { std::move(proxies) });
+    auto proxies = as<ProxiesOfOrigin>(objc_getAssociatedObject(*origin, &proxiesKey).object());
+    if (!proxies) {
+        proxies = std::make_shared<ProxiesOfOrigin>();
+        objc_setAssociatedObject(*origin, &proxiesKey, Value { proxies });
+    }
+    proxies->keep(retain(webView), retain(this));
 }
 
 Value ProxyDelegate::valueForKey(std::string_view key)
@@ -143,12 +165,16 @@ void ProxyDelegate::forwardInvocation(NSInvocation& invocation)
     // The delegate may take this proxy off its web view in the middle.
     const auto self = retain(this);
     const auto origin = originDelegate();
-    const Passing passing(this, invocation.selector(), Passing::What::Message);
+    const Passing passing(this, invocation.selector(), Passing::What::Message, invocation.objectArguments());
     if (passing.comesRound())
         return allowNavigation(invocation);
     NSInvocation observed = invocation;
-    if (m_fakeDelegate && delegateAnswers(*m_fakeDelegate, invocation.selector()))
-        guarded([&, observer = m_fakeDelegate] { observed.invokeWithTarget(observer.get()); });
+    const auto observer = m_fakeDelegate;
+    const bool isObserved = observer && delegateAnswers(*observer, invocation.selector())
+        && guarded([&] { observed.invokeWithTarget(observer.get()); });
+    // Where there is no origin the observer has decided.
+    if (!origin && isObserved)
+        return;
     if (!origin || !delegateAnswers(*origin, invocation.selector()))
         return allowNavigation(invocation);
     if (invocation.selector() == "webView:shouldStartLoadWithRequest:navigationType:"_sel) {

@@ -25,16 +25,19 @@ public:
     void setOriginDelegate(Object* delegate);
     /// How many proxies lie in front of each other from this delegate on; 0 for any other object.
     static size_t layers(Object* delegate);
-    /// Lets the network's delegate, behind all layers, own this as well: one proxy for each web view.
-    void liveAsLongAsOrigin(const Object* webView);
+    /// Lets the network's delegate, behind all layers, own this as well: one proxy for each web view, until
+    /// the next call after that has gone.
+    void liveAsLongAsOrigin(Object* webView);
 
-    /// The observer, owned; a `FakeAdController` from the start. What it raises stays with it.
+    /// The observer, owned; a `FakeAdController` from the start. What it raises stays with it. One that
+    /// hears of decisions makes them when the network's delegate is gone.
     std::shared_ptr<Object> fakeDelegate() const { return m_fakeDelegate; }
     void setFakeDelegate(Object* observer);
 
     /// The origin's own answer; the observer is not asked.
     bool respondsToSelector(SEL selector);
-    /// A message that comes round, because the network's delegate sends it back here, ends.
+    /// A message that comes round, about the same objects, because the network's delegate sends it back here,
+    /// ends.
     void forwardInvocation(NSInvocation& invocation) override;
     Value valueForKey(std::string_view key) override;
 

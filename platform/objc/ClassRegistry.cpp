@@ -232,13 +232,21 @@ void raiseTypeMismatch(
 
 } // namespace detail
 
+std::vector<id> NSInvocation::objectArguments() const
+{
+    std::vector<id> objects;
+    for (const std::any& argument : m_arguments) {
+        if (const id* object = std::any_cast<id>(&argument))
+            objects.push_back(*object);
+    }
+    return objects;
+}
+
 void NSInvocation::retainArguments()
 {
     m_retained.push_back(retain(m_target));
-    for (const std::any& argument : m_arguments) {
-        if (const id* object = std::any_cast<id>(&argument))
-            m_retained.push_back(retain(*object));
-    }
+    for (const id object : objectArguments())
+        m_retained.push_back(retain(object));
 }
 
 } // namespace lumora

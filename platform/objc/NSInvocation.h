@@ -26,6 +26,9 @@ public:
     template <typename T> T returnValue() const { return m_result.has_value() ? cast<T>(m_result) : T(); }
     template <typename T> void setReturnValue(T value) { m_result = std::move(value); }
 
+    /// The object arguments, in their order.
+    std::vector<id> objectArguments() const;
+
     /// Sends the message to another object and keeps its result here.
     void invokeWithTarget(id target) { m_invoke(*this, target); }
     /// Keeps the object arguments alive as long as this invocation.
