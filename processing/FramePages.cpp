@@ -1,8 +1,8 @@
-// LMAVPlayersManager: the pages in the frames of an ad, each in a hidden web view of its own.
+#include "processing/FramePages.h"
 
 #include "platform/webkit/WKWebView.h"
-#include "processing/LMAVPlayersManager.h"
 #include "processing/LMAdViewProcessor.h"
+#include "processing/PageQuestion.h"
 #include "support/Guarded.h"
 
 #include <algorithm>
@@ -41,35 +41,48 @@ std::vector<std::string> framesOf(WKWebView& page)
 
 } // namespace
 
-bool LMAVPlayersManager::hasFrames(const LMAdViewProcessor& processor)
+const ClassDescription& FramePages::classDescription()
+{
+    static const auto& description = *new ClassDescription(
+        ClassDescription::of<FramePages, NSObject>("FramePages")
+            .method<&FramePages::didFinishNavigation>(sel::webViewDidFinishNavigation)
+            .method<&FramePages::didFailNavigation>(sel::webViewDidFailNavigation)
+            .method<&FramePages::didFailNavigation>(sel::webViewDidFailProvisionalNavigation)
+            .method<&FramePages::didTerminate>(sel::webViewWebContentProcessDidTerminate)
+            .protocol("WKNavigationDelegate"));
+    return description;
+}
+static const RegisteredClass registered { &FramePages::classDescription };
+
+bool FramePages::hasFrames(const LMAdViewProcessor& processor)
 {
     return as<WKWebView>(processor.adObject()) && processor.html().find("<iframe") != std::string::npos;
 }
 
-void LMAVPlayersManager::processorIframesContainsURL(const std::shared_ptr<LMAdViewProcessor>& processor,
+void FramePages::processorIframesContainsURL(const std::shared_ptr<LMAdViewProcessor>& processor,
     const std::string& url, const std::function<void(bool)>& completionHandler)
 {
     if (!hasFrames(*processor))
-        return completionHandler(false);
+        return callCompletion(completionHandler, false);
     const auto page = as<WKWebView>(processor->adObject());
     dispatch_get_main_queue().async([self = retain(this), page, url, completionHandler] {
         const std::vector<std::string> frames = framesOf(*page);
         if (frames.empty())
-            return completionHandler(false);
+            return callCompletion(completionHandler, false);
         const auto isFound = std::make_shared<bool>(false);
-        self->setWebViewCompletionBlock(
-            [isFound, url](const std::optional<std::string>& html, const std::optional<NSError>& error) {
-                if (!error && html && !url.empty() && html->find(url) != std::string::npos)
-                    *isFound = true;
-            });
+        self->m_webViewCompletionBlock
+            = [isFound, url](const std::optional<std::string>& html, const std::optional<NSError>& error) {
+                  if (!error && html && !url.empty() && html->find(url) != std::string::npos)
+                      *isFound = true;
+              };
         for (const std::string& frame : frames)
             self->getHTMLsFromLink(frame);
-        self->m_tasks.notify(
-            dispatch_get_main_queue(), [isFound, completionHandler] { completionHandler(*isFound); });
+        self->m_tasks.notify(dispatch_get_main_queue(),
+            [isFound, completionHandler] { callCompletion(completionHandler, *isFound); });
     });
 }
 
-void LMAVPlayersManager::getHTMLsFromLink(const std::string& url)
+void FramePages::getHTMLsFromLink(const std::string& url)
 {
     if (url.empty())
         return;
@@ -86,27 +99,31 @@ void LMAVPlayersManager::getHTMLsFromLink(const std::string& url)
     page->loadRequest({ .url = url });
 }
 
-void LMAVPlayersManager::didFinishNavigation(Object* webView, Object*)
+void FramePages::didFinishNavigation(Object* webView, Object*)
 {
     const auto page = takeHiddenWebView(webView);
     if (!page)
         return;
-    // The page lives until it has answered.
-    page->evaluateJavaScript("document.documentElement.outerHTML",
-        [self = retain(this), page](const Value& html, const std::optional<NSError>&) {
-            self->finishLoad(html.string() ? std::optional { *html.string() } : std::nullopt, std::nullopt);
-        });
+    askPage(page, "document.documentElement.outerHTML", [self = retain(this)](bool, const Value& html) {
+        self->finishLoad(html.string() ? std::optional { *html.string() } : std::nullopt, std::nullopt);
+    });
     page->setHidden(true);
     page->loadHTMLString("", "");
 }
 
-void LMAVPlayersManager::didFailNavigation(Object* webView, Object*, const NSError& error)
+void FramePages::didFailNavigation(Object* webView, Object*, const NSError& error)
 {
     if (takeHiddenWebView(webView))
         finishLoad(std::nullopt, error);
 }
 
-std::shared_ptr<WKWebView> LMAVPlayersManager::takeHiddenWebView(Object* webView)
+void FramePages::didTerminate(Object* webView)
+{
+    if (takeHiddenWebView(webView))
+        finishLoad(std::nullopt, std::nullopt);
+}
+
+std::shared_ptr<WKWebView> FramePages::takeHiddenWebView(Object* webView)
 {
     const auto found = std::find_if(m_webViewArray.begin(), m_webViewArray.end(),
         [&](const auto& hidden) { return hidden.get() == webView; });
@@ -118,10 +135,9 @@ std::shared_ptr<WKWebView> LMAVPlayersManager::takeHiddenWebView(Object* webView
     return page;
 }
 
-void LMAVPlayersManager::finishLoad(
-    const std::optional<std::string>& html, const std::optional<NSError>& error)
+void FramePages::finishLoad(const std::optional<std::string>& html, const std::optional<NSError>& error)
 {
-    callCompletion(WebViewCompletion { m_webViewCompletionBlock }, html, error);
+    callCompletion(decltype(m_webViewCompletionBlock) { m_webViewCompletionBlock }, html, error);
     m_tasks.leave();
 }
 

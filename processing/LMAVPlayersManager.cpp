@@ -5,7 +5,6 @@
 #include "platform/process/ProcessLocal.h"
 #include "platform/quartzcore/CALayer.h"
 #include "platform/uikit/UIButton.h"
-#include "platform/webkit/WKNavigationDelegate.h"
 #include "processing/ProcessorsManager.h"
 #include "service/TDEventModel.h"
 #include "support/Guarded.h"
@@ -65,14 +64,10 @@ std::string textOf(const std::optional<NSURLValue>& url)
 const ClassDescription& LMAVPlayersManager::classDescription()
 {
     using Self = LMAVPlayersManager;
-    static const auto& description = *new ClassDescription(
-        ClassDescription::of<Self, NSObject>("LMAVPlayersManager")
-            .classMethod<&Self::swizzleMethods>(sel::swizzleMethods)
-            .method<&Self::init>(sel::init)
-            .method<&Self::didFinishNavigation>(sel::webViewDidFinishNavigation)
-            .method<&Self::didFailNavigation>(sel::webViewDidFailNavigation)
-            .method<&Self::didFailNavigation>(sel::webViewDidFailProvisionalNavigation)
-            .protocol("WKNavigationDelegate"));
+    static const auto& description
+        = *new ClassDescription(ClassDescription::of<Self, NSObject>("LMAVPlayersManager")
+                                    .classMethod<&Self::swizzleMethods>(sel::swizzleMethods)
+                                    .method<&Self::init>(sel::init));
     return description;
 }
 static const RegisteredClass registered { &LMAVPlayersManager::classDescription };
@@ -81,6 +76,7 @@ LMAVPlayersManager& LMAVPlayersManager::sharedInstance() { return s_sharedInstan
 
 id LMAVPlayersManager::init()
 {
+    m_framePages = make<FramePages>();
     m_lmAVPlayerObserverQueue = dispatch_queue_create("com.lumora.serial.queue");
     return this;
 }
@@ -146,8 +142,8 @@ void LMAVPlayersManager::checkProcessorForPlayingVideo(const std::shared_ptr<LMA
     if (!processor || m_avPlayers.empty())
         return;
     // Whether the markup could be read does not matter: kept, what could not is an empty one.
-    processor->getNewHTMLWithPurpose(LMAdViewProcessor::HTMLPurpose::Inspection,
-        [self = retain(this), processor](bool, const std::string& html) {
+    processor->getNewHTMLWithPurpose(
+        HTMLPurpose::Inspection, [self = retain(this), processor](bool, const std::string& html) {
             // Pages may be large and players many: the main thread does not wait for the search.
             auto search = [self, processor = processor, html, players = self->m_avPlayers]() mutable {
                 std::vector<bool> isNamed;
@@ -165,7 +161,7 @@ void LMAVPlayersManager::checkProcessorForPlayingVideo(const std::shared_ptr<LMA
 void LMAVPlayersManager::stopPlayingVideo(const std::shared_ptr<LMAdViewProcessor>& processor,
     const Players& players, const std::vector<bool>& isNamed)
 {
-    const bool looksIntoFrames = hasFrames(*processor);
+    const bool looksIntoFrames = FramePages::hasFrames(*processor);
     for (size_t i = 0; i < players.size(); i++) {
         const auto& observed = players[i];
         // Another ad's check may have stopped it meanwhile.
@@ -175,7 +171,7 @@ void LMAVPlayersManager::stopPlayingVideo(const std::shared_ptr<LMAdViewProcesso
             return disableFullscreenVideoWithProcessor(*processor, observed);
         if (!looksIntoFrames)
             continue;
-        processorIframesContainsURL(processor, textOf(observed->videoURL()),
+        m_framePages->processorIframesContainsURL(processor, textOf(observed->videoURL()),
             [self = retain(this), processor, observed](bool isFound) {
                 if (isFound)
                     self->disableFullscreenVideoWithProcessor(*processor, observed);

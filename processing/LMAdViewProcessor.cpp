@@ -12,9 +12,7 @@
 #include "platform/uikit/UIWindow.h"
 #include "platform/webkit/WKWebView.h"
 #include "processing/LMDefaultConfig.h"
-#include "processing/LMHTMLGrabber.h"
 #include "processing/MediationDetector.h"
-#include "processing/StoreLinks.h"
 #include "service/TDEventModel.h"
 #include "support/Guarded.h"
 #include "support/NSDateExtensions.h"
@@ -232,28 +230,20 @@ void LMAdViewProcessor::htmlUpdaterRecursive(const std::function<void()>& comple
 void LMAdViewProcessor::forgetMarkup()
 {
     m_html = std::string {};
-    m_linkSearches++;
-    m_URLsFromAd.set(std::nullopt);
+    m_storeLinks->begin();
 }
 
 void LMAdViewProcessor::getURLsFromAdObject()
 {
-    // Searches run side by side: only the latest may tell.
-    const uint64_t search = ++m_linkSearches;
-    m_URLsFromAd.set(std::nullopt);
+    const StoreLinks::Search search = m_storeLinks->begin();
     if (std::vector<std::string> own = getURLForCustomView(); !own.empty())
-        return m_URLsFromAd.set(std::move(own));
+        return m_storeLinks->end(search, std::move(own));
     if (!adObject())
         return;
-    getNewHTMLWithPurpose(
-        HTMLPurpose::Event, [weakSelf = weakly(this), search](bool success, const std::string& html) {
-            if (!success || html.empty())
-                return;
-            findStoreLinks(html, [weakSelf, search](std::vector<std::string> links) {
-                const auto self = weakSelf.lock();
-                if (self && self->m_linkSearches == search)
-                    self->m_URLsFromAd.set(std::move(links));
-            });
+    getNewHTMLWithPurpose(HTMLPurpose::Event,
+        [links = std::weak_ptr(m_storeLinks), search](bool success, const std::string& html) {
+            if (success && !html.empty())
+                StoreLinks::find(links, search, html);
         });
 }
 

@@ -3,9 +3,9 @@
 #include "platform/dispatch/DispatchGroup.h"
 #include "platform/foundation/Value.h"
 #include "platform/objc/Message.h"
-#include "platform/process/AtomicProperty.h"
+#include "processing/LMHTMLGrabber.h"
+#include "processing/StoreLinks.h"
 
-#include <atomic>
 #include <functional>
 #include <optional>
 
@@ -38,11 +38,6 @@ public:
     static const ClassDescription& classDescription();
 
     using EventCompletion = std::function<void(const std::shared_ptr<TDEventModel>&)>;
-    /// Whether the markup could be read, and the markup.
-    using HTMLCompletion = std::function<void(bool success, const std::string& html)>;
-
-    /// What the markup is read for; the configuration switches the first three.
-    enum class HTMLPurpose { Inspection = 0, Report = 1, Event = 2, AdRecord = 3 };
 
     /// Calls `startTrackingTapEvents`, `logAd` and `getURLsFromAdObject` on the way: overrides meet a
     /// processor whose counters and time are not set yet.
@@ -139,7 +134,7 @@ public:
 
     /// The links found in the ad that lead to the app store; unset until some were looked for and any link
     /// was found. Any thread.
-    std::optional<std::vector<std::string>> URLsFromAd() const { return m_URLsFromAd.get(); }
+    std::optional<std::vector<std::string>> URLsFromAd() const { return m_storeLinks->links(); }
     /// Looks for store links: the network's own, else those in the markup, in the background.
     virtual void getURLsFromAdObject();
 
@@ -163,9 +158,8 @@ private:
     std::weak_ptr<Object> m_adObject;
     bool m_isDisposed { false };
     std::optional<NSDictionary> m_lastHash;
-    AtomicProperty<std::optional<std::vector<std::string>>> m_URLsFromAd;
+    const std::shared_ptr<StoreLinks> m_storeLinks { std::make_shared<StoreLinks>() };
     std::shared_ptr<DispatchGroup> m_sendingEventsDispatchGroup;
-    std::atomic<uint64_t> m_linkSearches { 0 };
     std::string m_linksHash;
     int64_t m_htmlUpdatesAttempts { 0 };
     bool m_isMarkedAsBlankAd { false };

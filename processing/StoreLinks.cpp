@@ -37,14 +37,36 @@ std::vector<std::string> getAllURLsFrom(const LinkMatches& matches)
     return hosts;
 }
 
-void findStoreLinks(std::string markup, std::function<void(std::vector<std::string>)> found)
+std::optional<std::vector<std::string>> StoreLinks::links() const
+{
+    Locker hold(m_lock);
+    return m_links;
+}
+
+StoreLinks::Search StoreLinks::begin()
+{
+    Locker hold(m_lock);
+    m_links.reset();
+    m_latest = Search { static_cast<uint64_t>(m_latest) + 1 };
+    return m_latest;
+}
+
+void StoreLinks::end(Search search, std::vector<std::string> links)
+{
+    Locker hold(m_lock);
+    if (search == m_latest)
+        m_links = std::move(links);
+}
+
+void StoreLinks::find(const std::weak_ptr<StoreLinks>& links, Search search, std::string markup)
 {
     // The manager takes the whole text, whatever the range: no need to measure it.
     LMRegularExpressionsBackgroundManager::sharedInstance().matchesInStringInBackgroundWithDetector(
         NSDataDetector::dataDetectorWithTypes(NSTextCheckingTypeLink, storeHost), std::move(markup), 0, {},
-        [found = std::move(found)](const std::optional<LinkMatches>& matches) {
-            if (matches && !matches->empty())
-                found(getURLFrom(*matches));
+        [links, search](const std::optional<LinkMatches>& matches) {
+            const auto wanted = links.lock();
+            if (wanted && matches && !matches->empty())
+                wanted->end(search, getURLFrom(*matches));
         });
 }
 

@@ -1,14 +1,36 @@
 #pragma once
 
 #include "platform/foundation/NSRegularExpression.h"
+#include "platform/process/Lock.h"
 
-#include <functional>
+#include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace lumora {
 
-// The links of an ad that lead to the app store.
+/// The links of one ad that lead to the app store, as the search that began last found them: searches run
+/// side by side, in the background. Any thread.
+class StoreLinks {
+public:
+    enum class Search : uint64_t {};
+
+    /// Unset until any link was found.
+    std::optional<std::vector<std::string>> links() const;
+    /// Forgets what was found. Earlier searches count no more.
+    Search begin();
+    /// What a search has found; ignored of one that does not count.
+    void end(Search search, std::vector<std::string> links);
+    /// Searches a markup in the background, for as long as the ad wants to know.
+    static void find(const std::weak_ptr<StoreLinks>& links, Search search, std::string markup);
+
+private:
+    mutable Lock m_lock;
+    Search m_latest LUMORA_GUARDED_BY(m_lock) { 0 };
+    std::optional<std::vector<std::string>> m_links LUMORA_GUARDED_BY(m_lock);
+};
 
 /// The store's host on the web.
 extern const char* const storeHost;
@@ -22,8 +44,5 @@ std::vector<std::string> getAllURLsFrom(const LinkMatches& matches);
 
 /// Kept at no: whether the words around a link speak of the store was never asked.
 inline bool isKeywordsNearLink(const NSRegularExpression::Match&, std::string_view) { return false; }
-
-/// Finds the store links of a markup in the background and hands them over there, if it has any link at all.
-void findStoreLinks(std::string markup, std::function<void(std::vector<std::string>)> found);
 
 } // namespace lumora

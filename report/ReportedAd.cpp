@@ -130,7 +130,7 @@ void ReportedAd::addMarkupTo(const std::shared_ptr<TDEventModel>& event, std::fu
           };
     const bool asked = guarded([&] {
         adProcessor->getNewHTMLWithPurpose(
-            LMAdViewProcessor::HTMLPurpose::Report, [once](bool, const std::string& html) { once(&html); });
+            HTMLPurpose::Report, [once](bool, const std::string& html) { once(&html); });
     });
     if (!asked)
         once(nullptr);
@@ -147,7 +147,7 @@ void ReportedAd::gatherInfo(const std::string& adId) const
         return;
     }
     guarded([&] {
-        adProcessor->getNewHTMLWithPurpose(LMAdViewProcessor::HTMLPurpose::AdRecord,
+        adProcessor->getNewHTMLWithPurpose(HTMLPurpose::AdRecord,
             [info](bool, const std::string& html) mutable { info.set("html", html); });
     });
 }

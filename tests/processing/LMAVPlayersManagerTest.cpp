@@ -94,9 +94,10 @@ TEST(LMAVPlayersManagerTest, AVideoIsStoppedWhenItsAdComesLater)
 
 TEST(LMAVPlayersManagerTest, TheButtonIsLookedForFourTimesInNineSeconds)
 {
-    // Seconds after the first look: when the button comes, and when it is pressed, if ever.
+    // Seconds after the first look: when the button comes, and when it is pressed.
+    constexpr double never = 1000;
     for (const auto& [comes, pressed] :
-        { std::pair { 0.1, 3.0 }, { 3.1, 6.0 }, { 6.1, 9.0 }, { 9.1, 29.1 } }) {
+        { std::pair { 0.1, 3.0 }, { 3.1, 6.0 }, { 6.1, 9.0 }, { 9.1, never } }) {
         VideoAd ad;
         const auto controller = ad.play("https://host.example.com/news.mp4", AVPlayerControls::None);
         const double first = ad.world.phone.process().now();
@@ -105,8 +106,9 @@ TEST(LMAVPlayersManagerTest, TheButtonIsLookedForFourTimesInNineSeconds)
         const auto controls = make<NSObject>();
         object_setInstanceVariable(*controls, "_doneButton", Value { make<UIButton>() });
         object_setInstanceVariable(*controller, "_playbackControlsViewController", Value { controls });
-        EXPECT_EQ(ad.world.phone.waitUntil([&] { return !ad.isPlaying(); }, 20), pressed < 20);
-        EXPECT_NEAR(ad.world.phone.process().now() - first, pressed, 0.001);
+        EXPECT_EQ(ad.world.phone.waitUntil([&] { return !ad.isPlaying(); }, 20), pressed != never);
+        if (pressed != never)
+            EXPECT_NEAR(ad.world.phone.process().now() - first, pressed, 0.001);
     }
 }
 
@@ -120,68 +122,6 @@ TEST(LMAVPlayersManagerTest, KeepsNothingAlive)
     ad.world.phone.wait(0.5);
     EXPECT_TRUE(weakController.expired() && weakPlayer.expired());
     ad.world.phone.wait(20);
-}
-
-/// Pages by address; the others are not found.
-struct FrameHost final : HTTPTransport {
-    void start(HTTPExchangeRequest request, Completion completion) override
-    {
-        HTTPExchangeAnswer answer { .status = 200 };
-        if (request.url.ends_with("video"))
-            answer.body = std::string { "<video src='" } + video + "'>";
-        else if (!request.url.ends_with("text"))
-            answer.error = "not found";
-        dispatch_get_global_queue().async([completion, answer] { completion(answer); });
-    }
-    void stop() override { }
-};
-
-/// What a web view says of its frames, at once, as no engine does.
-std::vector<std::string> s_frames;
-void answerAtOnce(id, SEL, const std::string& script, const WKScriptCompletion& completion)
-{
-    const auto index = script.find('[');
-    completion(index == std::string::npos
-            ? Value { static_cast<int64_t>(s_frames.size()) }
-            : Value { s_frames.at(static_cast<size_t>(script[index + 1] - '0')) },
-        std::nullopt);
-}
-
-TEST(FramePagesTest, FramesAreLookedIntoOnlyIfTheirPageAnswersAtOnce)
-{
-    struct Row {
-        std::vector<std::string> frames;
-        bool atOnce;
-        bool isFound;
-    };
-    const std::string host = "https://f.example.com/";
-    for (const Row& row : { Row { { host + "text", "", host + "gone", host + "video" }, true, true },
-             Row { { host + "text", host + "gone" }, true, false }, Row { { "" }, true, false },
-             Row { { host + "video" }, false, false } }) {
-        std::vector<std::weak_ptr<PageEngine>> pages;
-        Phone phone { { .makeTransport = [] { return std::make_shared<FrameHost>(); } } };
-        setWebEngineFactory([&] {
-            auto page = std::make_shared<PageEngine>();
-            pages.push_back(page);
-            return page;
-        });
-        auto ad = make<WKWebView>();
-        const auto processor = alloc<LMAdViewProcessor>();
-        send(processor, sel::initWithAdObject, ad);
-        processor->setHtml("<iframe>");
-        if (row.atOnce)
-            class_replaceMethod(classOf<WKWebView>(), sel::evaluateJavaScript, IMP { &answerAtOnce },
-                IMP { &answerAtOnce }.types);
-        s_frames = row.frames;
-        std::optional<bool> isFound;
-        LMAVPlayersManager::sharedInstance().processorIframesContainsURL(
-            processor, video, [&](bool found) { isFound = found; });
-        phone.wait(2);
-        EXPECT_EQ(isFound, row.isFound) << row.frames.size();
-        ad.reset();
-        for (const auto& page : pages)
-            EXPECT_TRUE(page.expired()) << row.frames.size();
-    }
 }
 
 } // namespace

@@ -308,8 +308,8 @@ TEST(AdMarkupTest, APageThatNeverAnswersHoldsNothingUp)
                   : +[](id, SEL, const std::string&, const WKScriptCompletion&) {},
             &methodEncoding<void, std::string, WKScriptCompletion>());
         int heard = 0;
-        processor->getNewHTMLWithPurpose(LMAdViewProcessor::HTMLPurpose::Event,
-            [&](bool success, const std::string&) { heard += success ? 100 : 1; });
+        processor->getNewHTMLWithPurpose(
+            HTMLPurpose::Event, [&](bool success, const std::string&) { heard += success ? 100 : 1; });
         processor->setCreateAtTimestamp(7);
         EXPECT_NE(processor->createAtTimestamp(), 7) << "the showing waits for the markup";
         ad.world.phone.wait(9);

@@ -96,7 +96,7 @@ TEST_F(NetworkHooksTest, TheViewThatShowsAnAdStandsForItAndTakesItsTaps)
     EXPECT_EQ(webView->gestureRecognizers().size(), 4u) << "listened to once";
     std::string markup;
     processor->getNewHTMLWithPurpose(
-        LMAdViewProcessor::HTMLPurpose::AdRecord, [&](bool, const std::string& html) { markup = html; });
+        HTMLPurpose::AdRecord, [&](bool, const std::string& html) { markup = html; });
     world.phone.wait(1);
     EXPECT_NE(markup.find("<h1>Ad</h1>"), std::string::npos);
     EXPECT_EQ(AdProcessingManager::sharedInstance().getProcessorReversedBy(webView.get()), processor);

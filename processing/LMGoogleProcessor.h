@@ -1,6 +1,6 @@
 #pragma once
 
-#include "processing/NetworkProcessor.h"
+#include "processing/LMNetworkProcessor.h"
 
 namespace lumora {
 

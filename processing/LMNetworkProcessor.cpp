@@ -1,4 +1,4 @@
-#include "processing/NetworkProcessor.h"
+#include "processing/LMNetworkProcessor.h"
 
 #include "interception/AdViewSearch.h"
 #include "interception/TDMetadataClassProtocol.h"
@@ -170,12 +170,14 @@ ClassDescription LMNetworkProcessor::describe(const ProcessorClass& row, const C
     return description;
 }
 
+const ProcessorClass& LMNetworkProcessor::row() const { return rowOf(isa()); }
+
 std::string LMNetworkProcessor::ask(const TypedSelector<std::string(id)>& identifier)
 {
     // Identifiers are read from where the creative is.
     const std::shared_ptr<UIView> page = webView();
     const std::shared_ptr<UIView> creative = page ? page : viewForTakingScreenshot();
-    for (const char* name : rowOf(isa()).metadataClasses) {
+    for (const char* name : row().metadataClasses) {
         Class metadataClass = NSClassFromString(name);
         if (!creative || !respondsToSelector(metadataClass, identifier))
             continue;
@@ -187,7 +189,7 @@ std::string LMNetworkProcessor::ask(const TypedSelector<std::string(id)>& identi
 
 std::string LMNetworkProcessor::getCreativeID()
 {
-    const ReadFromView& own = rowOf(isa()).creativeId;
+    const ReadFromView& own = row().creativeId;
     return own ? own(adObject().get()) : ask(sel::getCreativeIDWithObject);
 }
 
@@ -195,11 +197,11 @@ std::string LMNetworkProcessor::getPlacementID() { return ask(sel::getPlacementI
 
 LMAdFormat LMNetworkProcessor::getAdFormatId()
 {
-    const ProcessorClass& row = rowOf(isa());
+    const std::vector<const char*>& kinds = row().interstitialKinds;
     const auto ad = adObject();
-    const bool isInterstitial = std::any_of(row.interstitialKinds.begin(), row.interstitialKinds.end(),
-        [&](const char* kind) { return isInside(ad.get(), kind); });
-    return isInterstitial ? LMAdFormat::Interstitial : row.format;
+    const bool isInterstitial
+        = std::any_of(kinds.begin(), kinds.end(), [&](const char* kind) { return isInside(ad.get(), kind); });
+    return isInterstitial ? LMAdFormat::Interstitial : row().format;
 }
 
 bool LMNetworkProcessor::isShownIn(UIView& view) const
@@ -213,23 +215,31 @@ bool LMNetworkProcessor::isShownIn(UIView& view) const
     });
 }
 
-std::shared_ptr<UIView> LMNetworkProcessor::viewForTakingScreenshot()
+std::shared_ptr<UIView> LMNetworkProcessor::findView()
 {
     const auto ad = adObject();
-    std::shared_ptr<UIView> view = AdViewSearch::viewOf(ad);
-    if (!view)
-        view = AdViewSearch::webViewOwnedBy(ad);
-    const char* container = rowOf(isa()).container;
-    if (!view && ad && container) {
-        view = webViewOnTop(container);
-        if (view && !isShownIn(*view))
-            view = nullptr;
-    }
-    // A view that comes after its ad object is listened to from when it is first seen.
-    if (view && view != ad && shownIn(*view).get() != this) {
-        objc_setAssociatedObject(*view, &shownAdKey, Value::weak(weakly<Object>(this)));
-        addGestureRecognizersToView(*view);
-    }
+    if (auto view = AdViewSearch::viewOf(ad))
+        return view;
+    if (auto view = AdViewSearch::webViewOwnedBy(ad))
+        return view;
+    auto view = ad && row().container ? webViewOnTop(row().container) : nullptr;
+    return view && isShownIn(*view) ? view : nullptr;
+}
+
+void LMNetworkProcessor::listenTo(UIView& view)
+{
+    if (shownIn(view).get() == this)
+        return;
+    objc_setAssociatedObject(view, &shownAdKey, Value::weak(weakly<Object>(this)));
+    addGestureRecognizersToView(view);
+}
+
+std::shared_ptr<UIView> LMNetworkProcessor::viewForTakingScreenshot()
+{
+    auto view = findView();
+    // The ad object's own taps are the base's.
+    if (view && view != adObject())
+        listenTo(*view);
     return view;
 }
 

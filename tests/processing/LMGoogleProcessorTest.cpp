@@ -1,4 +1,4 @@
-#include "processing/GoogleProcessor.h"
+#include "processing/LMGoogleProcessor.h"
 
 #include "lumora/LMLog.h"
 #include "platform/uikit/UIView.h"

@@ -1,4 +1,4 @@
-#include "processing/GoogleProcessor.h"
+#include "processing/LMGoogleProcessor.h"
 
 #include "lumora/LMLog.h"
 #include "platform/foundation/NSRegularExpression.h"
@@ -122,15 +122,10 @@ const std::vector<GoogleProcessorClass>& family()
     return all;
 }
 
-const GoogleProcessorClass& rowOf(Class self)
+const GoogleProcessorClass& inFamily(const ProcessorClass& row)
 {
-    for (Class cls = self; cls; cls = cls->superclass()) {
-        for (const GoogleProcessorClass& row : family()) {
-            if (cls->name() == row.processor.name)
-                return row;
-        }
-    }
-    throw NSException(NSInvalidArgumentException, NSStringFromClass(self) + " is none of Google's");
+    return *std::find_if(family().begin(), family().end(),
+        [&](const GoogleProcessorClass& each) { return &each.processor == &row; });
 }
 
 const RegisteredClasses registered { [] {
@@ -239,7 +234,7 @@ std::string LMGoogleProcessor::getCreativeID()
 {
     if (lumoraCrId())
         return *lumoraCrId();
-    const GoogleProcessorClass& row = rowOf(isa());
+    const GoogleProcessorClass& row = inFamily(this->row());
     const auto ad = adObject();
     std::optional<std::string> creative;
     if (!ad)

@@ -39,11 +39,19 @@ public:
     std::string getPlacementID() override;
     LMAdFormat getAdFormatId() override;
     /// The ad object or its view; else the web view that it owns, or the one in the controller on top if that
-    /// is of the kind for such ads.
+    /// is of the kind for such ads. A view that comes after its ad object is listened to from when this first
+    /// sees it.
     std::shared_ptr<UIView> viewForTakingScreenshot() override;
     void startTrackingTapEvents() override;
 
+protected:
+    /// The row of the class.
+    const ProcessorClass& row() const;
+
 private:
+    std::shared_ptr<UIView> findView();
+    /// Takes the taps on a view that shows the ad, which is the ad's from now on.
+    void listenTo(UIView& view);
     /// Whether the page of a controller on top is this ad's: it was before, or no other ad of the kind is
     /// newer.
     bool isShownIn(UIView& view) const;
