@@ -80,7 +80,7 @@ void LMEventsManager::checkProcessorForPendingEvents(LMAdViewProcessor& processo
     const Events parked = m_eventsSaver->getEventsForView(processor.adObject().get());
     if (parked.empty())
         return;
-    m_eventsSaver->removeEvents(parked);
+    // They stay in the backup while the processor fills them, which takes a page's time.
     // The processor answers once, or is taken to have nothing to say.
     const auto isAnswered = std::make_shared<std::atomic<bool>>(false);
     auto takeAnswer = [self = retain(this), parked, isAnswered](const std::shared_ptr<TDEventModel>& filled) {
@@ -111,6 +111,7 @@ void LMEventsManager::handleParked(const Events& parked, const std::shared_ptr<T
         m_eventsSaver->saveEvent(filled, nullptr);
         sendStored(filled, nullptr, handOvers);
     }
+    m_eventsSaver->removeEvents(parked);
 }
 
 void LMEventsManager::configTimer()

@@ -218,6 +218,53 @@ TEST_F(ProxyTest, TheObserverHearsFirstAndHarmsNothing)
     EXPECT_THROW(finish(proxyOf(observer)), std::runtime_error) << "what a network raises passes through";
 }
 
+TEST_F(ProxyTest, ANavigationIsDecidedOnce)
+{
+    const auto decisions = [&](const std::shared_ptr<ProxyDelegate>& proxy, const auto& question) {
+        std::vector<int64_t> heard;
+        send(proxy, question, make<WKWebView>(), id {},
+            WKDecisionHandler { [&](int64_t policy) { heard.push_back(policy); } });
+        return heard;
+    };
+    const std::vector<int64_t> once { WKNavigationPolicyAllow };
+    const auto& action = sel::webViewDecidePolicyForNavigationAction;
+    const auto& response = sel::webViewDecidePolicyForNavigationResponse;
+    EXPECT_EQ(decisions(proxyOf(nullptr), action), once) << "by the observer";
+    EXPECT_EQ(decisions(proxyOf(nullptr), response), once) << "which is not asked this";
+    EXPECT_EQ(decisions(proxyOf(make<NSObject>()), action), once) << "the network has no say";
+    EXPECT_EQ(decisions(proxyOf(proxyOf(nullptr)), action), once);
+}
+
+TEST_F(ProxyTest, AMessageAboutAnotherPageIsNotOneThatComesRound)
+{
+    const auto first = make<WKWebView>(), second = make<WKWebView>();
+    const auto proxy = proxyOf(diary);
+    diary->onFinish = [&] {
+        send(proxy, sel::webViewDidFinishNavigation, second, id {});
+        send(proxy, sel::webViewDidFinishNavigation, first, id {});
+    };
+    send(proxy, sel::webViewDidFinishNavigation, first, id {});
+    EXPECT_EQ(std::count(diary->lines.begin(), diary->lines.end(), 'f'), 2) << diary->lines;
+}
+
+TEST_F(ProxyTest, ADelegateKeepsOneProxyForEachPageThatLives)
+{
+    std::vector<std::weak_ptr<ProxyDelegate>> proxies;
+    const auto putInFront = [&](const std::shared_ptr<WKWebView>& view) {
+        const auto proxy = proxyOf(diary);
+        proxy->liveAsLongAsOrigin(view.get());
+        proxies.emplace_back(proxy);
+    };
+    const auto lasting = make<WKWebView>();
+    for (const auto& view : { lasting, lasting, make<WKWebView>(), make<WKWebView>() })
+        putInFront(view);
+    putInFront(make<WKWebView>());
+    const auto lives = [](const auto& proxy) { return !proxy.expired(); };
+    EXPECT_EQ(std::count_if(proxies.begin(), proxies.end(), lives), 2) << "the lasting page's and the newest";
+    diary.reset();
+    EXPECT_TRUE(std::none_of(proxies.begin(), proxies.end(), lives));
+}
+
 TEST_F(ProxyTest, AnOldStyleLoadIsNeverWanted)
 {
     static int asked = 0;
@@ -241,10 +288,13 @@ TEST_F(ProxyTest, AWeakReferencePassesMessagesOnWhileItsObjectLives)
     const auto reference = WeakRef::to(diary);
     send(reference, sel::webViewDidCommitNavigation, id {}, id {});
     EXPECT_EQ(diary->lines, "committed");
+    EXPECT_TRUE(delegateAnswers(*reference, sel::webViewDidCommitNavigation));
+    EXPECT_FALSE(delegateAnswers(*reference, "webViewDidClose:"_sel));
     std::weak_ptr<Object> target = diary;
     diary.reset();
     EXPECT_TRUE(target.expired());
     EXPECT_NO_THROW(send(reference, sel::webViewDidFinishNavigation, id {}, id {}));
+    EXPECT_FALSE(delegateAnswers(*reference, sel::webViewDidCommitNavigation));
 }
 
 TEST(WebViewTrackerTest, ARecordIsFoundByEqualityAndKeepsNoViewAlive)

@@ -29,6 +29,8 @@ public:
             throw std::runtime_error("the network changed");
         if (isIgnorant)
             return completion(nullptr);
+        if (isSlow)
+            return slowAnswers.push_back(completion);
         event->setCreativeId("known");
         completion(event);
     }
@@ -47,6 +49,8 @@ public:
 
     bool raises { false };
     bool isIgnorant { false };
+    bool isSlow { false };
+    std::vector<EventCompletion> slowAnswers;
     int htmlAsked { 0 };
 };
 

@@ -228,6 +228,26 @@ TEST(LMEventsManagerTest, AProcessorThatFailsLosesNoParkedEvent)
     }
 }
 
+TEST(LMEventsManagerTest, AKillWhileAProcessorAnswersLosesNoParkedEvent)
+{
+    StartedWorld world;
+    {
+        const auto adView = make<UIView>();
+        LMEventsManager::shared().handleEventAsPending(eventOf("parked"), adView.get());
+        const auto processor = Filler::of(adView);
+        processor->isSlow = true;
+        LMEventsManager::shared().checkProcessorForPendingEvents(*processor);
+        LMEventsManager::shared().checkProcessorForPendingEvents(*processor);
+        EXPECT_EQ(processor->slowAnswers.size(), 1u) << "asked once for each event";
+        world.phone.wait(400);
+        EXPECT_TRUE(typesSent(world).empty());
+    }
+    world.restart();
+    world.start();
+    world.phone.wait(6);
+    EXPECT_EQ(typesSent(world), std::vector<std::string> { "parked" });
+}
+
 TEST(LMEventsManagerTest, WhatNobodyFilledIsSentAfterTheNextLaunch)
 {
     StartedWorld world;
