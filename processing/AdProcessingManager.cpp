@@ -178,12 +178,12 @@ std::shared_ptr<LMAdViewProcessor> AdProcessingManager::getProcessorReversedBy(c
     const auto isRelated = [&](const auto& processor) {
         if (isOf(*processor, view))
             return true;
-        // Of an ad object that is no view the one that shows it: its reports had neither markup nor type.
+        // An ad object that is no view is known by the one that shows it: what is reported is that view.
         std::shared_ptr<UIView> adView;
         guarded([&] { adView = wanted ? processor->adView() : nullptr; });
         return adView
-            && (adView.get() == wanted
-                || (containsSubview(*adView, *wanted) || containsSubview(*wanted, *adView)));
+            && (adView.get() == wanted || containsSubview(*adView, *wanted)
+                || containsSubview(*wanted, *adView));
     };
     const auto found = std::find_if(processors.rbegin(), processors.rend(), isRelated);
     return found == processors.rend() ? nullptr : *found;

@@ -7,7 +7,7 @@ namespace lumora {
 
 /// Decides which processor understands an object that the hooks have met, and makes it. Knows networks and
 /// processors by their classes' names only: a network that is not linked never matches, and a processor class
-/// that is not there counts as none. Stateless; main thread. Never raises.
+/// that is not there counts as none. Stateless; main thread.
 class LMAdViewProcessorsFactory {
 public:
     /// Asks the object first, then the delegate its web view has from the network; the first match decides.
@@ -17,7 +17,7 @@ public:
     /// proxy; none for any other object.
     static Class getProcessorClassForAd(Object* object);
     /// A new processor for an ad, made with `initWithAdObject:`; null when no class understands the ad, or
-    /// its initialiser gives nothing.
+    /// its initialiser gives nothing or raises.
     static std::shared_ptr<LMAdViewProcessor> getProcessorForObject(Object* object);
 };
 

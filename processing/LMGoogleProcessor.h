@@ -22,7 +22,8 @@ public:
     std::shared_ptr<Object> supportView();
     /// Whether the ad's answer can be read from there.
     bool shouldUseThisSupportVersion();
-    /// The ad from there; else what the last answer for native ads brought.
+    /// The ad from there; else what the last answer for native ads brought, which need not be this ad's. No
+    /// row of the factory makes a processor that asks.
     Value getAd();
 
 private:

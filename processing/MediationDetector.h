@@ -10,8 +10,8 @@
 namespace lumora {
 
 /// Tells which networks had a part in an ad: the one whose view it is, and those whose views lie around it,
-/// because one network's ad is often served by another. Stateless; main thread, as it walks the views. Never
-/// raises.
+/// because one network's ad is often served by another. Stateless; main thread, as it walks the views. What a
+/// network's own view or processor raises passes through.
 class MediationDetector {
 public:
     /// The classes of the processors that the ad and the views around it have, the outermost first; views
