@@ -1,6 +1,7 @@
 #include "processing/FakeAdController.h"
 
 #include "processing/ProxyDelegate.h"
+#include "service/LMEventsSaverUserDefaultsProvider.h"
 #include "tests/processing/AdPage.h"
 #include "tests/service/Events.h"
 
@@ -26,20 +27,34 @@ TEST(FakeAdControllerTest, ALinkThatNobodyTappedIsARedirect)
     EXPECT_NE(report["screenshot"], Value { "" });
     EXPECT_NE(report["html"].stringOrEmpty().find("<p>creative</p>"), std::string::npos);
     EXPECT_TRUE(ad.diary->lines.ends_with("asked 0 https://shop.example.com/x")) << "the network decides";
+}
 
+TEST(FakeAdControllerTest, ATapMakesAllLinksOfItsShowingTheUsers)
+{
+    AdPage ad;
+    ad.diary->policy = WKNavigationPolicyAllow;
+    ad.load("https://shop.example.com/x");
+    ad.diary->policy = WKNavigationPolicyCancel;
     ad.diary->lines.clear();
     ad.world.phone.tap(*ad.view);
     ad.world.phone.wait(1);
     EXPECT_EQ(ad.diary->lines, "asked 0 https://shop.example.com/x") << "the page gets the tap as well";
     ad.followLink();
-    EXPECT_EQ(ad.events(), "redirect ") << "a tap makes every link of this showing the user's";
+    EXPECT_EQ(ad.events(), "");
     ad.diary->policy = WKNavigationPolicyAllow;
-    ad.load("fbad://markup_impression");
-    ad.followLink();
-    EXPECT_EQ(ad.events(), "redirect ") << "not an address to go to";
     ad.load("https://shop.example.com/y");
     ad.followLink();
-    EXPECT_EQ(ad.events(), "redirect redirect ") << "a new showing";
+    EXPECT_EQ(ad.events(), "redirect ") << "a new showing";
+}
+
+TEST(FakeAdControllerTest, WhatANetworkTellsItsOwnViewIsNoRedirect)
+{
+    AdPage ad;
+    ad.load("fbad://markup_impression");
+    ad.diary->policy = WKNavigationPolicyCancel;
+    ad.followLink();
+    EXPECT_TRUE(ad.diary->lines.ends_with("asked 0 fbad://markup_impression"));
+    EXPECT_EQ(ad.events(), "");
 }
 
 TEST(FakeAdControllerTest, AnEventWaitsForItsProcessor)
@@ -89,37 +104,70 @@ TEST(FakeAdControllerTest, WithoutTheNetworksDelegateItDecides)
     EXPECT_EQ(decisions(false), 1);
 }
 
+/// A web view whose delegate, behind the proxy, is MoPub's.
+struct MoPubPage : AdPage {
+    MoPubPage()
+    {
+        network = alloc<Object>(ClassBuilder("MPWebView", classOf<NSObject>()).build());
+        object_setInstanceVariable(*network, "_delegate", controller);
+        proxy->initWithDelegate(network.get());
+        view->setNavigationDelegate(proxy.get());
+    }
+    /// MoPub's controller answers so when it is asked whether it would intercept, or raises.
+    static void setIntercepts(std::optional<bool> answer)
+    {
+        static std::optional<bool> s_answer;
+        s_answer = answer;
+        const auto intercepts = +[](id, SEL, const Value& url, int64_t type) {
+            asked = { url, type };
+            return s_answer ? *s_answer : throw std::runtime_error("its own");
+        };
+        class_addMethod(NSClassFromString("MRController"), "shouldIntercept:navigationType:"_sel, intercepts);
+    }
+    bool detects(WKNavigationType type = WKNavigationType::LinkActivated) const
+    {
+        return FakeAdController::didMoPubDetectRedirectWith(*view, type, "https://shop.example.com/");
+    }
+
+    static NSArray asked;
+    const std::shared_ptr<Object> controller { standInObject(
+        "MRController", { { "_userInteractedWithWebView", false } }) };
+    std::shared_ptr<Object> network;
+    const std::shared_ptr<ProxyDelegate> proxy { alloc<ProxyDelegate>() };
+};
+NSArray MoPubPage::asked;
+
 TEST(FakeAdControllerTest, MoPubIsAskedWhetherItWouldHaveGoneItself)
 {
-    static NSArray asked;
-    asked.clear();
-    static bool answer;
-    const SEL shouldIntercept = "shouldIntercept:navigationType:"_sel;
-    AdPage ad;
-    const auto controller = standInObject("MRController", { { "_userInteractedWithWebView", false } });
-    const auto network = alloc<Object>(ClassBuilder("MPWebView", classOf<NSObject>()).build());
-    object_setInstanceVariable(*network, "_delegate", controller);
-    const auto detects = [&](WKNavigationType type = WKNavigationType::LinkActivated) {
-        return FakeAdController::didMoPubDetectRedirectWith(*ad.view, type, "https://shop.example.com/");
-    };
-    EXPECT_FALSE(detects()) << "another network's";
-    const auto proxy = alloc<ProxyDelegate>();
-    proxy->initWithDelegate(network.get());
-    ad.view->setNavigationDelegate(proxy.get());
-    EXPECT_FALSE(detects()) << "it does not answer";
-    class_addMethod(
-        NSClassFromString("MRController"), shouldIntercept, +[](id, SEL, const Value& url, int64_t type) {
-            asked = { url, type };
-            return answer ? true : throw std::runtime_error("its own");
-        });
-    EXPECT_FALSE(detects()) << "it raises";
-    answer = true;
-    EXPECT_TRUE(detects());
-    EXPECT_EQ(asked, (NSArray { NSURLValue { "https://shop.example.com/" }, 0 }));
-    EXPECT_TRUE(detects(static_cast<WKNavigationType>(9)));
-    EXPECT_EQ(asked.at(1), Value { -1 });
-    object_setInstanceVariable(*controller, "_userInteractedWithWebView", true);
-    EXPECT_FALSE(detects());
+    MoPubPage ad;
+    EXPECT_FALSE(ad.detects()) << "it does not answer";
+    ad.setIntercepts(std::nullopt);
+    EXPECT_FALSE(ad.detects()) << "it raises";
+    ad.setIntercepts(true);
+    EXPECT_TRUE(ad.detects());
+    EXPECT_EQ(MoPubPage::asked, (NSArray { NSURLValue { "https://shop.example.com/" }, 0 }));
+    EXPECT_TRUE(ad.detects(static_cast<WKNavigationType>(9)));
+    EXPECT_EQ(MoPubPage::asked.at(1), Value { -1 });
+    object_setInstanceVariable(*ad.controller, "_userInteractedWithWebView", true);
+    EXPECT_FALSE(ad.detects());
+    object_setInstanceVariable(*ad.controller, "_userInteractedWithWebView", false);
+    ad.view->setNavigationDelegate(ad.diary.get());
+    EXPECT_FALSE(ad.detects()) << "another network's";
+}
+
+TEST(FakeAdControllerTest, ARedirectCarriesWhatMoPubSays)
+{
+    for (const bool intercepts : { true, false }) {
+        MoPubPage ad;
+        ad.setIntercepts(intercepts);
+        const auto action = WKNavigationAction::with(
+            { .url = "https://shop.example.com/" }, WKNavigationType::LinkActivated);
+        send(ad.proxy, sel::webViewDecidePolicyForNavigationAction, ad.view, action, WKDecisionHandler {});
+        ad.world.phone.wait(1);
+        const Events parked = LMEventsSaverUserDefaultsProvider().getAllEvents();
+        ASSERT_EQ(parked.size(), 1u);
+        EXPECT_EQ((*parked[0]->additionalInfo())["sdkDetected"], Value { intercepts });
+    }
 }
 
 TEST(FakeAdControllerTest, ADelegateMayDieBetweenAnyTwoMessages)

@@ -2,6 +2,7 @@
 
 #include "platform/avkit/AVPlayerViewController.h"
 #include "platform/uikit/UIButton.h"
+#include "support/UIViewControllerExtensions.h"
 #include "tests/processing/AdPage.h"
 
 #include <gtest/gtest.h>
@@ -29,7 +30,7 @@ struct VideoAd : test::AdPage {
             url ? AVPlayerItem::playerItemWithURL({ url }) : make<AVPlayerItem>());
         player->play();
         controller->setPlayer(player);
-        world.phone.window().rootViewController()->presentViewController(controller, false);
+        currentViewController()->presentViewController(controller, false);
         world.phone.wait(1.5);
         return controller;
     }
@@ -88,6 +89,53 @@ TEST(LMAVPlayersManagerTest, AVideoIsStoppedWhenItsAdComesLater)
     EXPECT_TRUE(ad.isPlaying());
     ad.load("#", video);
     LMAVPlayersManager::sharedInstance().checkProcessorForPlayingVideo(ad.processor());
+    ad.world.phone.wait(1);
+    EXPECT_FALSE(ad.isPlaying());
+}
+
+TEST(LMAVPlayersManagerTest, OneVideoEndsACheckAndEachIsStoppedOnce)
+{
+    constexpr const char* other = "https://cdn.example.com/other.mp4";
+    VideoAd ad;
+    ad.load("#");
+    const auto first = ad.play(video);
+    const auto firstPlayer = std::exchange(ad.player, AVPlayer::playerWithPlayerItem(nullptr));
+    const auto second = ad.play(other);
+    ad.load("#", std::string { other } + " " + video);
+    LMAVPlayersManager::sharedInstance().checkProcessorForPlayingVideo(ad.processor());
+    ad.world.phone.wait(1);
+    EXPECT_EQ(ad.world.lastReport()["video"], Value { video }) << "the one seen first, wherever it is named";
+    EXPECT_TRUE(firstPlayer->rate() == 0 && ad.isPlaying());
+    // Two processors of ads that name the other one.
+    const auto twin = alloc<LMAdViewProcessor>();
+    send(twin, sel::initWithAdObject, ad.view);
+    ProcessorsManager::sharedInstance().addProcessor(twin);
+    LMAVPlayersManager::sharedInstance().checkAllProcessors();
+    ad.world.phone.wait(1);
+    EXPECT_FALSE(ad.isPlaying());
+    EXPECT_EQ(ad.events(), "autoplay autoplay autoplay ") << "the second by either processor of its ad";
+}
+
+TEST(LMAVPlayersManagerTest, TheControllerSeenLastIsLeft)
+{
+    VideoAd ad;
+    ad.load("#");
+    const auto before = ad.play();
+    const auto observed
+        = LMAVPlayersManager::sharedInstance().findObservedAVPlayerWithAVPlayer(ad.player.get());
+    const auto after = alloc<AVPlayerViewController>();
+    send(after, sel::init);
+    after->setPlayer(ad.player);
+    before->presentViewController(after, false);
+    ad.world.phone.wait(1.5);
+    EXPECT_EQ(observed->weakVC(), after);
+
+    // A record whose controller is gone: what is on top may name one.
+    observed->setWeakVC(nullptr);
+    const auto top = make<UIViewController>();
+    object_setInstanceVariable(*top, "delegate", Value::weak(before));
+    after->presentViewController(top, false);
+    LMAVPlayersManager::sharedInstance().disableFullscreenVideoWithProcessor(*ad.processor(), observed);
     ad.world.phone.wait(1);
     EXPECT_FALSE(ad.isPlaying());
 }

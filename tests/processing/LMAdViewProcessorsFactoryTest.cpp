@@ -87,6 +87,7 @@ TEST_F(LMAdViewProcessorsFactoryTest, ObjectsAndDelegatesByTheirKind)
         "LMInMobiProcessor")
         << "the object before the delegate";
     EXPECT_EQ(processorFor(nullptr, nullptr), "");
+    EXPECT_EQ(processorFor(stranger.get(), nullptr), "");
 }
 
 TEST_F(LMAdViewProcessorsFactoryTest, MoPubsConfigurationSaysWhichAdItIs)
@@ -127,6 +128,11 @@ TEST_F(LMAdViewProcessorsFactoryTest, AGoogleWebViewBelongsToWhatItIsIn)
     EXPECT_EQ(processorInside("GADBannerView"), "LMGADViewProcessor");
     EXPECT_EQ(processorInside("GADInterstitial"), "LMGADInterstitialProcessor");
     EXPECT_EQ(processorInside("Stranger"), "LMGADViewProcessor");
+    const auto outermost = viewOf("DFPBannerView"), inner = viewOf("MPAdView");
+    const auto webView = make<WKWebView>();
+    outermost->addSubview(inner);
+    inner->addSubview(webView);
+    EXPECT_EQ(processorFor(webView.get(), google.get()), "LMMoPubBannerProcessor") << "the nearest";
 
     const auto alone = [](const char* key, const char* controller, const char* kind = "GADUIKitWebView") {
         const auto holder = standInObject("Holder", { { key, standInObject(controller, {}) } });

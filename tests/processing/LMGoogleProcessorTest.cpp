@@ -151,7 +151,11 @@ TEST_F(GoogleProcessorTest, TheLastResortIsWhatTheSDKDebugsWith)
     EXPECT_EQ(found("_delegate._adDebugDialogString", "creative+id+0=7"), "7");
     EXPECT_EQ(found("_delegate._ad._debugDialogString", "Creative+ID+0=x"), "7");
     EXPECT_EQ(found("_delegate._ad._debugDialogString", "Creative+ID+0=11 Creative+ID+0=22"), "22");
-    EXPECT_EQ(creativeOf("LMGADViewProcessor"), "22");
+    for (const Value& headers : { Value {}, Value { "no headers" }, Value { NSDictionary {} },
+             Value { NSDictionary { { "a", "no creative" } } } }) {
+        plant(container, "_delegate._ad._responseHeaders", headers);
+        EXPECT_EQ(creativeOf("LMGADViewProcessor"), "22");
+    }
 }
 
 TEST_F(GoogleProcessorTest, TheSupportViewIsWhereTheReportLooks)

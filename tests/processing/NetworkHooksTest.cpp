@@ -1,4 +1,5 @@
 #include "interception/Swizzling.h"
+#include "lumora/LMLog.h"
 #include "processing/AdProcessingManager.h"
 #include "processing/ProcessorsManager.h"
 #include "simulator/networks/StandIns.h"
@@ -38,8 +39,9 @@ protected:
 
     test::World world { { .adjust = [](Phone::Options& phone) {
         phone.onBoot = [] {
-            googleStandIn().install();
-            moPubStandIn().install();
+            for (const StandInNetwork* network :
+                { &googleStandIn(), &moPubStandIn(), &smaatoStandIn(), &verveStandIn(), &rubiconStandIn() })
+                network->install();
         };
     } } };
     UIViewController& page { *world.phone.window().rootViewController() };
@@ -57,6 +59,48 @@ TEST_F(NetworkHooksTest, WhatShowsNothingHandsNothingOver)
     send<void>(gone.get(), "adLoadCompletedWithError:"_sel, id {});
     gone = nullptr;
     EXPECT_EQ(processors(), "");
+}
+
+TEST_F(NetworkHooksTest, SomeCallsShowAnAdAndSomeDoNot)
+{
+    const auto isSeen = [&](const std::shared_ptr<Object>& receiver, const char* selector, auto... argument) {
+        const auto count = [&] {
+            const auto lines = world.phone.console().lines();
+            return std::count(lines.begin(), lines.end(), "[Lumora] [Lumora] User sees an AD");
+        };
+        const auto before = count();
+        send<void>(receiver.get(), sel_registerName(selector), argument...);
+        world.phone.wait(0);
+        return count() > before;
+    };
+    LMLog::setLogLevel(0);
+    const auto native = standInView("GADUnifiedNativeAdView", { 320, 50 });
+    EXPECT_FALSE(isSeen(native, "setNativeAd:", id {}));
+    EXPECT_TRUE(isSeen(native, "setNativeAd:", id { standInObject("GADUnifiedNativeAd").get() }));
+    const auto banner = standInView("RFMAdView", { 320, 50 });
+    EXPECT_FALSE(isSeen(banner, "didMoveToWindow"));
+    world.phone.content().addSubview(banner);
+    EXPECT_EQ(processors(), "LMRubiconProcessor ");
+    for (const auto& [kind, seen] : { std::pair { "SOMAAdView", true }, { "SOMAMediatedAdView", false } })
+        EXPECT_EQ(isSeen(standInView(kind, { 320, 50 }), "renderedAdViewDidFinishedRendering:",
+                      id { standInView("SOMARenderedAdView", { 320, 50 }).get() }),
+            seen)
+            << kind;
+    const auto controller
+        = alloc<Object>(standInClass("VWFullscreenAdViewController", classOf<UIViewController>()));
+    for (const auto& [kind, seen] : { std::pair { "VWInterstitialAd", true }, { "VWExpandedAd", false } })
+        EXPECT_EQ(
+            isSeen(controller, "adViewDidFinishLoadingAd:", id { standInView(kind, { 320, 50 }).get() }),
+            seen)
+            << kind;
+}
+
+TEST_F(NetworkHooksTest, WhatIsUnderstoodGoesBeforeWhatIsOnlyThere)
+{
+    const auto banner = standInView("MPAdView", { 320, 50 });
+    send<void>(banner.get(), "managerDidLoadAd:"_sel, standInView("Content", { 320, 50 }).get());
+    EXPECT_EQ(processors(), "LMMoPubBannerProcessor ");
+    EXPECT_NE(AdProcessingManager::sharedInstance().getProcessorBy(banner.get()), nullptr);
 }
 
 TEST_F(NetworkHooksTest, AnAdIsHandedOverOnceItIsInItsPlaceFromAnyThread)

@@ -1,67 +1,19 @@
 #include "processing/ProcessorsManager.h"
 
 #include "core/TDActivationManager.h"
-#include "lumora/LMLog.h"
 #include "platform/foundation/NSTimer.h"
-#include "service/LMEventsSaver.h"
-#include "support/NSDateExtensions.h"
-#include "tests/processing/AdPage.h"
+#include "processing/AdProcessingManager.h"
+#include "tests/processing/ShownAds.h"
 #include "tests/service/Events.h"
-
-#include <gtest/gtest.h>
 
 namespace lumora {
 namespace {
 
 using test::timersNamed;
 
-/// Counts the looks at an ad.
-class Looked final : public LMAdViewProcessor {
-public:
-    static const ClassDescription& classDescription()
-    {
-        static const auto& description
-            = *new ClassDescription(ClassDescription::of<Looked, LMAdViewProcessor>("TestLooked"));
-        return description;
-    }
-    void logAd() override { logged++; }
-    std::shared_ptr<UIView> viewForTakingScreenshot() override
-    {
-        looks++;
-        return LMAdViewProcessor::viewForTakingScreenshot();
-    }
-    std::string getCreativeID() override { return "crid"; }
-    std::string getPlacementID() override { return "placement"; }
-    int logged { 0 };
-    int looks { 0 };
-};
-
-/// Ads on a phone's screen whose processors are registered.
-class ProcessorsManagerTest : public testing::Test {
+class ProcessorsManagerTest : public test::ShownAds {
 protected:
-    std::shared_ptr<Looked> show(double age = 0)
-    {
-        const auto view = make<UIView>();
-        view->setFrame({ { 10, 100 }, { 320, 50 } });
-        world.phone.content().addSubview(view);
-        auto processor = alloc<Looked>();
-        send(processor, sel::initWithAdObject, view);
-        processor->setCreateAtTimestamp(serverTimeIntervalSince1970() - age);
-        manager.addProcessor(processor);
-        processor->looks = 0;
-        return processor;
-    }
-    std::string looks() const
-    {
-        std::string text;
-        for (const auto& processor : manager.getAllProcessors())
-            text += std::to_string(as<Looked>(processor)->looks);
-        return text;
-    }
     size_t pendingTicks() const { return timersNamed(world.phone, "ProcessorsManager startTimer]").size(); }
-
-    test::StartedWorld world;
-    ProcessorsManager& manager { ProcessorsManager::sharedInstance() };
 };
 
 TEST_F(ProcessorsManagerTest, TheFirstTickComesAfterOneSecondThenEveryFive)
@@ -174,78 +126,17 @@ TEST_F(ProcessorsManagerTest, AnEventGoesToEveryProcessorOfItsAd)
     EXPECT_EQ(world.service.reports().size(), 2u) << "the gate says no, or is being asked";
 }
 
-TEST_F(ProcessorsManagerTest, TheLastTappedAndWhatTapsMean)
+TEST_F(ProcessorsManagerTest, TheLastTappedAd)
 {
-    AdProcessingManager& front = AdProcessingManager::sharedInstance();
     const auto first = show();
     const auto second = show();
     EXPECT_EQ(manager.getProcessorWithLastTappedAdObject(), nullptr);
-    EXPECT_FALSE(front.didUserTapOnView(first->adObject().get()));
-    EXPECT_FALSE(front.didUserTapOnView(nullptr));
     for (const auto& processor : { second, first })
         processor->saveTapEvent();
     EXPECT_EQ(manager.getProcessorWithLastTappedAdObject(), first) << "of equal ones the oldest";
-    EXPECT_TRUE(front.didUserTapOnView(first->adObject().get()));
     world.phone.wait(1);
     second->saveTapEvent();
     EXPECT_EQ(manager.getProcessorWithLastTappedAdObject(), second);
-    front.logAd(first->adObject(), true);
-    EXPECT_FALSE(front.didUserTapOnView(first->adObject().get())) << "a tap on what showed before";
-}
-
-TEST_F(ProcessorsManagerTest, AnAdOnScreenIsFoundByItsIdentifiers)
-{
-    const auto shows = [](int64_t createTS, const char* name = "sdk name", const char* creative = "crid") {
-        return AdProcessingManager::sharedInstance().isAdvertShowingOnScreenByCreativeId(
-            creative, "placement", createTS, name);
-    };
-    const auto processor = show();
-    processor->setCreateAtTimestamp(1600000000.7);
-    EXPECT_TRUE(shows(1600000000999));
-    EXPECT_FALSE(shows(1600000001000));
-    EXPECT_FALSE(shows(1600000000999, "MoPub"));
-    EXPECT_FALSE(shows(1600000000999, "sdk name", ""));
-    as<UIView>(processor->adObject())->setHidden(true);
-    EXPECT_FALSE(shows(1600000000999));
-}
-
-TEST_F(ProcessorsManagerTest, AnAddressOpenedSoonAfterATapIsNoted)
-{
-    LMLog::setLogLevel(0);
-    const auto notes = [&] {
-        AdProcessingManager::sharedInstance().appDidOpenURL("https://shop.example.com/");
-        const auto lines = world.phone.console().lines();
-        return std::count(lines.begin(), lines.end(), "[Lumora] We found tapped ad and redirection");
-    };
-    const auto processor = show();
-    EXPECT_EQ(notes(), 0) << "never tapped";
-    processor->saveTapEvent();
-    world.phone.wait(1.9);
-    EXPECT_EQ(notes(), 1);
-    world.phone.wait(0.1);
-    EXPECT_EQ(notes(), 1);
-}
-
-// Ads that were there before the library: while the record is being fetched the gate says no.
-TEST(AdoptionTest, WhatTheGateSaysDecidesWhoIsWatched)
-{
-    test::AdPage early(test::recordWithMarkup, false);
-    early.load("https://shop.example.com/");
-    early.world.start();
-    early.world.phone.wait(1);
-    EXPECT_EQ(early.processor(), nullptr) << "no proxy yet, so nobody knows the network";
-    early.load("https://shop.example.com/");
-    EXPECT_EQ(early.processor(), nullptr);
-
-    test::AdPage late(test::recordWithMarkup, false);
-    late.load("https://shop.example.com/");
-    late.world.start();
-    late.world.phone.wait(1);
-    AdProcessingManager::sharedInstance().handleExistingAds();
-    late.world.phone.wait(1);
-    EXPECT_NE(late.processor(), nullptr);
-    late.followLink();
-    EXPECT_EQ(late.events(), "redirect ");
 }
 
 } // namespace
