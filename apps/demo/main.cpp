@@ -1,7 +1,7 @@
 // The main job from end to end: the library starts and its log arrives; an interstitial and two networks'
-// banners are shown, get their report button, are reported, and the reports arrive; then one ad of every
-// network and format; then the service goes away, an ad is reported all the same, the phone is killed, and
-// after its restart the report arrives.
+// banners are shown, get their report button, are reported, and the reports arrive; then an ad leaves by
+// itself and another starts a video; then one ad of every network and format; then the service goes away, an
+// ad is reported all the same, the phone is killed, and after its restart the report arrives.
 
 #include "apps/demo/AllNetworks.h"
 #include "apps/demo/HostApp.h"
@@ -10,11 +10,14 @@
 #include "devservice/LoopbackServer.h"
 #include "lumora/LMLogManager.h"
 #include "lumora/Lumora.h"
+#include "platform/avkit/AVPlayerViewController.h"
 #include "platform/foundation/NSFileManager.h"
 #include "platform/foundation/NSJSONSerialization.h"
 #include "platform/foundation/NSString.h"
 #include "platform/linux/CurlTransport.h"
+#include "platform/linux/GStreamerDecoder.h"
 #include "platform/webkit/WebKitEngine.h"
+#include "processing/AdProcessingManager.h"
 #include "report/LMInterstitialTutorialView.h"
 #include "report/LMReportAdView.h"
 #include "report/ReportProtocols.h"
@@ -44,6 +47,8 @@ struct Arguments {
     bool virtualTime { false };
     /// Why the ads' pages are not in the real engine; empty when they are.
     std::string pageEngineBecause;
+    /// Why videos play without pictures; empty when they have some.
+    std::string videoDecoderBecause;
     std::filesystem::path folder { "out" };
     std::vector<std::filesystem::path> creatives;
 };
@@ -74,6 +79,9 @@ private:
     void reportInterstitial();
     void reportOnSheet(UIView& adView, TDReportButtonView& button);
     void watchARunaway();
+    void endAVideo();
+    /// The newest event of Amazon's of that type that has arrived; empty when none has in time.
+    NSDictionary amazonsEvent(const char* type);
     void reportWhileServiceIsAway(const Ad& ad);
     void restartAndDeliver(const Ad& ad);
     void setServiceAway(bool away);
@@ -106,6 +114,8 @@ Demo::Demo(const Arguments& arguments)
     options.onBoot = [this] {
         if (m_arguments.pageEngineBecause.empty())
             setWebEngineFactory(makeWebKitEngine);
+        if (m_arguments.videoDecoderBecause.empty())
+            setVideoDecoderFactory(makeGStreamerDecoder);
         for (const StandInNetwork* network : allStandIns())
             network->install();
     };
@@ -363,26 +373,68 @@ void Demo::watchARunaway()
     m_story->tell("an Amazon banner loads, and nobody touches it");
     if (!m_arguments.pageEngineBecause.empty())
         return m_story->tell("its script does not run in the engine in memory: nothing happens");
-    NSDictionary redirect;
-    const auto arrived = [&](const char* type) {
-        for (const Arrival& report : m_service.reports()) {
-            const NSDictionary event = soleObjectIn(report.body);
-            if (event["type"] == Value { type } && event["sdk"] == Value { "Amazon" })
-                redirect = event;
-        }
-        return !redirect.empty();
-    };
-    if (!m_story->expect(m_phone->waitUntil([&] { return arrived("redirect"); }, patience),
-            "the service is told of a redirect that nobody tapped"))
+    const NSDictionary redirect = amazonsEvent("redirect");
+    if (!m_story->expect(!redirect.empty(), "the service is told of a redirect that nobody tapped"))
         return;
     m_story->expect(redirect["redirectUrl"] == Value { "https://prizes.example.com/claim?from=ad" },
         "it leads to " + redirect["redirectUrl"].description());
     m_story->expect(redirect["html"].stringOrEmpty().find("You have won") != std::string::npos,
         "the event carries the page");
-    redirect = {};
-    m_story->expect(
-        m_phone->waitUntil([&] { return arrived("alert"); }, patience), "and of the dialog in its markup");
+    m_story->expect(!amazonsEvent("alert").empty(), "and of the dialog in its markup");
     m_story->picture(m_phone->screen(), "runaway");
+}
+
+NSDictionary Demo::amazonsEvent(const char* type)
+{
+    NSDictionary found;
+    m_phone->waitUntil(
+        [&] {
+            for (const Arrival& report : m_service.reports()) {
+                const NSDictionary event = soleObjectIn(report.body);
+                if (event["type"] == Value { type } && event["sdk"] == Value { "Amazon" })
+                    found = event;
+            }
+            return !found.empty();
+        },
+        patience);
+    return found;
+}
+
+/// An ad plays a video over the whole screen that nobody asked for. The library presses its button.
+void Demo::endAVideo()
+{
+    m_story->chapter("An ad that starts a video");
+    const std::string video = "file://" LUMORA_DEMO_CREATIVES "/ball.webm";
+    StandInAd ad(*m_phone->window().rootViewController());
+    ad.html = markupOf(LUMORA_DEMO_CREATIVES "/cinema.html");
+    ad.html.replace(ad.html.find("TRAILER"), std::strlen("TRAILER"), video);
+    amazonStandIn().formats.front().show(ad);
+    m_story->tell("an Amazon banner loads, whose page names a video");
+    const auto isKnown
+        = [&] { return AdProcessingManager::sharedInstance().getProcessorBy(ad.adView.get()) != nullptr; };
+    if (!m_story->expect(m_phone->waitUntil(isKnown, patience), "the library knows the ad"))
+        return;
+    const auto controller = alloc<AVPlayerViewController>();
+    send(controller, sel::init);
+    const auto player = AVPlayer::playerWithPlayerItem(AVPlayerItem::playerItemWithURL({ video }));
+    controller->setPlayer(player);
+    player->play();
+    UIViewController* const page = currentViewController();
+    page->presentViewController(controller, false);
+    m_story->tell("the ad plays it over everything");
+    if (m_arguments.videoDecoderBecause.empty()) {
+        m_phone->wait(0.7);
+        m_story->picture(m_phone->screen(), "video");
+    } else {
+        m_story->tell("no picture of it: " + m_arguments.videoDecoderBecause);
+    }
+    const NSDictionary event = amazonsEvent("autoplay");
+    m_story->expect(event["video"] == Value { video }, "the service is told of a video that plays by itself");
+    m_story->expect(player->rate() == 0 && !player->currentItem(), "the video has ended");
+    m_story->expect(m_phone->waitUntil([&] { return currentViewController() == page; }, patience),
+        "and the application's page is back");
+    m_phone->wait(0.5);
+    m_story->picture(m_phone->screen(), "video-ended");
 }
 
 void Demo::reportWhileServiceIsAway(const Ad& ad)
@@ -432,6 +484,7 @@ int Demo::run()
             adMob(creatives[std::min(i + 1, creatives.size() - 1)], "fraud", std::to_string(12345 + i)));
     }
     watchARunaway();
+    endAVideo();
     m_story->chapter("Every network: shown, reported, delivered");
     reportEveryNetwork(*m_phone, m_service, *m_story);
     Ad last = moPub(creatives.front(), "repetitive", "dsp-7999");
@@ -465,7 +518,9 @@ Arguments parsed(int argc, char** argv)
             throw std::invalid_argument(std::string { argument } + ": no such file");
     }
     // Asked here, before there are threads.
-    arguments.pageEngineBecause = arguments.virtualTime ? "the clock is virtual" : webKitEngineProblem();
+    const std::string noRealTime = "the clock is virtual";
+    arguments.pageEngineBecause = arguments.virtualTime ? noRealTime : webKitEngineProblem();
+    arguments.videoDecoderBecause = arguments.virtualTime ? noRealTime : gstreamerProblem();
     if (arguments.creatives.empty())
         arguments.creatives = { LUMORA_DEMO_CREATIVES "/coffee.html", LUMORA_DEMO_CREATIVES "/trail.html" };
     return arguments;
