@@ -13,6 +13,10 @@ namespace {
 
 constexpr CGRect outOfSight { { -10, -10 }, { 5, 5 } };
 constexpr int64_t audio = 1;
+/// Seconds until a page that neither finishes nor fails, as one that is served without end, is given up.
+constexpr double patience = 60;
+/// A page may say that it has any number of frames.
+constexpr int64_t mostFrames = 100;
 
 /// What a script answers before the request for it returns; nothing otherwise.
 Value answerAtOnce(WKWebView& page, const std::string& script)
@@ -30,7 +34,7 @@ std::vector<std::string> framesOf(WKWebView& page)
 {
     const std::string frames = "document.getElementsByTagName(\"iframe\")";
     std::vector<std::string> urls;
-    const int64_t count = answerAtOnce(page, frames + ".length").integerValue();
+    const int64_t count = std::min(answerAtOnce(page, frames + ".length").integerValue(), mostFrames);
     for (int64_t i = 0; i < count; i++) {
         const Value url = answerAtOnce(page, frames + "[" + std::to_string(i) + "].src");
         if (url.string())
@@ -48,23 +52,24 @@ const ClassDescription& FramePages::classDescription()
             .method<&FramePages::didFinishNavigation>(sel::webViewDidFinishNavigation)
             .method<&FramePages::didFailNavigation>(sel::webViewDidFailNavigation)
             .method<&FramePages::didFailNavigation>(sel::webViewDidFailProvisionalNavigation)
-            .method<&FramePages::didTerminate>(sel::webViewWebContentProcessDidTerminate)
+            .method<&FramePages::giveUp>(sel::webViewWebContentProcessDidTerminate)
             .protocol("WKNavigationDelegate"));
     return description;
 }
 static const RegisteredClass registered { &FramePages::classDescription };
 
-bool FramePages::hasFrames(const LMAdViewProcessor& processor)
+std::shared_ptr<WKWebView> FramePages::pageWithFrames(const LMAdViewProcessor& processor)
 {
-    return as<WKWebView>(processor.adObject()) && processor.html().find("<iframe") != std::string::npos;
+    return processor.html().find("<iframe") == std::string::npos ? nullptr
+                                                                 : as<WKWebView>(processor.adObject());
 }
 
 void FramePages::processorIframesContainsURL(const std::shared_ptr<LMAdViewProcessor>& processor,
     const std::string& url, const std::function<void(bool)>& completionHandler)
 {
-    if (!hasFrames(*processor))
+    const auto page = pageWithFrames(*processor);
+    if (!page)
         return callCompletion(completionHandler, false);
-    const auto page = as<WKWebView>(processor->adObject());
     dispatch_get_main_queue().async([self = retain(this), page, url, completionHandler] {
         const std::vector<std::string> frames = framesOf(*page);
         if (frames.empty())
@@ -97,6 +102,8 @@ void FramePages::getHTMLsFromLink(const std::string& url)
     // Past the library's own hook: this page is no ad.
     page->setNavigationDelegate(this);
     page->loadRequest({ .url = url });
+    dispatch_get_main_queue().asyncAfter(patience,
+        [self = retain(this), waiting = std::weak_ptr(page)] { self->giveUp(waiting.lock().get()); });
 }
 
 void FramePages::didFinishNavigation(Object* webView, Object*)
@@ -113,13 +120,13 @@ void FramePages::didFinishNavigation(Object* webView, Object*)
 
 void FramePages::didFailNavigation(Object* webView, Object*, const NSError& error)
 {
-    if (takeHiddenWebView(webView))
+    if (const auto page = takeHiddenWebView(webView))
         finishLoad(std::nullopt, error);
 }
 
-void FramePages::didTerminate(Object* webView)
+void FramePages::giveUp(Object* webView)
 {
-    if (takeHiddenWebView(webView))
+    if (const auto page = takeHiddenWebView(webView))
         finishLoad(std::nullopt, std::nullopt);
 }
 
@@ -137,7 +144,7 @@ std::shared_ptr<WKWebView> FramePages::takeHiddenWebView(Object* webView)
 
 void FramePages::finishLoad(const std::optional<std::string>& html, const std::optional<NSError>& error)
 {
-    callCompletion(decltype(m_webViewCompletionBlock) { m_webViewCompletionBlock }, html, error);
+    callCompletion(m_webViewCompletionBlock, html, error);
     m_tasks.leave();
 }
 

@@ -21,22 +21,22 @@ class FramePages final : public NSObject {
 public:
     static const ClassDescription& classDescription();
 
-    /// Whether the ad is a web view whose last markup has frames.
-    static bool hasFrames(const LMAdViewProcessor& processor);
-    /// Whether a page in one of the ad's frames names the address. Kept: always no, as the number of frames
-    /// is read before the ad's page has answered. Only a web view that answers at once is looked into. The
+    /// The ad's web view, if its last markup has frames; null otherwise.
+    static std::shared_ptr<WKWebView> pageWithFrames(const LMAdViewProcessor& processor);
+    /// Whether a page in one of the ad's frames names the address. Kept: no with every engine that answers
+    /// later, as all do, because the number of frames is read before the ad's page has told it. The
     /// completion hears once; before this returns if there are no frames.
     void processorIframesContainsURL(const std::shared_ptr<LMAdViewProcessor>& processor,
         const std::string& url, const std::function<void(bool)>& completionHandler);
     /// Loads a frame's page into a hidden web view of its own; an empty address is ignored. Each load ends
     /// with one answer to the check that began last: the page's markup, an error, or neither when the page
-    /// does not answer.
+    /// does not answer or has not come after 60 seconds.
     void getHTMLsFromLink(const std::string& url);
 
 private:
     void didFinishNavigation(Object* webView, Object* navigation);
     void didFailNavigation(Object* webView, Object* navigation, const NSError& error);
-    void didTerminate(Object* webView);
+    void giveUp(Object* webView);
     /// Lets a hidden web view go and answers it; null when it was not one any more.
     std::shared_ptr<WKWebView> takeHiddenWebView(Object* webView);
     void finishLoad(const std::optional<std::string>& html, const std::optional<NSError>& error);

@@ -51,7 +51,7 @@ std::shared_ptr<AVPlayer> playerIn(const UIViewController& controller)
 
 bool names(std::string_view markup, const std::optional<NSURLValue>& url)
 {
-    return url && !url->absoluteString.empty() && markup.find(url->absoluteString) != std::string_view::npos;
+    return url && markup.find(url->absoluteString) != std::string_view::npos;
 }
 
 std::string textOf(const std::optional<NSURLValue>& url)
@@ -100,8 +100,9 @@ void LMAVPlayersManager::controllerAppeared(UIViewController& controller)
     if (!observed) {
         AVPlayerItem* const item = player->currentItem();
         AVURLAsset* const asset = item ? item->asset() : nullptr;
+        const bool hasAddress = asset && !asset->URL().absoluteString.empty();
         observed = LMObservedPlayer::with(
-            player.get(), item, asset ? std::optional { asset->URL() } : std::nullopt);
+            player.get(), item, hasAddress ? std::optional { asset->URL() } : std::nullopt);
         addObservedPlayer(observed);
     }
     observed->setWeakVC(&controller);
@@ -127,6 +128,11 @@ std::shared_ptr<LMObservedPlayer> LMAVPlayersManager::findObservedAVPlayerWithAV
     return found == m_avPlayers.end() ? nullptr : *found;
 }
 
+bool LMAVPlayersManager::isObserved(const std::shared_ptr<LMObservedPlayer>& observed) const
+{
+    return std::find(m_avPlayers.begin(), m_avPlayers.end(), observed) != m_avPlayers.end();
+}
+
 // Ads
 
 void LMAVPlayersManager::checkAllProcessors()
@@ -144,6 +150,8 @@ void LMAVPlayersManager::checkProcessorForPlayingVideo(const std::shared_ptr<LMA
     // Whether the markup could be read does not matter: kept, what could not is an empty one.
     processor->getNewHTMLWithPurpose(
         HTMLPurpose::Inspection, [self = retain(this), processor](bool, const std::string& html) {
+            if (html.empty() && !FramePages::pageWithFrames(*processor))
+                return;
             // Pages may be large and players many: the main thread does not wait for the search.
             auto search = [self, processor = processor, html, players = self->m_avPlayers]() mutable {
                 std::vector<bool> isNamed;
@@ -161,11 +169,11 @@ void LMAVPlayersManager::checkProcessorForPlayingVideo(const std::shared_ptr<LMA
 void LMAVPlayersManager::stopPlayingVideo(const std::shared_ptr<LMAdViewProcessor>& processor,
     const Players& players, const std::vector<bool>& isNamed)
 {
-    const bool looksIntoFrames = FramePages::hasFrames(*processor);
+    const bool looksIntoFrames = FramePages::pageWithFrames(*processor) != nullptr;
     for (size_t i = 0; i < players.size(); i++) {
         const auto& observed = players[i];
         // Another ad's check may have stopped it meanwhile.
-        if (std::find(m_avPlayers.begin(), m_avPlayers.end(), observed) == m_avPlayers.end())
+        if (!isObserved(observed))
             continue;
         if (isNamed[i])
             return disableFullscreenVideoWithProcessor(*processor, observed);
@@ -173,7 +181,7 @@ void LMAVPlayersManager::stopPlayingVideo(const std::shared_ptr<LMAdViewProcesso
             continue;
         m_framePages->processorIframesContainsURL(processor, textOf(observed->videoURL()),
             [self = retain(this), processor, observed](bool isFound) {
-                if (isFound)
+                if (isFound && self->isObserved(observed))
                     self->disableFullscreenVideoWithProcessor(*processor, observed);
             });
     }

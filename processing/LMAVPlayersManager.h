@@ -47,6 +47,7 @@ public:
 
 private:
     using Players = std::vector<std::shared_ptr<LMObservedPlayer>>;
+    bool isObserved(const std::shared_ptr<LMObservedPlayer>& observed) const;
     void stopPlayingVideo(const std::shared_ptr<LMAdViewProcessor>& processor, const Players& players,
         const std::vector<bool>& isNamed);
 

@@ -17,7 +17,7 @@ public:
 
     std::shared_ptr<AVPlayer> player() const { return m_player.lock(); }
     std::shared_ptr<AVPlayerItem> playerItem() const { return m_playerItem.lock(); }
-    /// Unset for an item without an asset.
+    /// Unset when there is no item, or its asset has no address.
     std::optional<NSURLValue> videoURL() const { return m_videoURL.get(); }
     /// The controller that showed the player last.
     std::shared_ptr<UIViewController> weakVC() const { return m_weakVC.lock(); }

@@ -1,9 +1,11 @@
 #include "processing/FramePages.h"
 
 #include "interception/Swizzling.h"
+#include "platform/avkit/AVPlayerViewController.h"
 #include "platform/webkit/PageEngine.h"
 #include "platform/webkit/WKNavigationDelegate.h"
 #include "platform/webkit/WKWebView.h"
+#include "processing/LMAVPlayersManager.h"
 #include "processing/LMAdViewProcessor.h"
 #include "simulator/Phone.h"
 
@@ -47,34 +49,42 @@ void evaluate(id self, SEL _cmd, const std::string& script, const WKScriptComple
         evaluateIMP(self, _cmd, script, completion);
 }
 
-std::vector<std::weak_ptr<Object>> s_hidden;
+std::vector<std::weak_ptr<WKWebView>> s_hidden;
 Slot<id(id, SEL, CGRect, id)> initIMP;
 id init(id self, SEL _cmd, CGRect frame, id configuration)
 {
-    s_hidden.push_back(weakly(self));
+    const auto* made = as<WKWebViewConfiguration>(configuration);
+    EXPECT_EQ(frame, (CGRect { { -10, -10 }, { 5, 5 } }));
+    EXPECT_FALSE(made->allowsInlineMediaPlayback());
+    EXPECT_EQ(made->mediaTypesRequiringUserActionForPlayback(), 1);
+    s_hidden.push_back(weakly(as<WKWebView>(self)));
     return initIMP(self, _cmd, frame, configuration);
 }
 
-/// An ad with frames, and a question about them.
+/// An ad with frames on a phone, and questions about them.
 struct FramedAd {
     explicit FramedAd(bool answersAtOnce = true)
     {
         setWebEngineFactory([] { return std::make_shared<PageEngine>(); });
         send(processor, sel::initWithAdObject, ad);
         processor->setHtml("<iframe>");
+        s_isSilent = false;
+        s_hidden.clear();
         if (answersAtOnce)
             installHooks({ { "WKWebView", "evaluateJavaScript:completionHandler:", &evaluate, &evaluateIMP },
                 { "WKWebView", "initWithFrame:configuration:", &init, &initIMP } });
-        s_isSilent = false;
-        s_hidden.clear();
     }
     ~FramedAd() { s_unanswered.clear(); }
-    void look(const std::vector<std::string>& frames)
+    void ask(const std::vector<std::string>& frames, std::optional<bool>& answer)
     {
         s_frames = frames;
         for (std::string& frame : s_frames)
             frame.insert(0, frame.empty() ? "" : "https://f.example.com/");
-        pages->processorIframesContainsURL(processor, video, [this](bool found) { isFound = found; });
+        pages->processorIframesContainsURL(processor, video, [&](bool found) { answer = found; });
+    }
+    void look(const std::vector<std::string>& frames)
+    {
+        ask(frames, isFound);
         phone.wait(2);
     }
 
@@ -85,17 +95,15 @@ struct FramedAd {
     std::optional<bool> isFound;
 };
 
-TEST(FramePagesTest, FramesAreLookedIntoOnlyIfTheirPageAnswersAtOnce)
+TEST(FramePagesTest, APageInAFrameMayNameTheVideo)
 {
     struct Row {
         std::vector<std::string> frames;
-        bool atOnce;
         bool isFound;
     };
-    for (const Row& row :
-        { Row { { "text", "", "gone", "video" }, true, true }, Row { { "text", "gone" }, true, false },
-            Row { { "" }, true, false }, Row { { "video" }, false, false } }) {
-        FramedAd framed(row.atOnce);
+    for (const Row& row : { Row { { "text", "", "gone", "video" }, true }, Row { { "text", "gone" }, false },
+             Row { { "" }, false } }) {
+        FramedAd framed;
         framed.look(row.frames);
         EXPECT_EQ(framed.isFound, row.isFound) << row.frames.size();
         for (const auto& page : s_hidden)
@@ -103,17 +111,75 @@ TEST(FramePagesTest, FramesAreLookedIntoOnlyIfTheirPageAnswersAtOnce)
     }
 }
 
+TEST(FramePagesTest, AnAdThatAnswersLaterIsNotLookedInto)
+{
+    FramedAd framed(false);
+    framed.ad->loadHTMLString("<iframe src='https://f.example.com/video'></iframe>", "");
+    framed.phone.wait(1);
+    framed.look({});
+    EXPECT_EQ(framed.isFound, false) << "its frame is there, and told too late";
+}
+
+TEST(FramePagesTest, WithoutFramesTheAnswerIsNoAtOnce)
+{
+    FramedAd framed;
+    for (const char* html : { "", "<p>" }) {
+        framed.processor->setHtml(html);
+        framed.ask({ "video" }, framed.isFound);
+        EXPECT_EQ(std::exchange(framed.isFound, std::nullopt), false) << html;
+    }
+    send(framed.processor, sel::initWithAdObject, framed.pages);
+    framed.processor->setHtml("<iframe>");
+    framed.ask({ "video" }, framed.isFound);
+    EXPECT_EQ(framed.isFound, false) << "no web view";
+}
+
 TEST(FramePagesTest, APageThatNeverAnswersEndsAsWell)
 {
     FramedAd framed;
     s_isSilent = true;
-    framed.look({ "video", "waiting" });
+    framed.look({ "video", "waiting", "waiting" });
     EXPECT_EQ(framed.isFound, std::nullopt);
-    const auto waiting = as<WKWebView>(s_hidden.at(1).lock());
-    send(waiting->navigationDelegate(), sel::webViewWebContentProcessDidTerminate, waiting);
-    EXPECT_TRUE(framed.phone.waitUntil([&] { return framed.isFound == false; }, 11))
-        << "its script is given up";
-    EXPECT_TRUE(s_hidden.at(0).expired());
+    const auto killed = s_hidden.at(1).lock();
+    EXPECT_TRUE(killed->isHidden());
+    send(killed->navigationDelegate(), sel::webViewWebContentProcessDidTerminate, killed);
+    framed.phone.wait(9);
+    EXPECT_TRUE(s_hidden.at(0).expired()) << "its script is given up";
+    EXPECT_FALSE(framed.phone.waitUntil([&] { return framed.isFound.has_value(); }, 48));
+    EXPECT_TRUE(framed.phone.waitUntil([&] { return framed.isFound == false; }, 2))
+        << "and the one on its way";
+    EXPECT_TRUE(s_hidden.at(2).expired());
+}
+
+TEST(FramePagesTest, AVideoThatOnlyAFrameNamesIsStopped)
+{
+    FramedAd framed;
+    s_frames = { "https://f.example.com/video" };
+    const auto player = AVPlayer::playerWithPlayerItem(AVPlayerItem::playerItemWithURL({ video }));
+    const auto controller = alloc<AVPlayerViewController>();
+    send(controller, sel::init);
+    controller->setPlayer(player);
+    controller->view();
+    const auto observed = LMObservedPlayer::with(player.get(), player->currentItem(), NSURLValue { video });
+    observed->setWeakVC(controller.get());
+    LMAVPlayersManager& manager = LMAVPlayersManager::sharedInstance();
+    manager.addObservedPlayer(observed);
+    manager.checkProcessorForPlayingVideo(framed.processor);
+    framed.phone.wait(2);
+    EXPECT_EQ(player->currentItem(), nullptr);
+    EXPECT_EQ(manager.findObservedAVPlayerWithAVPlayer(player.get()), nullptr);
+}
+
+TEST(FramePagesTest, ANewerCheckHearsThePagesOfAnOlderOne)
+{
+    FramedAd framed;
+    std::optional<bool> older, newer;
+    framed.ask({ "video" }, older);
+    framed.phone.wait(0);
+    framed.ask({ "text" }, newer);
+    framed.phone.wait(2);
+    EXPECT_EQ(older, false) << "kept: one block for all";
+    EXPECT_EQ(newer, true);
 }
 
 } // namespace

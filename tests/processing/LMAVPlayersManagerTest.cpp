@@ -87,10 +87,11 @@ TEST(LMAVPlayersManagerTest, AVideoIsStoppedWhenItsAdComesLater)
     ad.load("#");
     const auto controller = ad.play();
     EXPECT_TRUE(ad.isPlaying());
-    ad.load("#", video);
-    LMAVPlayersManager::sharedInstance().checkProcessorForPlayingVideo(ad.processor());
+    const auto later = creativeView(video, { 320, 50 });
+    send(later, sel::setNavigationDelegate, ad.diary);
     ad.world.phone.wait(1);
     EXPECT_FALSE(ad.isPlaying());
+    EXPECT_EQ(later->alpha(), 0);
 }
 
 TEST(LMAVPlayersManagerTest, OneVideoEndsACheckAndEachIsStoppedOnce)
@@ -138,6 +139,61 @@ TEST(LMAVPlayersManagerTest, TheControllerSeenLastIsLeft)
     LMAVPlayersManager::sharedInstance().disableFullscreenVideoWithProcessor(*ad.processor(), observed);
     ad.world.phone.wait(1);
     EXPECT_FALSE(ad.isPlaying());
+}
+
+TEST(LMAVPlayersManagerTest, AControllerWithoutAPlayerInItsPlaceIsPassedOver)
+{
+    VideoAd ad;
+    const auto isPassedOver = [&](bool isLoaded, const std::shared_ptr<AVPlayer>& player, const Value& view) {
+        const auto controller = alloc<AVPlayerViewController>();
+        send(controller, sel::init);
+        controller->setPlayer(player);
+        if (isLoaded)
+            controller->view();
+        if (!view.isNothing())
+            object_setInstanceVariable(*controller, "_playerLayerView", view);
+        LMAVPlayersManager::sharedInstance().controllerAppeared(*controller);
+        return !LMAVPlayersManager::sharedInstance().findObservedAVPlayerWithAVPlayer(ad.player.get());
+    };
+    EXPECT_TRUE(isPassedOver(false, ad.player, {})) << "its view is not loaded";
+    EXPECT_TRUE(isPassedOver(true, nullptr, {}));
+    EXPECT_TRUE(isPassedOver(true, ad.player, make<UIView>())) << "another release's";
+    EXPECT_FALSE(isPassedOver(true, ad.player, {}));
+}
+
+TEST(LMAVPlayersManagerTest, AControllerMayGoBeforeItIsLookedAt)
+{
+    VideoAd ad;
+    UIViewController& page = *ad.world.phone.window().rootViewController();
+    auto controller = alloc<AVPlayerViewController>();
+    send(controller, sel::init);
+    controller->setPlayer(ad.player);
+    page.presentViewController(controller, false);
+    page.dismissViewController(false);
+    const std::weak_ptr gone = std::exchange(controller, nullptr);
+    ad.world.phone.wait(0.5);
+    EXPECT_TRUE(gone.expired());
+    ad.world.phone.wait(1);
+    EXPECT_EQ(
+        LMAVPlayersManager::sharedInstance().findObservedAVPlayerWithAVPlayer(ad.player.get()), nullptr);
+}
+
+TEST(LMAVPlayersManagerTest, AnAdThatIsNoViewAndAPlayerThatIsGoneAreLeftAllTheSame)
+{
+    VideoAd ad;
+    ad.load("#");
+    const auto controller = ad.play();
+    const auto observed
+        = LMAVPlayersManager::sharedInstance().findObservedAVPlayerWithAVPlayer(ad.player.get());
+    controller->setPlayer(nullptr);
+    ad.player.reset();
+    ASSERT_EQ(observed->player(), nullptr);
+    const auto object = make<NSObject>();
+    const auto processor = alloc<LMAdViewProcessor>();
+    send(processor, sel::initWithAdObject, object);
+    LMAVPlayersManager::sharedInstance().disableFullscreenVideoWithProcessor(*processor, observed);
+    ad.world.phone.wait(1);
+    EXPECT_NE(currentViewController(), controller.get()) << "its button is pressed";
 }
 
 TEST(LMAVPlayersManagerTest, TheButtonIsLookedForFourTimesInNineSeconds)
