@@ -91,6 +91,19 @@ TEST_F(ProcessorsManagerTest, TheBackgroundStopsTheTicks)
     EXPECT_EQ(pendingTicks(), 1u);
 }
 
+TEST_F(ProcessorsManagerTest, AnInterruptionEndsTheTicksUntilTheNextForeground)
+{
+    world.phone.beginInterruption();
+    EXPECT_EQ(pendingTicks(), 0u);
+    world.phone.endInterruption();
+    world.phone.wait(60);
+    EXPECT_EQ(pendingTicks(), 0u) << "kept";
+    world.phone.sendToBackground();
+    world.phone.bringToForeground();
+    world.phone.wait(0);
+    EXPECT_EQ(pendingTicks(), 1u);
+}
+
 TEST_F(ProcessorsManagerTest, RegisteringAndRemoving)
 {
     const auto processor = show();
