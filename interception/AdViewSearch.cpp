@@ -49,7 +49,7 @@ AdViewSearch::AdViewSearch(AdMoment moment)
     if (m_moment != AdMoment::WillShow)
         return;
     if (Process::current().isMainThread())
-        m_before = retain(currentViewController());
+        m_before = weakly(currentViewController());
     else
         m_moment = AdMoment::Loaded;
 }
@@ -81,7 +81,8 @@ std::shared_ptr<UIView> AdViewSearch::webViewIn(const std::shared_ptr<UIView>& v
     return getWebView(*view);
 }
 
-std::shared_ptr<UIView> AdViewSearch::webViewOwnedBy(const std::shared_ptr<Object>& ad)
+std::shared_ptr<UIView> AdViewSearch::webViewOwnedBy(
+    const std::shared_ptr<Object>& ad, const ViewTest& isGood)
 {
     if (!ad)
         return nullptr;
@@ -89,7 +90,7 @@ std::shared_ptr<UIView> AdViewSearch::webViewOwnedBy(const std::shared_ptr<Objec
     std::unordered_set<const Object*> seen { ad.get() };
     for (size_t i = 0; i < queue.size(); i++) {
         for (auto& object : object_copyOwnedObjects(*queue[i])) {
-            if (auto webView = as<WKWebView>(object))
+            if (auto webView = as<WKWebView>(object); webView && (!isGood || isGood(*webView)))
                 return webView;
             if (queue.size() < mostObjects && !belongsToTheHost(object) && seen.insert(object.get()).second)
                 queue.push_back(std::move(object));
@@ -105,7 +106,8 @@ std::shared_ptr<UIView> AdViewSearch::presentedView() const
     if (m_moment == AdMoment::Loaded)
         return nullptr;
     UIViewController* top = currentViewController();
-    for (UIViewController* at = top != m_before.get() ? top : nullptr; at; at = at->parentViewController()) {
+    for (UIViewController* at = top != m_before.lock().get() ? top : nullptr; at;
+         at = at->parentViewController()) {
         if (at->presentingViewController())
             return retain(top->view());
     }
@@ -128,7 +130,7 @@ std::shared_ptr<UIView> AdViewSearch::find(const std::shared_ptr<Object>& ad) co
 std::shared_ptr<UIView> AdViewSearch::find(const std::shared_ptr<Object>& ad, const ViewTest& isGood) const
 {
     const std::function<std::shared_ptr<UIView>()> places[] { [&] { return viewOf(ad); },
-        [&] { return webViewOwnedBy(ad); }, [&] { return presentedView(); } };
+        [&] { return webViewOwnedBy(ad, isGood); }, [&] { return presentedView(); } };
     for (const auto& place : places) {
         const auto views = viewsIn(place());
         const auto webView = std::find_if(views.begin(), views.end(),

@@ -29,8 +29,8 @@ public:
     /// controller it presents; then its own view. Null if none.
     std::shared_ptr<UIView> find(const std::shared_ptr<Object>& ad) const;
     /// In the first of these places that has one, the first web view that passes the test, else the first
-    /// view; when no view of any place does, as above. Looks at the first 200 views of
-    /// a place.
+    /// view; when no view of any place does, as above. Looks at the first 200 views, or objects, of each
+    /// place.
     std::shared_ptr<UIView> find(const std::shared_ptr<Object>& ad, const ViewTest& isGood) const;
 
     /// The object itself, the view of a controller once it is loaded, or what any other object answers to
@@ -40,14 +40,16 @@ public:
     static std::shared_ptr<UIView> firstViewIn(const std::shared_ptr<UIView>& root, const ViewTest& isGood);
     /// The first web view in a view, itself included.
     static std::shared_ptr<UIView> webViewIn(const std::shared_ptr<UIView>& view);
-    /// A web view among the objects that an ad owns and those that they own, the nearest first.
-    static std::shared_ptr<UIView> webViewOwnedBy(const std::shared_ptr<Object>& ad);
+    /// A web view that passes the test, if there is one, among the objects that an ad owns and those that
+    /// they own, the nearest first.
+    static std::shared_ptr<UIView> webViewOwnedBy(
+        const std::shared_ptr<Object>& ad, const ViewTest& isGood = nullptr);
 
 private:
     std::shared_ptr<UIView> presentedView() const;
 
     AdMoment m_moment;
-    std::shared_ptr<UIViewController> m_before;
+    std::weak_ptr<UIViewController> m_before;
 };
 
 } // namespace lumora

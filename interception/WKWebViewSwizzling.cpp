@@ -147,10 +147,11 @@ std::shared_ptr<ProxyDelegate> makeProxy(const DelegateHook& hook, id self, id d
 void forwardProxy(const DelegateHook& hook, id self, SEL _cmd, const std::shared_ptr<ProxyDelegate>& proxy)
 {
     const auto former = proxyOn(*self);
+    // The web view owns it before anything else may fail: nobody else does.
+    guardedHook(self, [&] { setSwizzlingProxyController(self, sel::setProxyController, proxy.get()); });
     guardedHook(self, [&] {
-        WebViewTracker::sharedTracker().addWebView(self);
         proxy->liveAsLongAsOrigin(self);
-        setSwizzlingProxyController(self, sel::setProxyController, proxy.get());
+        WebViewTracker::sharedTracker().addWebView(self);
     });
     try {
         hook.previous(self, _cmd, proxy.get());

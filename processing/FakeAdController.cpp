@@ -25,8 +25,12 @@ const TypedSelector<bool(Value, int64_t)> shouldIntercept { "shouldIntercept:nav
 /// The delegate that the network gave a web view, behind the proxy; null when there is no proxy.
 std::shared_ptr<Object> originOf(WKWebView& view)
 {
-    const auto proxy = as<ProxyDelegate>(send(&view, sel::navigationDelegate));
-    return proxy ? proxy->originDelegate() : nullptr;
+    std::shared_ptr<Object> origin;
+    guarded([&] {
+        if (const auto proxy = as<ProxyDelegate>(send(&view, sel::navigationDelegate)))
+            origin = proxy->originDelegate();
+    });
+    return origin;
 }
 
 /// What MoPub numbers as the phone's older web view did.
@@ -62,6 +66,7 @@ const ClassDescription& FakeAdController::classDescription()
                 sel::webViewDecidePolicyForNavigationAction)
             .method<&FakeAdController::didFinishNavigation>(sel::webViewDidFinishNavigation)
             .method<&FakeAdController::didCommitNavigation>(sel::webViewDidCommitNavigation)
+            .method<&FakeAdController::parrent>("parrent"_sel)
             .method<&FakeAdController::setParrent>("setParrent:"_sel)
             .protocol("WKNavigationDelegate")
             .variable<&FakeAdController::m_parrent>("parrent"));
@@ -86,8 +91,8 @@ void FakeAdController::decidePolicyForNavigationAction(
         && !AdProcessingManager::sharedInstance().didUserTapOnView(view))
         guarded([&] { reportRedirect(*view, *going); });
     const auto proxy = parrent();
-    if (decisionHandler && !(proxy && proxy->originDelegate()))
-        decisionHandler(WKNavigationPolicyAllow);
+    if (!(proxy && proxy->originDelegate()))
+        callCompletion(decisionHandler, int64_t { WKNavigationPolicyAllow });
 }
 
 bool FakeAdController::isUnsupportedURL(std::string_view url) { return url == "fbad://markup_impression"; }
@@ -117,8 +122,9 @@ void FakeAdController::didFinishNavigation(Object* webView, Object*)
     if (!view)
         return;
     guarded([&] { AdProcessingManager::logAd(retain<Object>(view), true); });
-    const Value url = send(view, sel::url);
-    LMLog::logMessage(stringWithFormat("%@", { url }));
+    Value url;
+    guarded([&] { url = send(view, sel::url); });
+    LMLog::logMessage(url.isNothing() ? std::string {} : stringWithFormat("%@", { url }));
     checkForAlertsWithView(*view, url);
 }
 
@@ -128,10 +134,13 @@ void FakeAdController::checkForAlertsWithView(WKWebView& view, const Value&)
         if (!success)
             return;
         std::map<std::string_view, size_t> seen;
+        size_t leftOut = 0;
         for (const ScriptDialog& dialog : scriptDialogsIn(html)) {
             // A page full of them must not keep the host busy.
-            if (++seen[dialog.type] > mostDialogsOfAKind)
+            if (++seen[dialog.type] > mostDialogsOfAKind) {
+                leftOut++;
                 continue;
+            }
             LMLog::logMessage(stringWithFormat("needle: %@", { std::string { dialog.message } }));
             // Each takes a picture of the ad: the host gets its turn between them.
             dispatch_get_main_queue().async([page, type = std::string { dialog.type }] {
@@ -140,6 +149,10 @@ void FakeAdController::checkForAlertsWithView(WKWebView& view, const Value&)
                 ProcessorsManager::sharedInstance().eventFired(event, page);
             });
         }
+        if (leftOut)
+            LMLog::logMessage(
+                stringWithFormat("[FakeAdController][checkForAlertsWithView] %@ dialogs are left out",
+                    { static_cast<int64_t>(leftOut) }));
     };
     LMHTMLGrabber::getNewHTMLForView(retain<Object>(&view), HTMLPurpose::Inspection, raiseEvents);
 }

@@ -33,10 +33,12 @@ std::optional<std::string> LMGoogleCreativeIdHelper::getCreativeIdWithAdObject(O
             return creativeId;
         LMLog::logErrorMessage(complaint);
     }
-    if (const Value query = read("_delegate._ad._GWSQueryID"); !query.isNothing())
+    // Anything else but a text, a number or a UUID would only tell an address in memory.
+    const auto readable = [](const Value& value) { return !value.isNothing() && !value.object(); };
+    if (const Value query = read("_delegate._ad._GWSQueryID"); readable(query))
         return "QueryID:" + query.description();
     LMLog::logErrorMessage("no query string, trying next");
-    if (const Value request = read("_delegate._ad._requestIdentifier"); !request.isNothing())
+    if (const Value request = read("_delegate._ad._requestIdentifier"); readable(request))
         return "RequestIdentifier:" + request.description();
     LMLog::logErrorMessage("no request identifier string, trying next");
     return std::nullopt;

@@ -53,7 +53,7 @@ ProcessorClass interstitial(const char* name, const char* sdkName, const char* m
         .container = interstitialController };
 }
 
-// Those after the third are of releases of the SDK that the factory does not tell apart.
+// Those after the third have no row in the factory, which does not tell the SDK's releases apart.
 const std::vector<GoogleProcessorClass>& family()
 {
     static const auto& all = *new std::vector<GoogleProcessorClass> {
@@ -168,8 +168,10 @@ std::optional<std::string> creativeInHeader(const GoogleProcessorClass& row, con
     if (const size_t found = value.find(row.needle); found != std::string::npos) {
         const size_t start = found + row.needle.size();
         const size_t end = value.find(row.suffix, start);
-        if (end != std::string::npos)
+        if (end != std::string::npos) {
+            LMLog::logDebug(std::string_view { value }.substr(start, end - start));
             return value.substr(start, end - start);
+        }
         say(row, "(suffix error) " + network + " no suffix in current header, trying regex");
         return "";
     }

@@ -16,9 +16,9 @@ using HTMLCompletion = std::function<void(bool success, const std::string& html)
 class LMHTMLGrabber {
 public:
     /// Reads the markup of a web view on the main queue's next turn; the view is kept until its page has
-    /// answered. The completion hears exactly once: false and an empty text, at once, when the configuration
-    /// does not allow the purpose or the view is no web view, and later when the page does not answer. A page
-    /// without a document is an empty text and a success.
+    /// answered. The completion hears exactly once, unless the process ends before: false and an empty text,
+    /// at once, when the configuration does not allow the purpose or the view is no web view, and later when
+    /// the page does not answer. A page without a document is an empty text and a success.
     static void getNewHTMLForView(
         const std::shared_ptr<Object>& view, HTMLPurpose purpose, const HTMLCompletion& completion);
 };

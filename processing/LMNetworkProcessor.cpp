@@ -3,10 +3,12 @@
 #include "interception/AdViewSearch.h"
 #include "interception/TDMetadataClassProtocol.h"
 #include "platform/dispatch/Executor.h"
+#include "platform/uikit/UIGestureRecognizer.h"
 #include "platform/uikit/UIViewController.h"
 #include "platform/webkit/WKWebView.h"
 #include "processing/ProcessorsManager.h"
 #include "support/UIViewControllerExtensions.h"
+#include "support/UIViewExtensions.h"
 
 #include <algorithm>
 #include <unordered_map>
@@ -174,9 +176,12 @@ const ProcessorClass& LMNetworkProcessor::row() const { return rowOf(isa()); }
 
 std::string LMNetworkProcessor::ask(const TypedSelector<std::string(id)>& identifier)
 {
+    if (row().metadataClasses.empty())
+        return "";
     // Identifiers are read from where the creative is.
-    const std::shared_ptr<UIView> page = webView();
-    const std::shared_ptr<UIView> creative = page ? page : viewForTakingScreenshot();
+    const std::shared_ptr<UIView> view = viewForTakingScreenshot();
+    const std::shared_ptr<UIView> page = view ? getWebView(*view) : nullptr;
+    const std::shared_ptr<UIView> creative = page ? page : view;
     for (const char* name : row().metadataClasses) {
         Class metadataClass = NSClassFromString(name);
         if (!creative || !respondsToSelector(metadataClass, identifier))
@@ -228,8 +233,13 @@ std::shared_ptr<UIView> LMNetworkProcessor::findView()
 
 void LMNetworkProcessor::listenTo(UIView& view)
 {
-    if (shownIn(view).get() == this)
-        return;
+    for (const auto& recognizer : std::vector { view.gestureRecognizers() }) {
+        const auto listener = as<LMAdViewProcessor>(retain(recognizer->delegate()));
+        if (listener.get() == this)
+            return;
+        if (listener && !listener->adObject())
+            view.removeGestureRecognizer(recognizer.get());
+    }
     objc_setAssociatedObject(view, &shownAdKey, Value::weak(weakly<Object>(this)));
     addGestureRecognizersToView(view);
 }

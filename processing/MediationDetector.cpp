@@ -11,7 +11,7 @@ namespace lumora {
 
 namespace {
 
-// A window of the host's own class does not end the walk: nothing lies around it either.
+// Kept: only exactly this class ends the walk, a window of the host's own class does not.
 bool isOutside(const Object* view) { return !view || view->isa() == classOf<UIWindow>(); }
 
 } // namespace
@@ -36,7 +36,7 @@ NSDictionary MediationDetector::getFinalSDKNameAndVersion(Object* view, Class pr
     // Several views of one network in a row are one level.
     chain.erase(std::unique(chain.begin(), chain.end()), chain.end());
     if (!chain.empty()) {
-        // Two levels only, kept: of a network in disguise the services know no others.
+        // Kept: the levels around are left out when the innermost is another network than the processor's.
         if (send(chain.back(), sel::getSDKName) != name)
             chain = { chain.back(), processor };
         name.clear();

@@ -15,7 +15,7 @@ namespace lumora {
 class MediationDetector {
 public:
     /// The classes of the processors that the ad and the views around it have, the outermost first; views
-    /// without one are left out. Unset for no view and for a window.
+    /// without one are left out. Unset for no view and for exactly a `UIWindow`.
     static std::optional<std::vector<Class>> checkForMediation(Object* view);
     /// {"name": ..., "version": ...} as reported: those of all networks in the chain, joined by ":", when the
     /// innermost one is the given processor's; else of that innermost one and the processor's own.

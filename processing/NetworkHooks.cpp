@@ -97,7 +97,8 @@ private:
         auto object = m_parts[static_cast<size_t>(candidate.part)].lock();
         if (candidate.keyPath)
             object = getValueFromObject(object.get(), candidate.keyPath).object();
-        if (candidate.isSearched && object)
+        // Also of one that is gone: what it presents is there.
+        if (candidate.isSearched)
             object = m_search.find(object, [](UIView& view) { return isUnderstood(&view); });
         return !candidate.kind || isKindOfClassNamed(object.get(), candidate.kind) ? object : nullptr;
     }

@@ -14,6 +14,7 @@ namespace {
 
 ProcessLocal<NSArray> s_alertsToShow;
 
+// Lists are values here: who asks by message may read, and adds by the function.
 Value copyOfAlertsToShow() { return Value { alertsToShow() }; }
 
 bool isToShow(const Value& alert)
@@ -35,9 +36,9 @@ void lumora_show(id self, SEL _cmd)
 {
     bool isKept = false;
     guardedHook(self, [&] { isKept = isKeptFromShowing(self, Value { retain(self) }); });
+    guardedHook(self, [&] { std::erase(alertsToShow(), Value { retain(self) }); });
     if (!isKept)
         showIMP(self, _cmd);
-    guardedHook(self, [&] { std::erase(alertsToShow(), Value { retain(self) }); });
 }
 
 void swizzleMethods() { installHooks({ { "UIAlertView", "show", &lumora_show, &showIMP } }); }

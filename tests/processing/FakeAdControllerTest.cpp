@@ -1,5 +1,6 @@
 #include "processing/FakeAdController.h"
 
+#include "lumora/LMLog.h"
 #include "processing/ProxyDelegate.h"
 #include "service/LMEventsSaverUserDefaultsProvider.h"
 #include "tests/processing/AdPage.h"
@@ -74,8 +75,13 @@ TEST(FakeAdControllerTest, DialogsInAPageAreEvents)
     const char* const page
         = R"(<script>window.alert("a");confirm("?");window.alert("b");window.alert("</script>)";
     AdPage ad;
+    LMLog::setLogLevel(0);
     ad.load("#", page);
     EXPECT_EQ(ad.events(), "alert alert confirm ");
+    std::vector<std::string> logged = ad.world.phone.console().lines();
+    std::erase_if(logged, [](const std::string& line) { return line.find("needle") == std::string::npos; });
+    EXPECT_EQ(logged,
+        (std::vector<std::string> { "[Lumora] needle: a", "[Lumora] needle: b", "[Lumora] needle: ?" }));
     std::string many;
     for (int i = 0; i < 1000; i++)
         many += R"(<i onclick='window.alert("x")'>)";
@@ -146,11 +152,17 @@ TEST(FakeAdControllerTest, MoPubIsAskedWhetherItWouldHaveGoneItself)
     ad.setIntercepts(true);
     EXPECT_TRUE(ad.detects());
     EXPECT_EQ(MoPubPage::asked, (NSArray { NSURLValue { "https://shop.example.com/" }, 0 }));
-    EXPECT_TRUE(ad.detects(static_cast<WKNavigationType>(9)));
-    EXPECT_EQ(MoPubPage::asked.at(1), Value { -1 });
+    for (const auto& [type, told] : { std::pair { 4, 4 }, { 5, -1 }, { -1, -1 } }) {
+        EXPECT_TRUE(ad.detects(static_cast<WKNavigationType>(type)));
+        EXPECT_EQ(MoPubPage::asked.at(1), Value { told });
+    }
     object_setInstanceVariable(*ad.controller, "_userInteractedWithWebView", true);
     EXPECT_FALSE(ad.detects());
-    object_setInstanceVariable(*ad.controller, "_userInteractedWithWebView", false);
+    object_setInstanceVariable(*ad.network, "_delegate", class_createInstance(ad.controller->isa()));
+    EXPECT_TRUE(ad.detects()) << "what cannot be read is no";
+    object_setInstanceVariable(*ad.network, "_delegate", {});
+    EXPECT_FALSE(ad.detects());
+    object_setInstanceVariable(*ad.network, "_delegate", class_createInstance(ad.controller->isa()));
     ad.view->setNavigationDelegate(ad.diary.get());
     EXPECT_FALSE(ad.detects()) << "another network's";
 }
@@ -177,13 +189,17 @@ TEST(FakeAdControllerTest, ADelegateMayDieBetweenAnyTwoMessages)
         ad.view->loadHTMLString("<script>window.alert(\"a\")</script>", "https://ads.example.com/");
         for (int turn = 0; turn < step; turn++)
             ad.world.phone.wait(0.005);
-        ad.diary.reset();
+        const std::weak_ptr diary = std::exchange(ad.diary, nullptr);
+        EXPECT_TRUE(diary.expired()) << step;
         if (step % 2)
             ad.view->removeFromSuperview();
-        if (step % 3 == 0)
-            ad.view.reset();
         ad.world.phone.wait(10);
-        EXPECT_TRUE(!ad.view || !ad.view->isLoading()) << step;
+        EXPECT_FALSE(ad.view->isLoading()) << step;
+        ad.banner->removeFromSuperview();
+        ad.banner.reset();
+        const std::weak_ptr view = std::exchange(ad.view, nullptr);
+        ad.world.phone.wait(1);
+        EXPECT_TRUE(view.expired()) << step;
     }
 }
 

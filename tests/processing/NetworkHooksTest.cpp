@@ -1,3 +1,4 @@
+#include "interception/AdViewSearch.h"
 #include "interception/Swizzling.h"
 #include "lumora/LMLog.h"
 #include "processing/AdProcessingManager.h"
@@ -149,6 +150,37 @@ TEST_F(NetworkHooksTest, TheViewThatShowsAnAdStandsForItAndTakesItsTaps)
     EXPECT_EQ(
         AdProcessingManager::sharedInstance().getProcessorBy(next.get())->viewForTakingScreenshot(), nullptr)
         << "another ad's page";
+}
+
+TEST_F(NetworkHooksTest, AdsThatShareAViewListenToItOnceEach)
+{
+    const auto view = standInView("Shared", { 320, 50 });
+    const auto shown = [&](const std::shared_ptr<Object>& ad) {
+        AdProcessingManager::logAd(ad, false);
+        return AdProcessingManager::sharedInstance().getProcessorBy(ad.get());
+    };
+    auto first = standInObject("MMWebComponent", { { "view", view } });
+    const auto second = standInObject("MMWebComponent", { { "view", view } });
+    const auto processors = { shown(first), shown(second) };
+    for (int look = 0; look < 3; look++) {
+        for (const auto& processor : processors)
+            EXPECT_EQ(processor->viewForTakingScreenshot(), view);
+    }
+    EXPECT_EQ(view->gestureRecognizers().size(), 2 * 4u);
+    first.reset();
+    const auto third = standInObject("MMWebComponent", { { "view", view } });
+    shown(third)->viewForTakingScreenshot();
+    EXPECT_EQ(view->gestureRecognizers().size(), 2 * 4u) << "the first is gone";
+}
+
+TEST_F(NetworkHooksTest, OfThePagesThatAnAdOwnsTheOneThatIsUnderstoodIsTheAd)
+{
+    const auto endCard = standInView("WKWebView", { 320, 50 });
+    const auto page = alloc<WKWebView>(standInClass("SOMAWKWebView", classOf<WKWebView>()));
+    const auto ad = standInObject("SOMAInterstitialAdView", { { "_endCard", endCard }, { "_page", page } });
+    const AdViewSearch search;
+    EXPECT_EQ(search.find(ad), endCard) << "the nearest";
+    EXPECT_EQ(search.find(ad, [&](UIView& view) { return &view == page.get(); }), page);
 }
 
 } // namespace

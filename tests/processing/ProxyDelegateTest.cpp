@@ -64,7 +64,8 @@ TEST(ProxyDelegateTest, ADelegateThatDiesLeavesThePageFree)
     for (bool watched : { false, true }) {
         Browser browser(watched);
         browser.view->loadHTMLString("<title>Ad</title>", "");
-        browser.diary.reset();
+        const std::weak_ptr gone = std::exchange(browser.diary, nullptr);
+        EXPECT_TRUE(gone.expired()) << watched;
         browser.world.phone.wait(1);
         EXPECT_FALSE(browser.view->isLoading()) << watched;
         EXPECT_EQ(browser.view->title(), "Ad") << watched;
@@ -233,6 +234,12 @@ TEST_F(ProxyTest, ANavigationIsDecidedOnce)
     EXPECT_EQ(decisions(proxyOf(nullptr), response), once) << "which is not asked this";
     EXPECT_EQ(decisions(proxyOf(make<NSObject>()), action), once) << "the network has no say";
     EXPECT_EQ(decisions(proxyOf(proxyOf(nullptr)), action), once);
+    int asked = 0;
+    send(proxyOf(nullptr), action, make<WKWebView>(), id {}, WKDecisionHandler { [&](int64_t) {
+        asked++;
+        throw std::runtime_error("the host's own");
+    } });
+    EXPECT_EQ(asked, 1);
 }
 
 TEST_F(ProxyTest, AMessageAboutAnotherPageIsNotOneThatComesRound)
@@ -318,6 +325,24 @@ TEST(WebViewTrackerTest, ARecordIsFoundByEqualityAndKeepsNoViewAlive)
     EXPECT_TRUE(tracker.isTrackered(make<WKWebView>().get()));
     view.reset();
     EXPECT_EQ(record->webView(), nullptr);
+}
+
+TEST(WebViewTrackerTest, AViewAddedTwiceHasTwoRecordsAndOneThatIsGoneHasNone)
+{
+    Phone phone { {} };
+    WebViewTracker& tracker = WebViewTracker::sharedTracker();
+    auto view = make<WKWebView>();
+    tracker.addWebView(view.get());
+    const std::weak_ptr first = tracker.getEventsForWebView(view.get());
+    tracker.addClassName(view.get(), "Ad");
+    tracker.addWebView(view.get());
+    tracker.addEvent(view.get(), "event");
+    tracker.addEvent(view.get(), "event");
+    EXPECT_EQ(first.lock()->className.get(), "Ad");
+    EXPECT_EQ(first.lock()->events.get().size(), 2u);
+    view.reset();
+    tracker.addWebView(make<WKWebView>().get());
+    EXPECT_TRUE(first.expired());
 }
 
 } // namespace
