@@ -1,4 +1,3 @@
-#include "interception/AdViewSearch.h"
 #include "interception/Swizzling.h"
 #include "lumora/LMLog.h"
 #include "processing/AdProcessingManager.h"
@@ -120,67 +119,6 @@ TEST_F(NetworkHooksTest, AnAdIsHandedOverOnceItIsInItsPlaceFromAnyThread)
             alloc<Object>(standInClass("MPInterstitialAdController", classOf<UIViewController>())) } });
     send<void>(manager.get(), "presentInterstitialFromViewController:"_sel, &page);
     EXPECT_EQ(processors(), "LMGADInterstitialProcessor LMMoPubInterstitialProcessor ");
-}
-
-TEST_F(NetworkHooksTest, TheViewThatShowsAnAdStandsForItAndTakesItsTaps)
-{
-    const auto ad = adColonyAd([](id, SEL, id) { return true; });
-    showOver(ad, page);
-    ASSERT_EQ(processors(), "LMAdColonyInterstitialProcessor ");
-    const auto processor = AdProcessingManager::sharedInstance().getProcessorBy(ad.get());
-    EXPECT_EQ(processor->viewForTakingScreenshot(), nullptr) << "nothing of its kind is on top";
-
-    const auto container = alloc<UIViewController>(standInClass("ADCContainer", classOf<UIViewController>()));
-    const auto webView = creativeView("<h1>Ad</h1>", world.phone.window().bounds().size);
-    container->view()->addSubview(webView);
-    page.presentViewController(container, false);
-    EXPECT_EQ(processor->viewForTakingScreenshot(), webView);
-    processor->viewForTakingScreenshot();
-    world.phone.tap(*webView);
-    EXPECT_GT(processor->tapTimestamp(), 0);
-    EXPECT_EQ(webView->gestureRecognizers().size(), 4u) << "listened to once";
-    std::string markup;
-    processor->getNewHTMLWithPurpose(
-        HTMLPurpose::AdRecord, [&](bool, const std::string& html) { markup = html; });
-    world.phone.wait(1);
-    EXPECT_NE(markup.find("<h1>Ad</h1>"), std::string::npos);
-    EXPECT_EQ(AdProcessingManager::sharedInstance().getProcessorReversedBy(webView.get()), processor);
-    const auto next = class_createInstance(ad->isa());
-    AdProcessingManager::logAd(next, false);
-    EXPECT_EQ(
-        AdProcessingManager::sharedInstance().getProcessorBy(next.get())->viewForTakingScreenshot(), nullptr)
-        << "another ad's page";
-}
-
-TEST_F(NetworkHooksTest, AdsThatShareAViewListenToItOnceEach)
-{
-    const auto view = standInView("Shared", { 320, 50 });
-    const auto shown = [&](const std::shared_ptr<Object>& ad) {
-        AdProcessingManager::logAd(ad, false);
-        return AdProcessingManager::sharedInstance().getProcessorBy(ad.get());
-    };
-    auto first = standInObject("MMWebComponent", { { "view", view } });
-    const auto second = standInObject("MMWebComponent", { { "view", view } });
-    const auto processors = { shown(first), shown(second) };
-    for (int look = 0; look < 3; look++) {
-        for (const auto& processor : processors)
-            EXPECT_EQ(processor->viewForTakingScreenshot(), view);
-    }
-    EXPECT_EQ(view->gestureRecognizers().size(), 2 * 4u);
-    first.reset();
-    const auto third = standInObject("MMWebComponent", { { "view", view } });
-    shown(third)->viewForTakingScreenshot();
-    EXPECT_EQ(view->gestureRecognizers().size(), 2 * 4u) << "the first is gone";
-}
-
-TEST_F(NetworkHooksTest, OfThePagesThatAnAdOwnsTheOneThatIsUnderstoodIsTheAd)
-{
-    const auto endCard = standInView("WKWebView", { 320, 50 });
-    const auto page = alloc<WKWebView>(standInClass("SOMAWKWebView", classOf<WKWebView>()));
-    const auto ad = standInObject("SOMAInterstitialAdView", { { "_endCard", endCard }, { "_page", page } });
-    const AdViewSearch search;
-    EXPECT_EQ(search.find(ad), endCard) << "the nearest";
-    EXPECT_EQ(search.find(ad, [&](UIView& view) { return &view == page.get(); }), page);
 }
 
 } // namespace

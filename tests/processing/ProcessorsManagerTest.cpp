@@ -113,6 +113,10 @@ TEST_F(ProcessorsManagerTest, RegisteringAndRemoving)
     EXPECT_EQ(manager.count(), 2u);
     manager.removeProcessor(processor);
     EXPECT_EQ(manager.count(), 0u);
+}
+
+TEST_F(ProcessorsManagerTest, MarkupIsLabelledWithItsCreative)
+{
     EXPECT_EQ(ProcessorsManager::makeHTMLFromDictionary(NSDictionary {}), "<!-- LumoracreativeId 0 -->");
     EXPECT_EQ(
         ProcessorsManager::makeHTMLFromDictionary(NSDictionary { { "creativeId", 7 }, { "html", "<p>" } }),

@@ -2,8 +2,6 @@
 
 #include "interception/WKWebViewSwizzling.h"
 #include "platform/objc/NSException.h"
-#include "processing/WeakRef.h"
-#include "processing/WebViewTracker.h"
 #include "simulator/networks/StandInObjects.h"
 #include "tests/platform/webkit/NavigationDiary.h"
 #include "tests/world/World.h"
@@ -288,61 +286,6 @@ TEST_F(ProxyTest, AnOldStyleLoadIsNeverWanted)
     proxy->setFakeDelegate(network.get());
     EXPECT_TRUE(ask());
     EXPECT_EQ(asked, 2) << "an observer that wants it is followed by the network";
-}
-
-TEST_F(ProxyTest, AWeakReferencePassesMessagesOnWhileItsObjectLives)
-{
-    const auto reference = WeakRef::to(diary);
-    send(reference, sel::webViewDidCommitNavigation, id {}, id {});
-    EXPECT_EQ(diary->lines, "committed");
-    EXPECT_TRUE(delegateAnswers(*reference, sel::webViewDidCommitNavigation));
-    EXPECT_FALSE(delegateAnswers(*reference, "webViewDidClose:"_sel));
-    std::weak_ptr<Object> target = diary;
-    diary.reset();
-    EXPECT_TRUE(target.expired());
-    EXPECT_NO_THROW(send(reference, sel::webViewDidFinishNavigation, id {}, id {}));
-    EXPECT_FALSE(delegateAnswers(*reference, sel::webViewDidCommitNavigation));
-}
-
-TEST(WebViewTrackerTest, ARecordIsFoundByEqualityAndKeepsNoViewAlive)
-{
-    struct Twin final : NSObject {
-        bool isEqual(const Object*) const override { return true; }
-    };
-    Phone phone { {} };
-    WebViewTracker& tracker = WebViewTracker::sharedTracker();
-    auto view = make<WKWebView>();
-    for (id added : { id { view.get() }, id {} })
-        tracker.addWebView(added);
-    EXPECT_FALSE(tracker.isTrackered(make<WKWebView>().get()));
-    EXPECT_FALSE(tracker.isTrackered(nullptr));
-    for (const Value& event : { Value { "event" }, Value {} })
-        tracker.addEvent(view.get(), event);
-    const auto record = tracker.getEventsForWebView(view.get());
-    EXPECT_EQ(record->events.get(), NSArray { "event" });
-    const auto twin = std::make_shared<Twin>();
-    tracker.addWebView(twin.get());
-    EXPECT_TRUE(tracker.isTrackered(make<WKWebView>().get()));
-    view.reset();
-    EXPECT_EQ(record->webView(), nullptr);
-}
-
-TEST(WebViewTrackerTest, AViewAddedTwiceHasTwoRecordsAndOneThatIsGoneHasNone)
-{
-    Phone phone { {} };
-    WebViewTracker& tracker = WebViewTracker::sharedTracker();
-    auto view = make<WKWebView>();
-    tracker.addWebView(view.get());
-    const std::weak_ptr first = tracker.getEventsForWebView(view.get());
-    tracker.addClassName(view.get(), "Ad");
-    tracker.addWebView(view.get());
-    tracker.addEvent(view.get(), "event");
-    tracker.addEvent(view.get(), "event");
-    EXPECT_EQ(first.lock()->className.get(), "Ad");
-    EXPECT_EQ(first.lock()->events.get().size(), 2u);
-    view.reset();
-    tracker.addWebView(make<WKWebView>().get());
-    EXPECT_TRUE(first.expired());
 }
 
 } // namespace

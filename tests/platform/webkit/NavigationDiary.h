@@ -64,9 +64,15 @@ public:
     int64_t policy { WKNavigationPolicyAllow };
     std::weak_ptr<Object> last;
     std::function<void()> onFinish;
+    std::function<void(const std::string& line)> onLine;
 
 private:
-    void note(const std::string& line) { lines += (lines.empty() ? "" : ", ") + line; }
+    void note(const std::string& line)
+    {
+        lines += (lines.empty() ? "" : ", ") + line;
+        if (const auto tell = onLine)
+            tell(line);
+    }
 };
 
 } // namespace lumora::test
