@@ -24,7 +24,8 @@ namespace {
 ProcessLocal<AdProcessingManager> s_sharedInstance;
 ProcessOnce s_initialised;
 
-/// Every host has these.
+/// Asked in every host. Classes without hooks of their own answer with the root's `swizzleMethods`, which
+/// does nothing.
 constexpr const char* generalClasses[]
     = { "NSObject", "UIAlertView", "UIApplication", "UIWindow", "openURLSwizzler" };
 constexpr const char* networkClasses[] = {

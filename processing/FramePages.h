@@ -14,9 +14,10 @@ namespace lumora {
 class LMAdViewProcessor;
 class WKWebView;
 
-/// Looks into the pages of an ad's frames, each loaded into a hidden web view whose navigation delegate this
-/// is. These pages are no ads, so it reads them itself, whatever the configuration says of ads' markup. Owned
-/// by `LMAVPlayersManager`; main thread.
+/// Looks into the pages of an ad's frames; with today's engines it never gets to it, as each answers too
+/// late. Every page is loaded into a hidden web view whose navigation delegate this is. These pages are no
+/// ads, so it reads them itself, whatever the configuration says of ads' markup. Owned by
+/// `LMAVPlayersManager`; main thread.
 class FramePages final : public NSObject {
 public:
     static const ClassDescription& classDescription();

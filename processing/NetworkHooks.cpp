@@ -2,126 +2,26 @@
 // is the method that a network calls at that moment, in most rows the one that the report button's hook
 // stands on too; its type is the same to the letter, or the method would be left alone.
 
-#include "interception/AdViewSearch.h"
 #include "interception/Extraction.h"
 #include "interception/Swizzling.h"
-#include "platform/dispatch/Executor.h"
 #include "platform/objc/ClassDescription.h"
-#include "platform/process/Process.h"
 #include "platform/uikit/UIView.h"
-#include "processing/AdProcessingManager.h"
-#include "processing/LMAdViewProcessorsFactory.h"
-#include "support/Guarded.h"
+#include "processing/ShownAd.h"
 
-#include <array>
 #include <tuple>
 
 namespace lumora {
 
 namespace {
 
-/// What takes part in a call: its receiver, the objects among its arguments, and what it answers.
-enum class Part { Receiver, First, Second, Answer };
-constexpr size_t parts = 4;
+using Part = ShownAd::Part;
+using Candidate = ShownAd::Candidate;
+using Circumstances = ShownAd::Circumstances;
+using Moment = ShownAd::Moment;
 
-/// An object that may be the ad object, told by a part of the call.
-struct Candidate {
-    Part part;
-    /// From the part to the object; the part itself if there is none.
-    const char* keyPath { nullptr };
-    /// Whether the ad object is looked for inside of it.
-    bool isSearched { false };
-    /// What it has to be of; anything if unset.
-    const char* kind { nullptr };
-};
 constexpr Candidate itself(Part part) { return { part }; }
 constexpr Candidate at(Part part, const char* keyPath) { return { part, keyPath }; }
 constexpr Candidate foundIn(Part part) { return { part, nullptr, true }; }
-
-/// What is special about a moment.
-struct Circumstances {
-    /// Where the receiver is looked for besides in itself.
-    AdMoment moment { AdMoment::Loaded };
-    /// Whether an ad comes on screen by this call, from the receiver and the first argument; always if unset.
-    bool (*isShown)(id self, id argument) { nullptr };
-    Hook::Kind kind { Hook::Kind::Method };
-};
-
-/// One hooked method. One that answers no has shown nothing.
-struct Moment {
-    /// The class whose `swizzleMethods` installs the hook.
-    const char* swizzler;
-    const char* className;
-    const char* selector;
-    /// The first that a processor understands is handed over; else the first that is there.
-    std::vector<Candidate> candidates;
-    Circumstances circumstances;
-};
-
-bool isUnderstood(Object* object)
-{
-    return LMAdViewProcessorsFactory::getProcessorClassForAd(object) != nullptr;
-}
-
-/// One call of a hooked method, on any thread. Holds nothing of the network's, which may let go of all of it.
-class ShownAd {
-public:
-    ShownAd(const Moment& moment, id self, std::initializer_list<id> arguments) noexcept
-        : m_moment(moment)
-    {
-        guardedHook(self, [&] {
-            const id first = arguments.size() ? *arguments.begin() : nullptr;
-            if (const auto isShown = moment.circumstances.isShown; isShown && !isShown(self, first))
-                return;
-            m_search = AdViewSearch(moment.circumstances.moment);
-            keep(Part::Receiver, weakly(self));
-            for (size_t i = 0; i < arguments.size() && i < 2; i++)
-                keep(i ? Part::Second : Part::First, weakly(arguments.begin()[i]));
-            m_process = &Process::current();
-        });
-    }
-    /// Hands the ad over on the main queue's next turn, when the network has put its view where it belongs.
-    void handOver(const std::shared_ptr<Object>& answer = nullptr) noexcept
-    {
-        if (!m_process)
-            return;
-        keep(Part::Answer, answer);
-        Process::Scope scope(*m_process);
-        guarded([this] { dispatch_get_main_queue().async([shown = *this] { shown.logAd(); }); });
-    }
-
-private:
-    void keep(Part part, const std::weak_ptr<Object>& object) { m_parts[static_cast<size_t>(part)] = object; }
-    std::shared_ptr<Object> find(const Candidate& candidate) const
-    {
-        auto object = m_parts[static_cast<size_t>(candidate.part)].lock();
-        if (candidate.keyPath)
-            object = getValueFromObject(object.get(), candidate.keyPath).object();
-        // Also of one that is gone: what it presents is there.
-        if (candidate.isSearched)
-            object = m_search.find(object, [](UIView& view) { return isUnderstood(&view); });
-        return !candidate.kind || isKindOfClassNamed(object.get(), candidate.kind) ? object : nullptr;
-    }
-    void logAd() const
-    {
-        std::shared_ptr<Object> ad;
-        for (const Candidate& candidate : m_moment.candidates) {
-            auto found = find(candidate);
-            const bool understood = found && isUnderstood(found.get());
-            if (!ad || understood)
-                ad = std::move(found);
-            if (understood)
-                break;
-        }
-        if (ad)
-            AdProcessingManager::logAd(ad, true);
-    }
-
-    const Moment& m_moment;
-    Process* m_process { nullptr };
-    AdViewSearch m_search;
-    std::array<std::weak_ptr<Object>, parts> m_parts;
-};
 
 bool isWithoutError(id, id error) { return !error; }
 bool isWithArgument(id, id argument) { return argument; }
@@ -144,10 +44,10 @@ Row<F> row(const char* swizzler, const char* className, const char* selector,
     return { { swizzler, className, selector, candidates, circumstances } };
 }
 
-using enum Part;
+using enum ShownAd::Part;
 
-// In the order in which the classes are asked to install their hooks. Never destroyed: networks may call from
-// threads of their own until the very end.
+// In the order in which the classes are asked to install their hooks, those of a class together. Never
+// destroyed: networks may call from threads of their own until the very end.
 const auto& rows = *new const std::tuple {
     row<void(id)>("LMGoogleCommonSwizzler", "GADBannerView", "adViewDidReceiveAd:",
         { at(Receiver, "_bannerView._bannerAd._adView._view._view._viewToSwap._webView"), itself(Receiver) }),

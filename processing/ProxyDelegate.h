@@ -9,7 +9,8 @@ namespace lumora {
 /// it, as its `proxyController`, and hands it out as its `navigationDelegate`; the network's delegate owns it
 /// too, for whoever has read it there and keeps it weakly. Main thread.
 ///
-/// Keys that it does not know are the network's delegate's. Its class is its own: the hooks tell it by that.
+/// Keys that it does not know are read from the network's delegate. Asked for its class it answers its own,
+/// by which the hooks know it.
 ///
 /// The network's delegate is held weakly. Once it is gone the proxy answers nothing any more and forwards
 /// nothing; a navigation that then still asks for leave gets it, as it would without a delegate.
