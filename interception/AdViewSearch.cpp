@@ -90,9 +90,11 @@ std::shared_ptr<UIView> AdViewSearch::webViewOwnedBy(
     std::unordered_set<const Object*> seen { ad.get() };
     for (size_t i = 0; i < queue.size(); i++) {
         for (auto& object : object_copyOwnedObjects(*queue[i])) {
+            if (!seen.insert(object.get()).second)
+                continue;
             if (auto webView = as<WKWebView>(object); webView && (!isGood || isGood(*webView)))
                 return webView;
-            if (queue.size() < mostObjects && !belongsToTheHost(object) && seen.insert(object.get()).second)
+            if (queue.size() < mostObjects && !belongsToTheHost(object))
                 queue.push_back(std::move(object));
         }
     }
@@ -130,7 +132,11 @@ std::shared_ptr<UIView> AdViewSearch::find(const std::shared_ptr<Object>& ad) co
 std::shared_ptr<UIView> AdViewSearch::find(const std::shared_ptr<Object>& ad, const ViewTest& isGood) const
 {
     const std::function<std::shared_ptr<UIView>()> places[] { [&] { return viewOf(ad); },
-        [&] { return webViewOwnedBy(ad, isGood); }, [&] { return presentedView(); } };
+        [&] {
+            const auto good = webViewOwnedBy(ad, isGood);
+            return good ? good : webViewOwnedBy(ad);
+        },
+        [&] { return presentedView(); } };
     for (const auto& place : places) {
         const auto views = viewsIn(place());
         const auto webView = std::find_if(views.begin(), views.end(),

@@ -100,9 +100,8 @@ void LMAVPlayersManager::controllerAppeared(UIViewController& controller)
     if (!observed) {
         AVPlayerItem* const item = player->currentItem();
         AVURLAsset* const asset = item ? item->asset() : nullptr;
-        const bool hasAddress = asset && !asset->URL().absoluteString.empty();
         observed = LMObservedPlayer::with(
-            player.get(), item, hasAddress ? std::optional { asset->URL() } : std::nullopt);
+            player.get(), item, asset ? std::optional { asset->URL() } : std::nullopt);
         addObservedPlayer(observed);
     }
     observed->setWeakVC(&controller);
@@ -150,6 +149,7 @@ void LMAVPlayersManager::checkProcessorForPlayingVideo(const std::shared_ptr<LMA
     // Whether the markup could be read does not matter: kept, what could not is an empty one.
     processor->getNewHTMLWithPurpose(
         HTMLPurpose::Inspection, [self = retain(this), processor](bool, const std::string& html) {
+            // Nothing that could name a video.
             if (html.empty() && !FramePages::pageWithFrames(*processor))
                 return;
             // Pages may be large and players many: the main thread does not wait for the search.

@@ -33,15 +33,15 @@ public:
     /// Looks at the ads of all processors, the newest first.
     void checkAllProcessors();
     /// Reads an ad's markup and stops the first observed video that it names, once a queue of its own has
-    /// searched it. Of all videos up to that one, looks for the address in the ad's frames.
+    /// searched it. The videos before that one, or all if none is named, are looked for in the ad's frames.
     void checkProcessorForPlayingVideo(const std::shared_ptr<LMAdViewProcessor>& processor);
     /// Raises the event, hides the ad in its place if it is a view, and leaves the player's controller: the
     /// one that showed it last, or the delegate of the controller on top.
     void disableFullscreenVideoWithProcessor(
         LMAdViewProcessor& processor, const std::shared_ptr<LMObservedPlayer>& observedPlayer);
     /// Presses the button that leaves full screen, and empties the player. Where there is no button it tries
-    /// again after three seconds, three times. Holds nothing in between: what the host lets go of in that
-    /// time needs no end made to it.
+    /// again after three seconds, three times. Keeps neither controller nor player alive in
+    /// between: one that the host lets go of has ended anyway.
     void disableAVPlayerVC(const std::shared_ptr<Object>& controller, const std::shared_ptr<AVPlayer>& player,
         const std::shared_ptr<AVPlayerItem>& playerItem, int attemptCount);
 

@@ -69,7 +69,7 @@ const ClassDescription& LMAdViewProcessor::classDescription()
             .method<&LMAdViewProcessor::initWithAdObject>(sel::initWithAdObject)
             .method<&LMAdViewProcessor::saveTapEvent>("saveTapEvent"_sel)
             .method<&LMAdViewProcessor::gestureRecognizerShouldRecognizeSimultaneously>(
-                "gestureRecognizer:shouldRecognizeSimultaneouslyWithGestureRecognizer:"_sel)
+                sel::gestureRecognizerShouldRecognizeSimultaneouslyWith)
             .protocol("UIGestureRecognizerDelegate")
             .classMethod<&lumora::getVersion>(sel::getVersion)
             .classMethod<&lumora::getSDKName>(sel::getSDKName)
@@ -359,6 +359,7 @@ void LMAdViewProcessor::screenshotProcessing()
     guarded([this] { describeAd(); });
     if (!isSuspended)
         m_offlineStateCounter = 0;
+    // Kept: said although none is.
     LMLog::logMessage("[LMAdViewProcessor][takeScreenshot] screenshot is taken");
 }
 

@@ -33,6 +33,10 @@ enum class LMAdFormat : uint64_t { Banner = 0, Interstitial = 1, Video = 2, Nati
 /// screen. The networks' own processors derive from it and override who they are. Owned by
 /// `ProcessorsManager`; main thread, but for the store links. Times are seconds since 1970. An ad object that
 /// is gone is no error: its processor then reports nothing found.
+///
+/// Nothing in the library sets the hashes, the blocked creative, the blank-ad state or the disposal, and
+/// nothing calls `htmlUpdater`, `getAVLayerWith` or `sendingEventsDispatchGroup`: kept for networks' own
+/// processors.
 class LMAdViewProcessor : public NSObject {
 public:
     static const ClassDescription& classDescription();
@@ -55,7 +59,8 @@ public:
     /// 0 until the ad is tapped.
     double tapTimestamp() const { return m_tapTimestamp; }
     void setTapTimestampToZero() { m_tapTimestamp = 0; }
-    /// When this ad, or its current creative, began to be shown.
+    /// When this ad, or its current creative, began to be shown; of an ad on screen that nobody has tapped,
+    /// when it was looked at last.
     double createAtTimestamp() const { return m_createAtTimestamp; }
     /// Begins a new showing: reads the markup first, then restarts the age, forgets hashes and blocked state,
     /// and reads the store links anew. A page at about:blank is no new showing, but of four networks.

@@ -33,8 +33,9 @@ std::optional<std::string> LMGoogleCreativeIdHelper::getCreativeIdWithAdObject(O
             return creativeId;
         LMLog::logErrorMessage(complaint);
     }
-    // Anything else but a text, a number or a UUID would only tell an address in memory.
-    const auto readable = [](const Value& value) { return !value.isNothing() && !value.object(); };
+    // Anything else might only tell an address in memory.
+    const auto readable
+        = [](const Value& value) { return value.isString() || value.isNumber() || value.uuid(); };
     if (const Value query = read("_delegate._ad._GWSQueryID"); readable(query))
         return "QueryID:" + query.description();
     LMLog::logErrorMessage("no query string, trying next");

@@ -124,8 +124,11 @@ const std::vector<GoogleProcessorClass>& family()
 
 const GoogleProcessorClass& inFamily(const ProcessorClass& row)
 {
-    return *std::find_if(family().begin(), family().end(),
-        [&](const GoogleProcessorClass& each) { return &each.processor == &row; });
+    for (const GoogleProcessorClass& each : family()) {
+        if (&each.processor == &row)
+            return each;
+    }
+    throw NSException(NSInvalidArgumentException, std::string { row.name } + " is none of Google's");
 }
 
 const RegisteredClasses registered { [] {

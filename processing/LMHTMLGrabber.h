@@ -18,7 +18,7 @@ public:
     /// Reads the markup of a web view on the main queue's next turn; the view is kept until its page has
     /// answered. The completion hears exactly once, unless the process ends before: false and an empty text,
     /// at once, when the configuration does not allow the purpose or the view is no web view, and later when
-    /// the page does not answer. A page without a document is an empty text and a success.
+    /// the page does not answer. An answer that is no text is an empty one and a success.
     static void getNewHTMLForView(
         const std::shared_ptr<Object>& view, HTMLPurpose purpose, const HTMLCompletion& completion);
 };

@@ -233,13 +233,15 @@ std::shared_ptr<UIView> LMNetworkProcessor::findView()
 
 void LMNetworkProcessor::listenTo(UIView& view)
 {
+    bool isListening = false;
     for (const auto& recognizer : std::vector { view.gestureRecognizers() }) {
         const auto listener = as<LMAdViewProcessor>(retain(recognizer->delegate()));
-        if (listener.get() == this)
-            return;
+        isListening = isListening || listener.get() == this;
         if (listener && !listener->adObject())
             view.removeGestureRecognizer(recognizer.get());
     }
+    if (isListening)
+        return;
     objc_setAssociatedObject(view, &shownAdKey, Value::weak(weakly<Object>(this)));
     addGestureRecognizersToView(view);
 }

@@ -50,7 +50,8 @@ protected:
 
 private:
     std::shared_ptr<UIView> findView();
-    /// Takes the taps on a view that shows the ad, once, and from then on nobody for an ad that is gone.
+    /// Listens for taps on a view that shows the ad, once. Processors whose ads are gone stop listening
+    /// there.
     void listenTo(UIView& view);
     /// Whether the page of a controller on top is this ad's: it was before, or no other ad of the kind is
     /// newer.

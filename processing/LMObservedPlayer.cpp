@@ -16,7 +16,8 @@ std::shared_ptr<LMObservedPlayer> LMObservedPlayer::with(
     auto observed = make<LMObservedPlayer>();
     observed->m_player = weakly(player);
     observed->m_playerItem = weakly(playerItem);
-    observed->m_videoURL.set(std::move(url));
+    if (url && !url->absoluteString.empty())
+        observed->m_videoURL.set(std::move(url));
     return observed;
 }
 

@@ -18,6 +18,7 @@
 #include "support/NSDictionaryExtensions.h"
 
 #include <algorithm>
+#include <atomic>
 
 namespace lumora {
 
@@ -48,7 +49,8 @@ bool isDue(LMAdViewProcessor& processor, double now, int64_t maxTime)
     }
     if (offline == 0)
         return true;
-    // Its hashes are never absent, only "error": an ad that was hidden is looked at again while it is young.
+    // Kept: hashes are never absent, only "error", so an ad that was hidden is looked at only while it is
+    // young.
     const int64_t youth = maxTime / 3;
     if (age > static_cast<double>(youth)) {
         processor.setOfflineStateCounter(offline + 1);
@@ -153,21 +155,23 @@ void ProcessorsManager::eventFired(
     const std::shared_ptr<TDEventModel>& event, const std::shared_ptr<Object>& forView)
 {
     if (!event)
-        return LMEventsManager::shared().handleEvent(nullptr, nullptr);
+        return;
     TDActivationManager::sharedInstance().checkActivationWithBlock([event, forView](bool active) {
         if (!active)
             return LMLog::logMessage("[ProcessorsManager][eventFired] features are off, event is dropped");
-        const auto handOver = [](const std::shared_ptr<TDEventModel>& filled) {
-            LMEventsManager::shared().handleEvent(filled, [](bool) {});
-        };
         bool isHandled = false;
         for (const auto& processor : sharedInstance().getAllProcessors()) {
             if (!forView || processor->adObject() != forView)
                 continue;
             isHandled = true;
-            // A processor that fails costs the event what it would have added.
+            // A processor that fails, or knows nothing, costs the event what it would have added.
+            const auto isHandedOver = std::make_shared<std::atomic<bool>>(false);
+            const auto handOver = [event, isHandedOver](const std::shared_ptr<TDEventModel>& filled) {
+                if (!isHandedOver->exchange(true))
+                    LMEventsManager::shared().handleEvent(filled ? filled : event, [](bool) {});
+            };
             if (!guarded([&] { processor->updateEventInfo(event, handOver); }))
-                handOver(event);
+                handOver(nullptr);
         }
         if (!isHandled)
             LMEventsManager::shared().handleEventAsPending(event, forView.get());
@@ -179,6 +183,8 @@ void ProcessorsManager::eventFired(
 void ProcessorsManager::armTimer(double seconds)
 {
     dispatch_get_main_queue().async([self = retain(this), seconds] {
+        if (self->m_isStopped)
+            return;
         self->m_screenshotFiringTimer
             = NSTimer::scheduledTimerWithTimeInterval(seconds, self, "startTimer"_sel, false);
     });
@@ -196,6 +202,9 @@ void ProcessorsManager::startTimer()
     LMLog::logDebug(stringWithFormat(
         "[%@][startTimer] added processors: %i", { "ProcessorsManager", static_cast<int64_t>(count()) }));
     drop(m_screenshotFiringTimer);
+    // A stray timer that nobody knew to stop.
+    if (m_isStopped)
+        return;
     guarded([this] {
         takeScreenshots(LMDefaultConfig::maxScreenshotTime(), LMDefaultConfig::maxCountOfActiveAd());
     });
@@ -221,12 +230,17 @@ void ProcessorsManager::takeScreenshots(int64_t maxTime, int64_t maxCount)
     }
 }
 
-void ProcessorsManager::applicationGoForeground(Object*) { armTimer(secondsBetweenTicks()); }
+void ProcessorsManager::applicationGoForeground(Object*)
+{
+    m_isStopped = false;
+    armTimer(secondsBetweenTicks());
+}
 
 // Sent already when the application is only interrupted, which ends the ticks until the next time it comes
 // from the background: kept.
 void ProcessorsManager::applicationGoBackground(Object*)
 {
+    m_isStopped = true;
     drop(m_screenshotFiringTimer);
     drop(m_blacklistUpdatingTimer);
 }

@@ -35,7 +35,7 @@ public:
     /// ignored.
     void suspendProcessorTakingScreenshotBy(const Object* view);
     /// Lets the processors of the view fill an event and hands it on, once for each of them; parks it when
-    /// there is none. Asks the gate first, and drops the event when that says no.
+    /// there is none. Asks the gate first, and drops the event when that says no. A null event is ignored.
     void eventFired(const std::shared_ptr<TDEventModel>& event, const std::shared_ptr<Object>& forView);
     /// The one that was tapped last, of equal times the oldest; null when none ever was.
     std::shared_ptr<LMAdViewProcessor> getProcessorWithLastTappedAdObject() const;
@@ -67,6 +67,8 @@ private:
     // Main thread. A second one may be on its way: kept, coming to the foreground does not ask.
     std::shared_ptr<NSTimer> m_screenshotFiringTimer;
     std::shared_ptr<NSTimer> m_blacklistUpdatingTimer;
+    // By the background, or an interruption.
+    bool m_isStopped { false };
 };
 
 } // namespace lumora

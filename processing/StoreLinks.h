@@ -19,11 +19,11 @@ public:
 
     /// Unset until any link was found.
     std::optional<std::vector<std::string>> links() const;
-    /// Forgets what was found. Earlier searches count no more.
+    /// Forgets what was found. What earlier searches find is ignored from now on.
     Search begin();
-    /// What a search has found; ignored of one that does not count.
+    /// What a search has found; ignored unless it is the one that began last.
     void end(Search search, std::vector<std::string> links);
-    /// Searches a markup in the background, for as long as the ad wants to know.
+    /// Searches a markup in the background. The answer counts only while the ad is there.
     static void find(const std::weak_ptr<StoreLinks>& links, Search search, std::string markup);
 
 private:

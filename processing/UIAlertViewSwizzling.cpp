@@ -14,7 +14,7 @@ namespace {
 
 ProcessLocal<NSArray> s_alertsToShow;
 
-// Lists are values here: who asks by message may read, and adds by the function.
+// The message answers a copy, as lists are values here; to add to the list, call the function.
 Value copyOfAlertsToShow() { return Value { alertsToShow() }; }
 
 bool isToShow(const Value& alert)

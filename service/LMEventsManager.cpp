@@ -80,8 +80,8 @@ void LMEventsManager::checkProcessorForPendingEvents(LMAdViewProcessor& processo
     const Events parked = m_eventsSaver->getEventsForView(processor.adObject().get());
     if (parked.empty())
         return;
-    // They stay in the backup while the processor fills them, which takes a page's time.
-    // The processor answers once, or is taken to have nothing to say.
+    // They stay in the backup while the processor fills them, which takes a page's time. One that raises has
+    // nothing to say; what one never answers goes out after the next launch.
     const auto isAnswered = std::make_shared<std::atomic<bool>>(false);
     auto takeAnswer = [self = retain(this), parked, isAnswered](const std::shared_ptr<TDEventModel>& filled) {
         if (!isAnswered->exchange(true))

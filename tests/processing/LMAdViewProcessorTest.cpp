@@ -263,13 +263,6 @@ TEST(AdMarkupTest, StoreLinksAreFoundWithEachShowing)
     EXPECT_EQ(ad.processor()->URLsFromAd(), std::vector<std::string> {}) << "links, none to the store";
     ad.load("x");
     EXPECT_EQ(ad.processor()->URLsFromAd(), std::nullopt) << "no link at all";
-
-    NSRegularExpression::Match bare;
-    bare.URL = "itmss:id7";
-    NSRegularExpression::Match web;
-    web.URL = "https://shop.example.com/x";
-    EXPECT_EQ(getURLFrom({ web, bare }), std::vector<std::string> { "itmss:id7" });
-    EXPECT_EQ(getAllURLsFrom({ web, bare }), std::vector<std::string> { "shop.example.com" });
 }
 
 TEST(AdMarkupTest, MarkupIsReadOnceUntilThereIsSome)

@@ -145,6 +145,7 @@ TEST_F(GoogleProcessorTest, TheLastResortIsWhatTheSDKDebugsWith)
         return LMGoogleCreativeIdHelper::getCreativeIdWithAdObject(ad.get());
     };
     EXPECT_EQ(found("_delegate._other", 1), std::nullopt);
+    EXPECT_EQ(found("_delegate._ad._requestIdentifier", standInObject("Private")), std::nullopt);
     EXPECT_EQ(found("_delegate._ad._requestIdentifier", NSUUIDValue { "0C4B-7F1A" }),
         "RequestIdentifier:0C4B-7F1A");
     EXPECT_EQ(found("_delegate._ad._GWSQueryID", "q1"), "QueryID:q1");

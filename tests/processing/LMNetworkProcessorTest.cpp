@@ -57,9 +57,12 @@ TEST(LMNetworkProcessorTest, AdsThatShareAViewListenToItOnceEach)
     }
     EXPECT_EQ(view->gestureRecognizers().size(), 2 * 4u);
     first.reset();
-    const auto third = standInObject("MMWebComponent", { { "view", view } });
+    auto third = standInObject("MMWebComponent", { { "view", view } });
     shown(third)->viewForTakingScreenshot();
     EXPECT_EQ(view->gestureRecognizers().size(), 2 * 4u) << "the first is gone";
+    third.reset();
+    shown(second)->viewForTakingScreenshot();
+    EXPECT_EQ(view->gestureRecognizers().size(), 4u);
 }
 
 } // namespace

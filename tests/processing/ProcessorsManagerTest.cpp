@@ -91,6 +91,42 @@ TEST_F(ProcessorsManagerTest, TheBackgroundStopsTheTicks)
     EXPECT_EQ(pendingTicks(), 1u);
 }
 
+TEST_F(ProcessorsManagerTest, NoTimerOnItsWayTicksInTheBackground)
+{
+    send<void>(&manager, "applicationGoForeground:"_sel, id {});
+    send<void>(&manager, "applicationGoForeground:"_sel, id {});
+    world.phone.wait(0);
+    ASSERT_GT(pendingTicks(), 1u);
+    manager.startTimer();
+    world.phone.sendToBackground();
+    world.phone.wait(20);
+    EXPECT_EQ(pendingTicks(), 0u);
+}
+
+TEST_F(ProcessorsManagerTest, WhatAProcessorCannotFillIsSentAsItIs)
+{
+    for (const bool raises : { true, false }) {
+        const auto view = make<UIView>();
+        const auto filler = test::Filler::of(view);
+        filler->raises = raises;
+        filler->isIgnorant = true;
+        manager.addProcessor(filler);
+        manager.eventFired(test::eventOf("redirect"), view);
+        world.phone.wait(1);
+        EXPECT_EQ(world.lastReport()["type"], Value { "redirect" });
+    }
+    EXPECT_EQ(world.service.reports().size(), 2u);
+}
+
+TEST_F(ProcessorsManagerTest, AnAdThatIsGoneKeepsNoMarkup)
+{
+    const auto processor = show();
+    processor->setHtml("<p>");
+    as<UIView>(processor->adObject())->removeFromSuperview();
+    manager.takeScreenshots(300, 4);
+    EXPECT_EQ(processor->html(), "");
+}
+
 TEST_F(ProcessorsManagerTest, AnInterruptionEndsTheTicksUntilTheNextForeground)
 {
     world.phone.beginInterruption();
@@ -141,6 +177,10 @@ TEST_F(ProcessorsManagerTest, AnEventGoesToEveryProcessorOfItsAd)
     manager.eventFired(test::eventOf("redirect"), view);
     world.phone.wait(1);
     EXPECT_EQ(world.service.reports().size(), 2u) << "the gate says no, or is being asked";
+    const std::string before = looks();
+    manager.takeScreenshots(300, 4);
+    world.phone.wait(0);
+    EXPECT_EQ(looks(), before) << "nor is an ad looked at";
 }
 
 TEST_F(ProcessorsManagerTest, TheLastTappedAd)

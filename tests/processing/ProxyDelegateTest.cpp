@@ -249,7 +249,20 @@ TEST_F(ProxyTest, AMessageAboutAnotherPageIsNotOneThatComesRound)
         send(proxy, sel::webViewDidFinishNavigation, first, id {});
     };
     send(proxy, sel::webViewDidFinishNavigation, first, id {});
-    EXPECT_EQ(std::count(diary->lines.begin(), diary->lines.end(), 'f'), 2) << diary->lines;
+    EXPECT_EQ(diary->lines, "finished another, finished another");
+}
+
+TEST_F(ProxyTest, ADelegateThatSendsEachMessageOnAboutAnotherPageEndsAsWell)
+{
+    const auto proxy = proxyOf(diary);
+    std::vector<std::shared_ptr<WKWebView>> pages;
+    std::function<void()> sendOn = [&] {
+        diary->onFinish = sendOn;
+        pages.push_back(make<WKWebView>());
+        send(proxy, sel::webViewDidFinishNavigation, pages.back(), id {});
+    };
+    sendOn();
+    EXPECT_LT(pages.size(), 100u);
 }
 
 TEST_F(ProxyTest, ADelegateKeepsOneProxyForEachPageThatLives)
