@@ -147,8 +147,8 @@ void ReportedAd::gatherInfo(const std::string& adId) const
         return;
     }
     guarded([&] {
-        adProcessor->getNewHTMLWithPurpose(HTMLPurpose::AdRecord,
-            [info](bool, const std::string& html) mutable { info.set("html", html); });
+        adProcessor->getNewHTMLWithPurpose(
+            HTMLPurpose::AdRecord, [info](bool, const std::string& html) mutable { info.set("html", html); });
     });
 }
 
