@@ -49,7 +49,7 @@ constexpr const char* networkClasses[] = {
     "LMVerizonSwizzler",
     "LMAVPlayersManager",
 };
-/// In place of the networks, which AATKit wraps.
+/// In place of the networks, which AATKit wraps, and of the video players.
 constexpr const char* mediatorClass = "AATKit";
 constexpr const char* mediatorClasses[] = { "AATKitSwizzler" };
 
@@ -64,11 +64,13 @@ std::vector<std::shared_ptr<LMAdViewProcessor>> allProcessors()
     return ProcessorsManager::sharedInstance().getAllProcessors();
 }
 
-/// The platform's equality, which a network may have given its own views.
+/// The platform's equality, which a network may have given its own views. One that raises is another ad's.
 bool isOf(const LMAdViewProcessor& processor, const Object* view)
 {
     const auto ad = processor.adObject();
-    return view && ad && ad->isEqual(view);
+    bool isEqual = false;
+    guarded([&] { isEqual = view && ad && ad->isEqual(view); });
+    return isEqual;
 }
 
 bool isOnScreen(LMAdViewProcessor& processor)
@@ -133,7 +135,7 @@ void AdProcessingManager::logAdWithTTLCheck(const std::shared_ptr<Object>& view)
 {
     TDActivationManager::sharedInstance().checkActivationWithBlock([self = retain(this), view](bool active) {
         if (active)
-            self->logAd(view);
+            onMainThread([self, view] { self->logAd(view); });
     });
 }
 
@@ -150,7 +152,7 @@ void AdProcessingManager::logAd(const std::shared_ptr<Object>& view)
     // Asked anew: what made it may have met the ad once more.
     const auto knownNow = allProcessors();
     if (std::none_of(knownNow.begin(), knownNow.end(),
-            [&](const auto& known) { return known->isEqual(processor.get()); }))
+            [&](const auto& known) { return known->isEqual(processor.get()) || known->adObject() == view; }))
         ProcessorsManager::sharedInstance().addProcessor(processor);
 }
 
@@ -180,11 +182,14 @@ std::shared_ptr<LMAdViewProcessor> AdProcessingManager::getProcessorReversedBy(c
         if (isOf(*processor, view))
             return true;
         // An ad object that is no view is known by the one that shows it: what is reported is that view.
-        std::shared_ptr<UIView> adView;
-        guarded([&] { adView = wanted ? processor->adView() : nullptr; });
-        return adView
-            && (adView.get() == wanted || containsSubview(*adView, *wanted)
-                || containsSubview(*wanted, *adView));
+        bool isAround = false;
+        guarded([&] {
+            const auto adView = wanted ? processor->adView() : nullptr;
+            isAround = adView
+                && (adView.get() == wanted || containsSubview(*adView, *wanted)
+                    || containsSubview(*wanted, *adView));
+        });
+        return isAround;
     };
     const auto found = std::find_if(processors.rbegin(), processors.rend(), isRelated);
     return found == processors.rend() ? nullptr : *found;
@@ -197,10 +202,9 @@ bool AdProcessingManager::isAdvertShowingOnScreenByCreativeId(std::string_view c
     return std::any_of(processors.begin(), processors.end(), [&](const auto& processor) {
         bool isShowing = false;
         guarded([&] {
-            isShowing = isOnScreen(*processor) && processor->getCreativeID() == creativeId
-                && processor->getPlacementID() == placementId
-                && static_cast<int64_t>(processor->createAtTimestamp()) == createTS / 1000
-                && send(processor->isa(), sel::getSDKName) == sdkName;
+            isShowing = saturatingInteger(processor->createAtTimestamp()) == createTS / 1000
+                && send(processor->isa(), sel::getSDKName) == sdkName && isOnScreen(*processor)
+                && processor->getCreativeID() == creativeId && processor->getPlacementID() == placementId;
         });
         return isShowing;
     });
@@ -220,11 +224,13 @@ void AdProcessingManager::appDidOpenURL(const std::string&)
     TDActivationManager::sharedInstance().checkActivationWithBlock([](bool active) {
         if (!active)
             return;
-        const double now = serverTimeIntervalSince1970();
-        for (const auto& processor : allProcessors()) {
-            if (now - processor->tapTimestamp() < shortlyAfter)
-                LMLog::logMessage("We found tapped ad and redirection");
-        }
+        onMainThread([] {
+            const double now = serverTimeIntervalSince1970();
+            for (const auto& processor : allProcessors()) {
+                if (now - processor->tapTimestamp() < shortlyAfter)
+                    LMLog::logMessage("We found tapped ad and redirection");
+            }
+        });
     });
 }
 

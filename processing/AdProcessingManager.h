@@ -20,7 +20,9 @@ public:
     /// host does not have, or without hooks, is passed over.
     void frameworkWasInitialised();
     /// On the main queue: gives each web view in the windows its delegate once more, which lets the web
-    /// views' hook see it, and logs it as an ad that is seen.
+    /// views' hook see it, and logs it as an ad that is seen. Kept: at start-up the record is mostly still
+    /// being fetched, and the hook then puts no proxy in, so that only networks' own web view classes are
+    /// known.
     void handleExistingAds();
 
     /// The hooks' entry: a user sees this ad. With the check on, the gate is asked first.

@@ -151,6 +151,26 @@ std::shared_ptr<LMAdViewProcessor> ProcessorsManager::getProcessorWithLastTapped
 
 // Events
 
+static void fillAndHandOver(const std::shared_ptr<TDEventModel>& event, const std::shared_ptr<Object>& view)
+{
+    bool isHandled = false;
+    for (const auto& processor : ProcessorsManager::sharedInstance().getAllProcessors()) {
+        if (!view || processor->adObject() != view)
+            continue;
+        isHandled = true;
+        // A processor that fails, or knows nothing, costs the event what it would have added.
+        const auto isHandedOver = std::make_shared<std::atomic<bool>>(false);
+        const auto handOver = [event, isHandedOver](const std::shared_ptr<TDEventModel>& filled) {
+            if (!isHandedOver->exchange(true))
+                LMEventsManager::shared().handleEvent(filled ? filled : event, [](bool) {});
+        };
+        if (!guarded([&] { processor->updateEventInfo(event, handOver); }))
+            handOver(nullptr);
+    }
+    if (!isHandled)
+        LMEventsManager::shared().handleEventAsPending(event, view.get());
+}
+
 void ProcessorsManager::eventFired(
     const std::shared_ptr<TDEventModel>& event, const std::shared_ptr<Object>& forView)
 {
@@ -159,22 +179,7 @@ void ProcessorsManager::eventFired(
     TDActivationManager::sharedInstance().checkActivationWithBlock([event, forView](bool active) {
         if (!active)
             return LMLog::logMessage("[ProcessorsManager][eventFired] features are off, event is dropped");
-        bool isHandled = false;
-        for (const auto& processor : sharedInstance().getAllProcessors()) {
-            if (!forView || processor->adObject() != forView)
-                continue;
-            isHandled = true;
-            // A processor that fails, or knows nothing, costs the event what it would have added.
-            const auto isHandedOver = std::make_shared<std::atomic<bool>>(false);
-            const auto handOver = [event, isHandedOver](const std::shared_ptr<TDEventModel>& filled) {
-                if (!isHandedOver->exchange(true))
-                    LMEventsManager::shared().handleEvent(filled ? filled : event, [](bool) {});
-            };
-            if (!guarded([&] { processor->updateEventInfo(event, handOver); }))
-                handOver(nullptr);
-        }
-        if (!isHandled)
-            LMEventsManager::shared().handleEventAsPending(event, forView.get());
+        onMainThread([event, forView] { fillAndHandOver(event, forView); });
     });
 }
 

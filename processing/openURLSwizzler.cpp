@@ -6,6 +6,7 @@
 #include "platform/process/ProcessLocal.h"
 #include "platform/storekit/SKStoreProductViewController.h"
 #include "platform/uikit/UIApplication.h"
+#include "processing/StoreLinks.h"
 #include "support/Guarded.h"
 
 namespace lumora {
@@ -34,7 +35,7 @@ void lumora_sesionTest4(
 {
     guardedHook(self, [&] {
         const Value& product = parameters[SKStoreProductParameterITunesItemIdentifier];
-        if (!product.isNothing())
+        if (product.isString() || product.isNumber())
             s_lastAppStoreId.get().set(product.description());
     });
     lumora_sesionTest4IMP(self, _cmd, parameters, completion);
@@ -81,7 +82,7 @@ std::optional<std::string> openURLSwizzler::lastAppStoreAddress()
     const auto product = lastAppStoreId();
     if (!product)
         return std::nullopt;
-    return stringWithFormat("https://%@/app/id%@", { LUMORA_STORE_HOST, *product });
+    return stringWithFormat("https://%@/app/id%@", { storeHost, *product });
 }
 
 } // namespace lumora

@@ -6,6 +6,9 @@
 #include "simulator/networks/StandIns.h"
 #include "tests/processing/AdPage.h"
 #include "tests/processing/ShownAds.h"
+#include "tests/service/Events.h"
+
+#include <thread>
 
 namespace lumora {
 namespace {
@@ -68,6 +71,39 @@ TEST_F(AdProcessingManagerTest, OfAllProcessorsTheNewestAroundOrInsideAViewIsIts
     EXPECT_EQ(front.getProcessorReversedBy(viewOf(elsewhere).get()), elsewhere);
     EXPECT_EQ(front.getProcessorReversedBy(make<UIView>().get()), nullptr);
     EXPECT_EQ(front.getProcessorReversedBy(nullptr), nullptr);
+}
+
+TEST_F(AdProcessingManagerTest, WhatAnotherThreadTellsIsDoneOnTheMainThread)
+{
+    const auto ad = standInView("RFMAdView", { 320, 50 });
+    std::thread network([&] {
+        const Process::Scope scope(world.phone.process());
+        AdProcessingManager::logAd(ad, true);
+        manager.eventFired(test::eventOf("redirect"), ad);
+    });
+    network.join();
+    EXPECT_EQ(manager.count(), 0u);
+    world.phone.wait(1);
+    EXPECT_NE(front.getProcessorBy(ad.get()), nullptr);
+    EXPECT_EQ(world.lastReport()["sdk"], Value { "Rubicon" });
+}
+
+TEST_F(AdProcessingManagerTest, AnAdWhoseEqualityRaisesIsAnotherAd)
+{
+    struct Raising final : NSObject {
+        bool isEqual(const Object*) const override { throw std::runtime_error("the network's own"); }
+    };
+    const auto raising = std::make_shared<Raising>();
+    const auto processor = alloc<test::Looked>();
+    send(processor, sel::initWithAdObject, raising);
+    manager.addProcessor(processor);
+    const auto ad = show();
+    const auto view = ad->adObject();
+    manager.addProcessor(processor);
+    EXPECT_EQ(front.getProcessorBy(view.get()), ad);
+    EXPECT_EQ(front.getProcessorReversedBy(view.get()), ad);
+    EXPECT_FALSE(front.didUserTapOnView(view.get()));
+    front.setNewTimestampForProcessorByAdView(view.get());
 }
 
 TEST_F(AdProcessingManagerTest, OfATapTheLastRegisteredProcessorTells)
