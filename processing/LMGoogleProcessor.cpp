@@ -6,8 +6,6 @@
 #include "processing/CustomTargetingFactory.h"
 #include "processing/LMGoogleCreativeIdHelper.h"
 
-#include <algorithm>
-
 namespace lumora {
 
 /// Where a class of the family looks first.

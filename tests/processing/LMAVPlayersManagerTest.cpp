@@ -34,6 +34,10 @@ struct VideoAd : test::AdPage {
         world.phone.wait(1.5);
         return controller;
     }
+    std::shared_ptr<LMObservedPlayer> observed() const
+    {
+        return LMAVPlayersManager::sharedInstance().findObservedAVPlayerWithAVPlayer(player.get());
+    }
     bool isPlaying() const { return player->rate() > 0 && player->currentItem(); }
 
     std::shared_ptr<AVPlayer> player { AVPlayer::playerWithPlayerItem(nullptr) };
@@ -75,8 +79,7 @@ TEST(LMAVPlayersManagerTest, OtherVideosPlayOn)
         EXPECT_TRUE(ad.isPlaying()) << row.name;
         EXPECT_EQ(ad.events(), "") << row.name;
         EXPECT_EQ(ad.view->alpha(), 1) << row.name;
-        const auto observed
-            = LMAVPlayersManager::sharedInstance().findObservedAVPlayerWithAVPlayer(ad.player.get());
+        const auto observed = ad.observed();
         EXPECT_EQ(observed == nullptr, row.isSubclass) << row.name;
     }
 }
@@ -122,8 +125,7 @@ TEST(LMAVPlayersManagerTest, TheControllerSeenLastIsLeft)
     VideoAd ad;
     ad.load("#");
     const auto before = ad.play();
-    const auto observed
-        = LMAVPlayersManager::sharedInstance().findObservedAVPlayerWithAVPlayer(ad.player.get());
+    const auto observed = ad.observed();
     const auto after = alloc<AVPlayerViewController>();
     send(after, sel::init);
     after->setPlayer(ad.player);
@@ -153,7 +155,7 @@ TEST(LMAVPlayersManagerTest, AControllerWithoutAPlayerInItsPlaceIsPassedOver)
         if (!view.isNothing())
             object_setInstanceVariable(*controller, "_playerLayerView", view);
         LMAVPlayersManager::sharedInstance().controllerAppeared(*controller);
-        return !LMAVPlayersManager::sharedInstance().findObservedAVPlayerWithAVPlayer(ad.player.get());
+        return !ad.observed();
     };
     EXPECT_TRUE(isPassedOver(false, ad.player, {})) << "its view is not loaded";
     EXPECT_TRUE(isPassedOver(true, nullptr, {}));
@@ -174,8 +176,7 @@ TEST(LMAVPlayersManagerTest, AControllerMayGoBeforeItIsLookedAt)
     ad.world.phone.wait(0.5);
     EXPECT_TRUE(gone.expired());
     ad.world.phone.wait(1);
-    EXPECT_EQ(
-        LMAVPlayersManager::sharedInstance().findObservedAVPlayerWithAVPlayer(ad.player.get()), nullptr);
+    EXPECT_EQ(ad.observed(), nullptr);
 }
 
 TEST(LMAVPlayersManagerTest, AnAdThatIsNoViewAndAPlayerThatIsGoneAreLeftAllTheSame)
@@ -183,8 +184,7 @@ TEST(LMAVPlayersManagerTest, AnAdThatIsNoViewAndAPlayerThatIsGoneAreLeftAllTheSa
     VideoAd ad;
     ad.load("#");
     const auto controller = ad.play();
-    const auto observed
-        = LMAVPlayersManager::sharedInstance().findObservedAVPlayerWithAVPlayer(ad.player.get());
+    const auto observed = ad.observed();
     controller->setPlayer(nullptr);
     ad.player.reset();
     ASSERT_EQ(observed->player(), nullptr);

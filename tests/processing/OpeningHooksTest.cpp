@@ -38,6 +38,29 @@ TEST(OpeningHooks, AddressesOpenAsBefore)
     EXPECT_EQ(opened, (std::vector<std::string> { "a://1", "a://2" }));
 }
 
+TEST(OpeningHooks, PassOnWhatTheyWereGiven)
+{
+    static NSArray heard;
+    heard.clear();
+    Phone phone { {} };
+    const auto open = +[](id, SEL, const Value& url, const NSDictionary& options,
+                           const std::function<void(bool)>& completion) {
+        heard = { url, options };
+        completion(true);
+    };
+    Class application = classOf<UIApplication>();
+    class_replaceMethod(application, sel::openURLWithOptions, open, IMP { open }.types);
+    openURLSwizzler::swizzleMethods();
+    EXPECT_FALSE(
+        method_getImplementation(class_getInstanceMethod(application, sel::openURLWithOptions)) == open);
+    const NSDictionary options { { "universalLinksOnly", true } };
+    bool isOpened = false;
+    send(&UIApplication::sharedApplication(), sel::openURLWithOptions, Value { NSURLValue { "a://1" } },
+        options, std::function<void(bool)> { [&](bool success) { isOpened = success; } });
+    EXPECT_EQ(heard, (NSArray { NSURLValue { "a://1" }, options }));
+    EXPECT_TRUE(isOpened);
+}
+
 TEST(OpeningHooks, KeepTheProductOfTheLastStoreSheet)
 {
     HookedPhone phone;
